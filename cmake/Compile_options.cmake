@@ -1,0 +1,19 @@
+# Warnings, sanitizers and coverage for every target of this project.
+
+add_compile_options(-Wall -Wextra -Wpedantic -Wshadow)
+add_compile_options($<$<COMPILE_LANGUAGE:CXX>:-Wconversion>)
+if(DOV_WERROR)
+  add_compile_options(-Werror)
+endif()
+
+# Q_SIGNALS, Q_SLOTS and Q_EMIT: the short forms are macros that hide ordinary words.
+add_compile_definitions(QT_NO_CAST_TO_ASCII QT_NO_FOREACH QT_NO_KEYWORDS)
+
+if(DOV_SANITIZE)
+  add_compile_options(-fsanitize=${DOV_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=${DOV_SANITIZE})
+endif()
+if(DOV_COVERAGE)
+  add_compile_options(--coverage -fprofile-update=atomic)
+  add_link_options(--coverage)
+endif()

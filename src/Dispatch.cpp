@@ -1,0 +1,154 @@
+#include "Dispatch.h"
+
+#include "Console.h"
+#include "Interface_base.h"
+#include "Message_id.h"
+
+#include <algorithm>
+#include <iterator>
+
+namespace {
+
+using Trace = void (*)(const uchar* buf, uint len);
+
+/// Whom an identifier concerns.
+struct Route {
+    static constexpr std::size_t longest_chain = 7;
+
+    uchar id;
+    uint min_length;                                ///< counts the identifier
+    Trace trace;                                    ///< printed before the chain; null for nothing
+    Device_object told_first;                       ///< its answer is ignored; count for nobody
+    std::array<Device_object, longest_chain> chain; ///< ends at the first count
+};
+
+void trace_digital_inputs(const uchar* buf, uint len)
+{
+    Console::out().bytes("DINRAW: ", Byte_style::lower_spaced, buf, len) << "\n";
+}
+
+void trace_power_response(const uchar* buf, uint len)
+{
+    Console::out() << "Power Res\n";
+    trace_digital_inputs(buf, len);
+}
+
+void trace_backlight(const uchar* /*buf*/, uint /*len*/)
+{
+    Console::out() << "LCDGOT\n";
+}
+
+void trace_digital_outputs(const uchar* /*buf*/, uint /*len*/)
+{
+    Console::out() << "Got Dout\n";
+}
+
+void trace_digest(const uchar* buf, uint len)
+{
+    Console::out().bytes("Got Digest: ", Byte_style::padded_spaced, buf, len) << "\n";
+}
+
+template <class... Objects>
+constexpr std::array<Device_object, Route::longest_chain> chain(Objects... objects)
+{
+    std::array<Device_object, Route::longest_chain> filled{};
+    for (Device_object& object : filled)
+        object = Device_object::count;
+    std::size_t length = 0;
+    ((filled[length++] = objects), ...);
+    return filled;
+}
+
+constexpr Device_object nobody = Device_object::count;
+using D = Device_object;
+
+/// Ascending by identifier.
+constexpr Route routes[] = {
+    {Message_id::start_up_answer, 0, nullptr, nobody, chain()},
+    {Message_id::power_response, 0, trace_power_response, D::ignition,
+     chain(D::digital_input_0, D::digital_input_1, D::digital_input_2, D::digital_input_3)},
+    {Message_id::digital_inputs, 0, trace_digital_inputs, nobody,
+     chain(D::digital_input_0, D::digital_input_1, D::digital_input_2, D::digital_input_3)},
+    {Message_id::hardware_version, 0, nullptr, nobody, chain(D::hardware_version)},
+    {Message_id::firmware_version, 0, nullptr, nobody, chain(D::firmware_version)},
+    {Message_id::unique_id, 0, nullptr, nobody, chain(D::unique_device_id)},
+    {Message_id::power_button, 0, nullptr, nobody, chain(D::power_button)},
+    {Message_id::analog_input, 0, nullptr, nobody, chain(D::analog_input_0)},
+    {Message_id::ambient_light, 0, nullptr, nobody, chain(D::ambient_light_input_0)},
+    {Message_id::voltages_low, 0, nullptr, nobody,
+     chain(D::voltage_input_0, D::voltage_input_1, D::voltage_input_2)},
+    {Message_id::voltages_high, 0, nullptr, nobody,
+     chain(D::voltage_input_3, D::voltage_input_4, D::voltage_input_5)},
+    {Message_id::temperatures, 0, nullptr, nobody,
+     chain(D::temperature_input_0, D::temperature_input_1, D::temperature_input_2,
+           D::temperature_input_3, D::temperature_input_4, D::temperature_input_5)},
+    {Message_id::frequency_output_report, 0, nullptr, nobody, chain(D::frequency_output_0)},
+    {Message_id::configuration_report, 0, nullptr, nobody, chain(D::configuration)},
+    {Message_id::backlight_report, 0, trace_backlight, nobody, chain(D::display_backlight)},
+    {Message_id::digital_outputs_report, 3, trace_digital_outputs, nobody,
+     chain(D::digital_output_0, D::digital_output_1, D::digital_output_2, D::digital_output_3)},
+    {Message_id::digest, 6, trace_digest, nobody,
+     chain(D::digital_input_0, D::digital_input_1, D::digital_input_2, D::digital_input_3,
+           D::ambient_light_input_0, D::analog_input_0, D::frequency_input_0)},
+    {Message_id::oem_code_report, 0, nullptr, nobody, chain(D::oem_profile)},
+    {Message_id::atx, 0, nullptr, nobody, chain(D::atx)},
+};
+
+constexpr bool is_ascending()
+{
+    for (std::size_t i = 1; i < std::size(routes); ++i) {
+        if (routes[i - 1].id >= routes[i].id)
+            return false;
+    }
+    return true;
+}
+static_assert(is_ascending(), "find_route() searches by halves");
+
+const Route* find_route(uchar id)
+{
+    const auto* route =
+        std::lower_bound(std::begin(routes), std::end(routes), id,
+                         [](const Route& row, uchar wanted) { return row.id < wanted; });
+    return route != std::end(routes) && route->id == id ? route : nullptr;
+}
+
+bool is_accepted(const Route& route, const Device_objects& objects, const uchar* buf, uint len)
+{
+    for (const Device_object object : route.chain) {
+        if (object == nobody)
+            return true;
+        if (objects[object] == nullptr || !objects[object]->handle_message(buf, len))
+            return false;
+    }
+    return true;
+}
+
+void report_unknown(uchar id)
+{
+    Console::out().bytes("Unknown message ", Byte_style::lower_joined, &id, 1) << "\n";
+}
+
+} // namespace
+
+void dispatch(const Device_objects& objects, const uchar* buf, uint len)
+{
+    const Route* route = nullptr;
+    if (len > 0) {
+        Console::out().bytes("Got message ", Byte_style::padded_joined, buf, 1) << "\n";
+        route = find_route(buf[0]);
+    }
+    if (route == nullptr) {
+        Console::out() << "Unhandled message default\n";
+        return;
+    }
+    if (len < route->min_length) {
+        report_unknown(route->id);
+        return;
+    }
+    if (route->trace != nullptr)
+        route->trace(buf, len);
+    if (route->told_first != nobody && objects[route->told_first] != nullptr)
+        objects[route->told_first]->handle_message(buf, len);
+    if (!is_accepted(*route, objects, buf, len))
+        report_unknown(route->id);
+}

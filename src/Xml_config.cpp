@@ -1,0 +1,68 @@
+#include "Xml_config.h"
+
+#include <QFile>
+#include <QXmlStreamReader>
+
+namespace {
+
+bool is_within_limits(const QByteArray& bytes)
+{
+    QXmlStreamReader reader(bytes);
+    reader.setNamespaceProcessing(false);
+    int depth = 0;
+    while (!reader.atEnd()) {
+        const auto token = reader.readNext();
+        if (token == QXmlStreamReader::StartElement && ++depth > max_config_depth)
+            return false;
+        if (token == QXmlStreamReader::EndElement)
+            --depth;
+    }
+    return !reader.hasError();
+}
+
+bool matches(const QDomElement& element, const QStringList& path, int triple)
+{
+    return element.tagName() == path[triple] &&
+           element.attribute(path[triple + 1]) == path[triple + 2];
+}
+
+} // namespace
+
+int load_xml_config(std::unique_ptr<QDomDocument>& document, const char* name, const char* path,
+                    const char* root)
+{
+    document = std::make_unique<QDomDocument>(QLatin1String(name));
+    QFile file(QFile::decodeName(path));
+    if (!file.open(QIODevice::ReadOnly))
+        return config_not_opened;
+    const QByteArray bytes = file.read(max_config_size + 1);
+    if (bytes.size() > max_config_size || !is_within_limits(bytes) || !document->setContent(bytes))
+        return config_malformed;
+    if (document->documentElement().tagName() != QLatin1String(root)) {
+        document.reset();
+        return config_wrong_root;
+    }
+    return config_loaded;
+}
+
+QDomElement find_config_element(const QDomDocument* document, const QStringList& path)
+{
+    if (document == nullptr)
+        return {};
+    QDomElement found;
+    QDomNode node = document->documentElement().firstChild();
+    int triple = 0;
+    while (!node.isNull()) {
+        if (path.size() < triple + 3)
+            return found;
+        const QDomElement element = node.toElement();
+        if (!element.isNull() && matches(element, path, triple)) {
+            found = element;
+            node = found.firstChild();
+            triple += 3;
+        } else {
+            node = node.nextSibling();
+        }
+    }
+    return {};
+}

@@ -1,0 +1,31 @@
+#pragma once
+
+#include "Interface_base.h"
+
+/// One byte of the controller's configuration, by OEM code and offset, at "configuration".
+///
+/// Command  0x2d, byte 1: OEM code + 1; 2: offset; 3: value; 4: 0xaa to write, 0x55 to read; 5: 1.
+/// Source   0x2e, byte 1: OEM code + 1; 2: offset; 3: value.
+/// Value    as reported last; 255, 255, 255 until then.
+class Configuration_interface : public Interface_base {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "com.quorin.system.configuration")
+public:
+    Configuration_interface(DBus_daemon* owner, const QString& relative_path);
+
+    bool handle_message(const uchar* data, uint len) override;
+
+public Q_SLOTS:
+    /// Asks the controller to write a byte.
+    void set(uchar oem_code, uchar offset, uchar value);
+    /// Asks the controller to report a byte.
+    void query(uchar oem_code, uchar offset);
+    void get(unsigned char& oem_code, unsigned char& offset, unsigned char& value);
+
+private:
+    void request(uchar oem_code, uchar offset, uchar value, uchar action) const;
+
+    uchar oem_code_ = 255;
+    uchar offset_ = 255;
+    uchar value_ = 255;
+};

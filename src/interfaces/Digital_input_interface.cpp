@@ -1,0 +1,42 @@
+#include "Digital_input_interface.h"
+
+#include "Console.h"
+#include "Message_id.h"
+
+Digital_input_interface::Digital_input_interface(DBus_daemon* owner, const QString& relative_path,
+                                                 uint channel)
+    : Interface_base(owner, relative_path, nullptr), channel_(channel)
+{
+    register_object();
+}
+
+bool Digital_input_interface::handle_message(const uchar* data, uint len)
+{
+    const bool known =
+        len >= 2 && (data[0] == Message_id::digest || data[0] == Message_id::digital_inputs);
+    if (!known)
+        return Interface_base::handle_message(data, len);
+
+    const bool on = (data[1] >> channel_ & 1) != 0;
+    if (on == on_) {
+        if (data[0] == Message_id::digital_inputs)
+            report_unchanged(data[0]);
+        return true;
+    }
+    // The identifier as a character, deliberately: 0x36 shows as "6".
+    Console::err() << "Changed id=" << static_cast<char>(data[0]) << " len=" << len << "\n";
+    on_ = on;
+    Q_EMIT changed(on);
+    return true;
+}
+
+void Digital_input_interface::is_on(bool& res)
+{
+    res = on_;
+}
+
+void Digital_input_interface::report_unchanged(uchar id) const
+{
+    Console::err() << "UnChanged id=" << static_cast<char>(id) << " dio=" << channel_
+                   << " val=" << int{on_} << "\n";
+}

@@ -1,0 +1,25 @@
+#include "Radar_output_interface.h"
+
+#include "Message_id.h"
+
+Radar_output_interface::Radar_output_interface(DBus_daemon* owner, const QString& relative_path)
+    : Interface_base(owner, relative_path, nullptr)
+{
+    register_object();
+    set(0);
+}
+
+bool Radar_output_interface::handle_message(const uchar* data, uint len)
+{
+    if (len >= 1 && data[0] == Message_id::frequency_output_report)
+        return true;
+    return Interface_base::handle_message(data, len);
+}
+
+void Radar_output_interface::set(uint val)
+{
+    Message command = message(Message_id::frequency_output, 0x01);
+    put_big_endian(command.data() + 2, val);
+    send_traced("RADARREQRAW: ", command);
+    value_ = val;
+}

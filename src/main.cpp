@@ -1,0 +1,88 @@
+#include "Console.h"
+#include "DBus_daemon.h"
+#include "Paths.h"
+#include "Simulator.h"
+
+#include <csignal>
+#include <cstring>
+
+namespace {
+
+enum class Mode { daemon, simulator, usage };
+
+constexpr int quit_signals[] = {SIGTERM, SIGINT, SIGHUP};
+
+/// Holds back the signals that end the daemon until it can handle them: one that arrives during
+/// start-up must not be lost, nor end the process halfway.
+void mask_quit_signals(int how)
+{
+    sigset_t signals;
+    sigemptyset(&signals);
+    for (const int signal : quit_signals)
+        sigaddset(&signals, signal);
+    pthread_sigmask(how, &signals, nullptr);
+}
+
+void print_usage(const char* argument)
+{
+    Console::out().format("Usage: %s [--simulate] [--help]\n", argument)
+        << "    --simulate  Simulate PIC\n"
+           "    --help      This help\n";
+}
+
+/// Echoes the arguments up to "--help", if there is one, and says what they ask for.
+Mode parse_arguments(int count, char** arguments)
+{
+    Mode mode = Mode::daemon;
+    for (int i = 1; i < count; ++i) {
+        Console::out().format("Got %s\n", arguments[i]);
+        if (std::strcmp(arguments[i], "--simulate") == 0)
+            mode = Mode::simulator;
+        if (std::strcmp(arguments[i], "--help") == 0) {
+            print_usage(arguments[i]); // deliberately in place of the program's name
+            return Mode::usage;
+        }
+    }
+    return mode;
+}
+
+void run_simulator(int& count, char** arguments)
+{
+    mask_quit_signals(SIG_UNBLOCK);
+    Console::out() << "Simulate\n";
+    Simulator simulator(count, arguments, paths().simulator_port);
+    simulator.run();
+}
+
+void run_daemon(int& count, char** arguments)
+{
+    Console::out() << "DBus\n";
+    // Never deleted: the link's threads live until the process ends.
+    the_daemon = new DBus_daemon(count, arguments);
+    for (const int signal : quit_signals)
+        std::signal(signal, DBus_daemon::quit_signal_handler);
+    mask_quit_signals(SIG_UNBLOCK);
+    the_daemon->run();
+}
+
+} // namespace
+
+int main(int count, char** arguments)
+{
+    mask_quit_signals(SIG_BLOCK);
+    std::signal(SIGPIPE, SIG_IGN);
+    Console::open();
+    Console::out() << "Bah\n";
+    switch (parse_arguments(count, arguments)) {
+    case Mode::simulator:
+        run_simulator(count, arguments);
+        break;
+    case Mode::daemon:
+        run_daemon(count, arguments);
+        break;
+    case Mode::usage:
+        break;
+    }
+    Console::flush();
+    return 0;
+}

@@ -1,0 +1,51 @@
+#pragma once
+
+#include "Threaded_serial_port.h"
+
+/// Turns the bytes of a serial port into frames and back.
+///
+/// A frame is 0x18 0xEF, source address, destination address, the payload and a checksum: the
+/// low 8 bits of the sum of all bytes before it. It carries no length: packet_length() tells.
+/// Frames from the controller have source 0x59 and destination 0x78, frames to it the reverse.
+/// Other addresses are reported and accepted. After garbage or a wrong checksum the search goes
+/// on at the next byte, so that a frame that begins inside a bad one is found.
+///
+/// Reports go to standard output. Thread: the owner's.
+class Packet_serial_interface : public Threaded_serial_port {
+    Q_OBJECT
+public:
+    static constexpr int max_payload = 255;
+
+    Packet_serial_interface();
+
+    using Threaded_serial_port::open;
+
+    /// Opens the port and sets 115200 baud.
+    void open(const char* path) override;
+
+    /// Frames `len` bytes and hands them to the port; false, and nothing written, above 255.
+    virtual bool write_packet(const unsigned char* payload, uint len);
+
+    /// Takes the next good frame out of the bytes in sight. Returns its payload's length, also
+    /// when only `size` bytes of it fitted into `buf`; 0 when no whole frame is there.
+    virtual uint read_packet(unsigned char* buf, uint size);
+
+Q_SIGNALS:
+    /// One good payload, valid during the emission.
+    void handle_packet(const unsigned char* payload, uint len);
+
+public Q_SLOTS:
+    /// Delivers every whole frame in sight, in order. Connected to readyRead().
+    void handle_read();
+
+protected:
+    /// The payload length of the frame that begins with the given bytes, at least 3.
+    virtual uint packet_length(const QByteArray& head) = 0;
+
+private:
+    void skip_garbage();
+    void check_addresses(const uchar* frame) const;
+    void take_payload(unsigned char* buf, uint size, uint length);
+
+    QByteArray head_; ///< a view of the bytes in sight for packet_length()
+};

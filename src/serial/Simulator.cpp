@@ -1,0 +1,111 @@
+#include "Simulator.h"
+
+#include "Command_line.h"
+#include "Console.h"
+#include "Message_id.h"
+#include "Simulator_waveform.h"
+
+#include <QTimer>
+
+#include <clocale>
+#include <cstring>
+
+namespace {
+
+constexpr int digest_unit_ms = 50;
+
+quint32 tick = 0;
+
+std::array<char, 5> letters(const std::array<bool, 4>& outputs)
+{
+    std::array<char, 5> text{};
+    for (std::size_t i = 0; i < outputs.size(); ++i)
+        text[i] = outputs[i] ? 'T' : 'F';
+    return text;
+}
+
+} // namespace
+
+Simulator::Simulator(int& count, char** arguments, const char* path)
+    : QCoreApplication(count, arguments), count_(count), arguments_(arguments), path_(path)
+{
+    std::setlocale(LC_NUMERIC, "C");
+}
+
+void Simulator::run()
+{
+    const auto handler = [this](const char* name, const char* value) {
+        return handle_option(name, value);
+    };
+    if (!walk_options(count_, arguments_, handler))
+        return;
+    link_ = std::make_unique<Power_controller_interface>();
+    // This object reads the link; the link's own reader would take every request first.
+    disconnect(link_.get(), &QIODevice::readyRead, link_.get(),
+               &Power_controller_interface::handle_read);
+    connect(link_.get(), &QIODevice::readyRead, this, &Simulator::handle_read);
+    link_->open(path_);
+    exec();
+}
+
+bool Simulator::handle_option(const char* name, const char* value)
+{
+    if (std::strcmp(name, "simulate") == 0)
+        return true;
+    if (std::strcmp(name, "port") == 0) {
+        port_ = value;
+        return true;
+    }
+    if (std::strcmp(name, "baudrate") == 0) {
+        baud_rate_ = parse_baud_rate(value);
+        return baud_rate_ != 0;
+    }
+    if (std::strcmp(name, "help") != 0)
+        Console::out().format("Unknown command %s\n", name);
+    print_option_usage(arguments_[0]);
+    return true;
+}
+
+void Simulator::handle_read()
+{
+    const Console_batch batch;
+    uchar request[256];
+    for (;;) {
+        const uint length = link_->read_packet(request, sizeof request);
+        if (length < 1)
+            return;
+        Console::out().format("%d:%02x\n", static_cast<int>(length), uint{request[0]});
+        handle_request(request, length);
+    }
+}
+
+void Simulator::handle_timeout()
+{
+    const Message report = simulated_digest(++tick);
+    link_->send_packet(report.data(), message_size);
+}
+
+void Simulator::handle_request(const uchar* request, uint length)
+{
+    if (request[0] == Message_id::digital_outputs && length >= 3)
+        set_outputs(request[2]);
+    else if (request[0] == Message_id::digest_request && length >= 6)
+        start_digest(request[1]);
+}
+
+void Simulator::set_outputs(uchar fields)
+{
+    Console::out().format("Set Digi %x+%s =>", uint{fields}, letters(outputs_).data());
+    outputs_ = switched_outputs(outputs_, fields);
+    const uchar report = output_report(outputs_);
+    link_->send_message(Message_id::digital_outputs_report, 0, report);
+    Console::out().format("%x+%s\n", uint{report}, letters(outputs_).data());
+}
+
+void Simulator::start_digest(uchar interval)
+{
+    Console::out() << "Request digest\n";
+    auto* timer = new QTimer(this);
+    connect(timer, &QTimer::timeout, this, &Simulator::handle_timeout);
+    timer->start(interval * digest_unit_ms);
+}

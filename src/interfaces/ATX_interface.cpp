@@ -12,7 +12,7 @@ ATX_interface::ATX_interface(DBus_daemon* owner, const QString& relative_path)
 bool ATX_interface::handle_message(const uchar* data, uint len)
 {
     if (len < 1 || data[0] != Message_id::atx)
-        return Interface_base::handle_message(data, len);
+        return refuse(data, len);
     Q_EMIT received();
     owner()->log() << "ATX acknowledge received" << std::endl;
     return true;

@@ -30,5 +30,5 @@ bool Ambientlight_input_interface::handle_message(const uchar* data, uint len)
         trace_raw("LRAW: ", data, len, volts);
         return update(percent(volts));
     }
-    return Interface_base::handle_message(data, len);
+    return refuse(data, len);
 }

@@ -23,7 +23,7 @@ bool Analog_input_interface::handle_message(const uchar* data, uint len)
         trace_raw("ARAW: ", data, len, volts);
         return update(volts);
     }
-    return Interface_base::handle_message(data, len);
+    return refuse(data, len);
 }
 
 void Analog_input_interface::handle_timeout()

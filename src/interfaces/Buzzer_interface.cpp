@@ -55,7 +55,7 @@ void Buzzer_interface::get_buzzer_file(QString& res)
     print_file_name(file_name_);
 }
 
-void Buzzer_interface::set_buzzer_file(QString fname)
+void Buzzer_interface::set_buzzer_file(const QString& fname)
 {
     file_name_ = fname;
     print_file_name(file_name_);

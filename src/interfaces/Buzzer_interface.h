@@ -22,7 +22,7 @@ public Q_SLOTS:
     void get_volume(double& val);
     void get_buzzer_file(QString& res);
     /// Reports volume 0, then the volume, so that listeners load the file anew.
-    void set_buzzer_file(QString fname);
+    void set_buzzer_file(const QString& fname);
 
 Q_SIGNALS:
     void volume_changed(uchar val);

@@ -6,7 +6,7 @@ Camera_interface::Camera_interface(DBus_daemon* owner, const QString& relative_p
     register_object();
 }
 
-void Camera_interface::media_changed(QString /*path*/)
+void Camera_interface::media_changed(const QString& /*path*/)
 {
 }
 
@@ -19,7 +19,7 @@ void Camera_interface::switch_channel(uint /*channel*/)
 {
 }
 
-void Camera_interface::scan_channels(QString /*q_chs*/, uint /*rate*/)
+void Camera_interface::scan_channels(const QString& /*q_chs*/, uint /*rate*/)
 {
 }
 

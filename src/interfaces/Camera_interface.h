@@ -12,11 +12,11 @@ public:
     Camera_interface(DBus_daemon* owner, const QString& relative_path);
 
 public Q_SLOTS:
-    void media_changed(QString path);
+    void media_changed(const QString& path);
     /// Always false.
     void is_connected(bool& res);
     void switch_channel(uint channel);
-    void scan_channels(QString q_chs, uint rate);
+    void scan_channels(const QString& q_chs, uint rate);
     void request4(uchar b0, uchar b1, uchar b2, uchar b3);
     void request5(uchar b0, uchar b1, uchar b2, uchar b3, uchar b4);
     void request6(uchar b0, uchar b1, uchar b2, uchar b3, uchar b4, uchar b5);

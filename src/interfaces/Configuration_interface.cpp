@@ -19,7 +19,7 @@ Configuration_interface::Configuration_interface(DBus_daemon* owner, const QStri
 bool Configuration_interface::handle_message(const uchar* data, uint len)
 {
     if (len < 4 || data[0] != Message_id::configuration_report)
-        return Interface_base::handle_message(data, len);
+        return refuse(data, len);
     owner()->log() << "Configuration was set" << std::endl;
     oem_code_ = static_cast<uchar>(data[1] - 1);
     offset_ = data[2];

@@ -15,7 +15,7 @@ bool Digital_input_interface::handle_message(const uchar* data, uint len)
     const bool known =
         len >= 2 && (data[0] == Message_id::digest || data[0] == Message_id::digital_inputs);
     if (!known)
-        return Interface_base::handle_message(data, len);
+        return refuse(data, len);
 
     const bool on = (data[1] >> channel_ & 1) != 0;
     if (on == on_) {

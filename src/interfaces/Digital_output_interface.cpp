@@ -28,7 +28,7 @@ Digital_output_interface::Digital_output_interface(DBus_daemon* owner, const QSt
 bool Digital_output_interface::handle_message(const uchar* data, uint len)
 {
     if (len < 3 || data[0] != Message_id::digital_outputs_report)
-        return Interface_base::handle_message(data, len);
+        return refuse(data, len);
     const Output_code code = reported_output(data[2], channel_);
     if (code == Output_code::no_information)
         return true;

@@ -16,7 +16,7 @@ Frequency_input_interface::Frequency_input_interface(DBus_daemon* owner,
 bool Frequency_input_interface::handle_message(const uchar* data, uint len)
 {
     if (len < 8 || data[0] != Message_id::digest)
-        return Interface_base::handle_message(data, len);
+        return refuse(data, len);
     update(big_endian(data + 6));
     return true;
 }

@@ -26,7 +26,7 @@ HW_version_interface::HW_version_interface(DBus_daemon* owner, const QString& pa
 bool HW_version_interface::handle_message(const uchar* data, uint len)
 {
     if (len < 2 || data[0] != Message_id::hardware_version)
-        return Version_interface::handle_message(data, len);
+        return refuse(data, len);
     const auto* row =
         std::find_if(std::begin(revision_rows), std::end(revision_rows),
                      [revision = data[1]](const Revision_row& r) { return revision <= r.last; });

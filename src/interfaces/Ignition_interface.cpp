@@ -11,7 +11,7 @@ Ignition_interface::Ignition_interface(DBus_daemon* owner, const QString& relati
 bool Ignition_interface::handle_message(const uchar* data, uint len)
 {
     if (len < 5 || data[0] != Message_id::power_response)
-        return Interface_base::handle_message(data, len);
+        return refuse(data, len);
     mode_ = data[1];
     const bool on = data[4] != 0;
     if (on != on_) {

@@ -38,6 +38,11 @@ Interface_base::~Interface_base() = default;
 
 bool Interface_base::handle_message(const uchar* data, uint len)
 {
+    return refuse(data, len);
+}
+
+bool Interface_base::refuse(const uchar* data, uint len)
+{
     const int id = len > 0 ? data[0] : 0;
     Console::err() << "Unhandled id=" << id << " len=" << len << "\n";
     return false;

@@ -45,6 +45,9 @@ protected:
     /// Whether the object's device is on in a power state; false for a number that is no state.
     bool is_powered_in(int state) const;
 
+    /// Reports a message that the object does not use; false.
+    static bool refuse(const uchar* data, uint len);
+
     /// Publishes the object. A failure is ignored.
     void register_object();
 

@@ -14,7 +14,7 @@ uchar level(double percent)
 {
     if (percent > 100.0)
         return out_of_range_level;
-    return static_cast<uchar>(percent * 254.0 / 100.0 + 0.5);
+    return static_cast<uchar>(std::floor(percent * 254.0 / 100.0 + 0.5));
 }
 
 /// NaN counts as dark.
@@ -45,7 +45,7 @@ bool LCD_backlight_interface::handle_message(const uchar* data, uint len)
 {
     constexpr uint traced = 8;
     if (len < traced || data[0] != Message_id::backlight_report)
-        return Dimmable_interface::handle_message(data, len);
+        return refuse(data, len);
     const double brightness = data[1] * percent_per_level;
     Console::out()
         .bytes("LCDBRIIN: ", Byte_style::lower_spaced, data, traced)

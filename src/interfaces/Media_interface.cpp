@@ -34,7 +34,7 @@ Media_interface::Media_interface(DBus_daemon* owner, const QString& relative_pat
     media_changed(directory);
 }
 
-void Media_interface::media_changed(QString path)
+void Media_interface::media_changed(const QString& path)
 {
     const Console_batch batch;
     print("Media changed", path);

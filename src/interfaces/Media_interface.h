@@ -19,7 +19,7 @@ public:
 public Q_SLOTS:
     /// Scans a directory, whose path ends in '/', and reports the entries that are not those of
     /// the last scan, whichever directory that was of: first the removed, then the added.
-    void media_changed(QString path);
+    void media_changed(const QString& path);
 
 Q_SIGNALS:
     /// An entry, by its path, has come or gone.

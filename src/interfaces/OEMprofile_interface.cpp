@@ -12,7 +12,7 @@ OEMprofile_interface::OEMprofile_interface(DBus_daemon* owner, const QString& re
 bool OEMprofile_interface::handle_message(const uchar* data, uint len)
 {
     if (len < 2 || data[0] != Message_id::oem_code_report)
-        return Interface_base::handle_message(data, len);
+        return refuse(data, len);
     code_ = data[1];
     owner()->log() << "OEM code was set to " << int{code_} << std::endl;
     return true;

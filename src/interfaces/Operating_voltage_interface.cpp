@@ -14,7 +14,7 @@ bool Operating_voltage_interface::handle_message(const uchar* data, uint len)
 {
     constexpr uint traced = 8;
     if (len < traced || data[0] != Message_id::operating_voltage_report)
-        return Interface_base::handle_message(data, len);
+        return refuse(data, len);
     Console::out()
         .bytes("OPVOLT IN: ", Byte_style::lower_spaced, data, traced)
         .format(": %d\n", int{data[1]});

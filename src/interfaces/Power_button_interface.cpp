@@ -11,7 +11,7 @@ Power_button_interface::Power_button_interface(DBus_daemon* owner, const QString
 bool Power_button_interface::handle_message(const uchar* data, uint len)
 {
     if (len < 2 || data[0] != Message_id::power_button)
-        return Interface_base::handle_message(data, len);
+        return refuse(data, len);
     if (data[1] != 0)
         Q_EMIT short_press(1);
     return true;

@@ -13,7 +13,7 @@ bool Radar_output_interface::handle_message(const uchar* data, uint len)
 {
     if (len >= 1 && data[0] == Message_id::frequency_output_report)
         return true;
-    return Interface_base::handle_message(data, len);
+    return refuse(data, len);
 }
 
 void Radar_output_interface::set(uint val)

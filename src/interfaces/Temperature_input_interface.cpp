@@ -20,6 +20,6 @@ bool Temperature_input_interface::handle_message(const uchar* data, uint len)
     const bool known =
         channel_ < channel_count && len >= channel_ + 2 && data[0] == Message_id::temperatures;
     if (!known)
-        return Interface_base::handle_message(data, len);
+        return refuse(data, len);
     return update(static_cast<signed char>(data[1 + channel_]));
 }

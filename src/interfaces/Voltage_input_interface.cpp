@@ -24,6 +24,6 @@ bool Voltage_input_interface::handle_message(const uchar* data, uint len)
         channel_ < channel_count && len >= at + 2 &&
         (data[0] == Message_id::voltages_low || data[0] == Message_id::voltages_high);
     if (!known)
-        return Interface_base::handle_message(data, len);
+        return refuse(data, len);
     return update(big_endian(data + at) * 0.001);
 }

@@ -114,20 +114,15 @@ Text_stream& Text_stream::format(const char* format, ...)
 {
     va_list arguments;
     va_start(arguments, format);
-    va_list again;
-    va_copy(again, arguments);
-    char text[1024];
-    const int length = std::vsnprintf(text, sizeof text, format, arguments);
+    const int length = std::vsnprintf(nullptr, 0, format, arguments);
     va_end(arguments);
-    if (length >= static_cast<int>(sizeof text)) {
-        std::string longer(static_cast<std::size_t>(length), '\0');
-        std::vsnprintf(longer.data(), longer.size() + 1, format, again);
-        *this << longer;
-    } else if (length > 0) {
-        *this << std::string_view(text, static_cast<std::size_t>(length));
-    }
-    va_end(again);
-    return *this;
+    if (length <= 0)
+        return *this;
+    std::string text(static_cast<std::size_t>(length), '\0');
+    va_start(arguments, format);
+    std::vsnprintf(text.data(), text.size() + 1, format, arguments);
+    va_end(arguments);
+    return *this << text;
 }
 
 Text_stream& Text_stream::bytes(std::string_view label, Byte_style style, const uchar* data,

@@ -37,7 +37,7 @@ public:
     /// As "%g" spells it, with a point in every locale.
     Text_stream& operator<<(double number);
 
-    /// Appends as printf does, at most 1023 characters of it for any one call but for "%s".
+    /// Appends as printf does.
     [[gnu::format(printf, 2, 3)]] Text_stream& format(const char* format, ...);
 
     /// Appends `label`, then `len` bytes in the given style.

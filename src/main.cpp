@@ -71,6 +71,8 @@ int main(int count, char** arguments)
 {
     mask_quit_signals(SIG_BLOCK);
     std::signal(SIGPIPE, SIG_IGN);
+    // Qt's own event loop, which is cheaper than the one it builds on GLib.
+    qputenv("QT_NO_GLIB", "1");
     Console::open();
     Console::out() << "Bah\n";
     switch (parse_arguments(count, arguments)) {

@@ -3,6 +3,7 @@
 #include "Console.h"
 #include "DBus_daemon.h"
 #include "Power_controller_interface.h"
+#include "Signal_relay.h"
 
 #include <QDBusConnection>
 #include <QMetaClassInfo>
@@ -75,6 +76,7 @@ bool Interface_base::is_powered_in(int state) const
 void Interface_base::register_object()
 {
     QDBusConnection::systemBus().registerObject(*path_, holder(), QDBusConnection::ExportAdaptors);
+    relay_ = std::make_unique<Signal_relay>(this, *path_);
 }
 
 void Interface_base::send(const Message& command) const

@@ -10,6 +10,7 @@
 #include <string_view>
 
 class DBus_daemon;
+class Signal_relay;
 
 /// One object on the bus: an interface at "/com/quorin/system/" and a relative path.
 ///
@@ -62,5 +63,6 @@ private:
 
     DBus_daemon* owner_;
     std::unique_ptr<QString> path_;
-    quint8 power_mask_ = 0; ///< bit n: on in power state n
+    std::unique_ptr<Signal_relay> relay_; ///< once registered
+    quint8 power_mask_ = 0;               ///< bit n: on in power state n
 };

@@ -1,0 +1,332 @@
+// Start-up by the command line, and the end of the program.
+
+#include "Terminal.h"
+
+#include <QDBusConnectionInterface>
+#include <QRandomGenerator>
+
+#include <csignal>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+class Lifecycle : public QObject {
+    Q_OBJECT
+
+private:
+    /// Runs the program to its end with the arguments; what it prints.
+    static QByteArray run(Terminal& terminal, const QStringList& arguments)
+    {
+        terminal.daemon.start(terminal.root.path(), terminal.bus.address(), arguments);
+        if (!terminal.daemon.wait_for_end())
+            qFatal("the program does not end");
+        return terminal.daemon.output();
+    }
+
+    static QByteArray daemon_usage(const QString& program)
+    {
+        return "Usage: " + program.toUtf8() +
+               "  <commands> where <commands> are a list of:\n"
+               "    --port <path>       Open serial port indicated by <path>\n"
+               "    --baudrate <rate>   Set baud rate of serial port to <baud>\n"
+               "    --debug             Turn on debugging\n"
+               "    --help              This help text\n";
+    }
+
+    static int exit_lines(Terminal& terminal)
+    {
+        return terminal.log.lines().count(
+            QStringLiteral("=============== Exiting ================="));
+    }
+
+private Q_SLOTS:
+    void help_after_other_arguments_ends_the_program()
+    {
+        Terminal terminal;
+        const QByteArray text = run(terminal, {QStringLiteral("--port"), QStringLiteral("/x"),
+                                               QStringLiteral("--help"), QStringLiteral("--more")});
+        QCOMPARE(text, QByteArray("Bah\nGot --port\nGot /x\nGot --help\n"
+                                  "Usage: --help [--simulate] [--help]\n"
+                                  "    --simulate  Simulate PIC\n"
+                                  "    --help      This help\n"));
+        QCOMPARE(terminal.daemon.exit_status(), 0);
+        QVERIFY(terminal.log.datagrams().isEmpty());
+    }
+
+    void help_keeps_the_simulator_from_starting()
+    {
+        Terminal terminal;
+        const QByteArray text =
+            run(terminal, {QStringLiteral("--simulate"), QStringLiteral("--help")});
+        QVERIFY(text.startsWith("Bah\nGot --simulate\nGot --help\nUsage: --help "));
+        QVERIFY(!text.contains("Simulate\n"));
+        QCOMPARE(terminal.daemon.exit_status(), 0);
+    }
+
+    void what_only_begins_like_an_option_is_another_option()
+    {
+        Terminal terminal;
+        const QByteArray text =
+            run(terminal, {QStringLiteral("--simulateX"), QStringLiteral("--helpX"),
+                           QStringLiteral("word"), QStringLiteral("word")});
+        QVERIFY(text.startsWith(
+            "Bah\nGot --simulateX\nGot --helpX\nGot word\nGot word\nDBus\n"));
+        QVERIFY(text.contains("Unknown command simulateX\nUsage: "));
+        QVERIFY(text.contains("Unknown command helpX\nUsage: "));
+    }
+
+    void refused_start_data()
+    {
+        QTest::addColumn<QStringList>("arguments");
+        QTest::newRow("bare word") << QStringList{QStringLiteral("word")};
+        QTest::newRow("zero baud rate")
+            << QStringList{QStringLiteral("--baudrate"), QStringLiteral("0")};
+        QTest::newRow("no number")
+            << QStringList{QStringLiteral("--baudrate"), QStringLiteral("x")};
+        QTest::newRow("no value") << QStringList{QStringLiteral("--baudrate")};
+        QTest::newRow("value is an option")
+            << QStringList{QStringLiteral("--baudrate"), QStringLiteral("--port")};
+        QTest::newRow("zero after the cut to 32 bits")
+            << QStringList{QStringLiteral("--baudrate"), QStringLiteral("0x100000000")};
+        QTest::newRow("word after a value")
+            << QStringList{QStringLiteral("--port"), QStringLiteral("/x"), QStringLiteral("word")};
+    }
+    void refused_start()
+    {
+        QFETCH(QStringList, arguments);
+        Terminal terminal;
+        QByteArray expected = "Bah\n";
+        for (const QString& argument : arguments)
+            expected += "Got " + argument.toUtf8() + "\n";
+        const QByteArray text = run(terminal, arguments);
+        // The configuration has been read by then.
+        QCOMPARE(text.left(text.indexOf("DBus\n") + 5), expected + "DBus\n");
+        QVERIFY(!text.contains("Periodic"));
+        QCOMPARE(terminal.daemon.exit_status(), 0);
+        QCOMPARE(terminal.log.lines().value(0),
+                 QStringLiteral("=============== Starting ================="));
+        QCOMPARE(exit_lines(terminal), 0);
+        QVERIFY(terminal.root.systemctl_calls().isEmpty());
+    }
+
+    void one_dash_options_and_unknown_ones_print_the_usage_and_start_goes_on()
+    {
+        Terminal terminal;
+        terminal.start({QStringLiteral("-help"), QStringLiteral("--debug")});
+        const QByteArray usage = daemon_usage(Daemon_process::test_program());
+        const QByteArray text = terminal.daemon.output();
+        QVERIFY(text.startsWith("Bah\nGot --port\n"));
+        QVERIFY(text.contains("Got -help\nGot --debug\nDBus\n"));
+        QVERIFY(text.contains("\n" + usage + "Unknown command debug\n" + usage));
+    }
+
+    void default_port_and_service_name()
+    {
+        Terminal terminal;
+        QVERIFY(QFile::link(terminal.controller.device(),
+                            terminal.root.path(QStringLiteral("dev/ttyUSB0"))));
+        terminal.daemon.start(terminal.root.path(), terminal.bus.address(), {});
+        QVERIFY(terminal.wait_until_started());
+        QVERIFY(terminal.daemon.output().startsWith("Bah\nDBus\n"));
+        QVERIFY(wait_for([&] { return terminal.controller.has_received("350200"); }));
+        QVERIFY(terminal.connection().interface()->isServiceRegistered(
+            QStringLiteral("com.quorin.system")));
+    }
+
+    void port_without_a_value_is_a_closed_port()
+    {
+        Terminal terminal;
+        terminal.daemon.start(terminal.root.path(), terminal.bus.address(),
+                              {QStringLiteral("--port")});
+        QVERIFY(terminal.wait_until_started());
+        QCOMPARE(
+            terminal.get(QStringLiteral("version/bootloader"), QStringLiteral("get")).toString(),
+            QStringLiteral("No PC Comms"));
+        terminal.daemon.signal(SIGTERM);
+        QVERIFY(terminal.daemon.wait_for_end());
+        QCOMPARE(terminal.daemon.exit_status(), 0);
+        QVERIFY(terminal.controller.requests().isEmpty());
+    }
+
+    void log_of_a_start_and_an_end()
+    {
+        Terminal terminal;
+        terminal.start();
+        QVERIFY(terminal.log.datagrams().first().startsWith(
+            QLatin1String("<30>orb-dbus: ===============")));
+        const QStringList lines = terminal.log.lines();
+        QCOMPARE(lines.mid(0, 4),
+                 (QStringList{QStringLiteral("=============== Starting ================="),
+                              QStringLiteral("Timeout for on is -1"),
+                              QStringLiteral("Timeout for low-power is 100"),
+                              QStringLiteral("Timeout for sleep is 100")}));
+        QVERIFY(lines.contains(QLatin1String("orb-dbus connect name: qt_default_system_bus")));
+        const QString owner =
+            terminal.connection().interface()->serviceOwner(QStringLiteral("com.quorin.system"));
+        QVERIFY(lines.contains(QLatin1String("orb-dbus connect base: ") + owner));
+        terminal.daemon.signal(SIGTERM);
+        QVERIFY(terminal.daemon.wait_for_end());
+        QVERIFY(wait_for([&] { return exit_lines(terminal) == 1; }));
+        QCOMPARE(terminal.log.lines().last(),
+                 QStringLiteral("=============== Exiting ================="));
+    }
+
+    void signal_ends_the_daemon_once_data()
+    {
+        QTest::addColumn<int>("number");
+        QTest::newRow("SIGTERM") << SIGTERM;
+        QTest::newRow("SIGINT") << SIGINT;
+        QTest::newRow("SIGHUP") << SIGHUP;
+    }
+    void signal_ends_the_daemon_once()
+    {
+        QFETCH(int, number);
+        Terminal terminal;
+        terminal.start();
+        terminal.clear();
+        terminal.daemon.signal(number);
+        QVERIFY(terminal.daemon.wait_for_end());
+        QCOMPARE(terminal.daemon.exit_status(), 0);
+        QVERIFY(terminal.daemon.output().endsWith(
+            "\nQuit signal got " + QByteArray::number(number) + "\nQuiting\nBUZ cleaning up\n"));
+        QVERIFY(wait_for([&] { return exit_lines(terminal) == 1; }));
+        QVERIFY(wait_for([&] {
+            return terminal.controller.received().endsWith(
+                QByteArray::fromHex("18ef785935000000000000000d"));
+        }));
+        QVERIFY(!terminal.connection().interface()->isServiceRegistered(
+            QStringLiteral("com.quorin.system")));
+    }
+
+    void two_signals_in_quick_succession_end_it_once()
+    {
+        Terminal terminal;
+        terminal.start();
+        terminal.daemon.signal(SIGTERM);
+        terminal.daemon.signal(SIGINT);
+        QVERIFY(terminal.daemon.wait_for_end());
+        QCOMPARE(terminal.daemon.exit_status(), 0);
+        QVERIFY(wait_for([&] { return exit_lines(terminal) == 1; }));
+        QCOMPARE(terminal.daemon.output().count("Quiting\n"), 1);
+    }
+
+    void signal_before_the_loop_runs_is_handled_after_start_up()
+    {
+        Terminal terminal;
+        terminal.launch();
+        // From its first line on the program holds the signals back until it can handle them.
+        QVERIFY(wait_for([&] { return terminal.daemon.output().startsWith("Bah\n"); }));
+        terminal.daemon.signal(SIGHUP);
+        QVERIFY(terminal.daemon.wait_for_end());
+        QCOMPARE(terminal.daemon.exit_status(), 0);
+        const QByteArray text = terminal.daemon.output();
+        QVERIFY(text.indexOf("Periodic\n") > 0);
+        QVERIFY(text.indexOf("Quit signal got 1\n") > text.indexOf("Periodic\n"));
+        QVERIFY(wait_for([&] { return exit_lines(terminal) == 1; }));
+    }
+
+    void signals_at_random_moments()
+    {
+        QRandomGenerator random(20261121);
+        for (int round = 0; round < 12; ++round) {
+            Terminal terminal;
+            terminal.launch();
+            QVERIFY(wait_for([&] { return terminal.daemon.output().startsWith("Bah\n"); }));
+            QTest::qWait(static_cast<int>(random.bounded(40U)));
+            const int number = QList<int>{SIGTERM, SIGINT, SIGHUP}[round % 3];
+            terminal.daemon.signal(number);
+            QVERIFY(terminal.daemon.wait_for_end());
+            QCOMPARE(terminal.daemon.exit_status(), 0);
+            QVERIFY(wait_for([&] { return exit_lines(terminal) == 1; }));
+        }
+    }
+
+    void signal_under_load()
+    {
+        Terminal terminal;
+        terminal.start();
+        QByteArray flood;
+        for (int i = 0; i < 200; ++i)
+            flood += Fake_controller::frame(QByteArray::fromHex("360f123412345678"));
+        terminal.controller.send_bytes(flood);
+        terminal.daemon.signal(SIGTERM);
+        QVERIFY(terminal.daemon.wait_for_end());
+        QCOMPARE(terminal.daemon.exit_status(), 0);
+        QVERIFY(wait_for([&] { return exit_lines(terminal) == 1; }));
+    }
+
+    void broken_output_pipe_does_not_end_it()
+    {
+        Terminal terminal;
+        terminal.root.write(QStringLiteral("bin/broken-pipe"), "#!/bin/sh\nexec \"$@\" | true\n");
+        terminal.daemon.start_program(
+            QStringLiteral("/bin/sh"), terminal.root.path(), terminal.bus.address(),
+            {terminal.root.path(QStringLiteral("bin/broken-pipe")), Daemon_process::test_program(),
+             QStringLiteral("--port"), terminal.controller.device()});
+        QVERIFY(wait_for([&] {
+            return terminal.log.lines().contains(QLatin1String("Switching power state: null=>on"));
+        }));
+        QCOMPARE(
+            terminal.get(QStringLiteral("device/buzzer"), QStringLiteral("get_volume")).toDouble(),
+            0.0);
+        const uint pid =
+            terminal.connection().interface()->servicePid(QStringLiteral("com.quorin.system"));
+        ::kill(static_cast<pid_t>(pid), SIGTERM);
+        QVERIFY(wait_for([&] { return exit_lines(terminal) == 1; }));
+        QVERIFY(terminal.daemon.wait_for_end());
+    }
+
+    void closed_descriptors_stay_out_of_the_way()
+    {
+        Terminal terminal;
+        terminal.daemon.start_program(
+            QStringLiteral("/bin/sh"), terminal.root.path(), terminal.bus.address(),
+            {QStringLiteral("-c"), QStringLiteral("exec \"$0\" --port \"$1\" <&- >&- 2>&-"),
+             Daemon_process::test_program(), terminal.controller.device()});
+        QVERIFY(wait_for([&] { return terminal.controller.has_received("350200"); }));
+        // Not one byte of text has gone out on the line.
+        QCOMPARE(terminal.controller.received().size() % 13, 0);
+        QCOMPARE(terminal.controller.received().size() / 13, terminal.controller.requests().size());
+        terminal.daemon.signal(SIGTERM);
+        QVERIFY(terminal.daemon.wait_for_end());
+        QCOMPARE(terminal.daemon.exit_status(), 0);
+    }
+
+    void both_streams_on_one_file_keep_their_order()
+    {
+        Terminal terminal;
+        terminal.daemon.start_program(
+            QStringLiteral("/bin/sh"), terminal.root.path(), terminal.bus.address(),
+            {QStringLiteral("-c"), QStringLiteral("exec \"$0\" --port \"$1\" 2>&1"),
+             Daemon_process::test_program(), terminal.controller.device()});
+        QVERIFY(terminal.wait_until_started());
+        terminal.clear();
+        terminal.send("3601");
+        QCOMPARE(terminal.output(), QByteArray("Got message 36\n"
+                                               "Got Digest: 36  1  0  0  0  0  0  0 \n"
+                                               "Changed id=6 len=8\n"
+                                               "Updated val=0 !Changed\n"
+                                               "Updated val=0 !Changed\n"
+                                               "Updated val=0 !Changed\n"));
+    }
+
+    void shipped_program_with_options_that_start_nothing()
+    {
+        Terminal terminal;
+        for (const QStringList& arguments :
+             {QStringList{QStringLiteral("--help")},
+              QStringList{QStringLiteral("--baudrate"), QStringLiteral("115200"),
+                          QStringLiteral("--help")}}) {
+            Daemon_process program;
+            program.start_program(Daemon_process::shipped_program(), terminal.root.path(),
+                                  terminal.bus.address(), arguments);
+            QVERIFY(program.wait_for_end());
+            QCOMPARE(program.exit_status(), 0);
+            QVERIFY(program.output().startsWith("Bah\nGot "));
+            QVERIFY(program.output().endsWith("    --help      This help\n"));
+        }
+    }
+};
+
+QTEST_GUILESS_MAIN(Lifecycle)
+#include "lifecycle.moc"

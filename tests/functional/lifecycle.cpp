@@ -69,8 +69,7 @@ private Q_SLOTS:
         const QByteArray text =
             run(terminal, {QStringLiteral("--simulateX"), QStringLiteral("--helpX"),
                            QStringLiteral("word"), QStringLiteral("word")});
-        QVERIFY(text.startsWith(
-            "Bah\nGot --simulateX\nGot --helpX\nGot word\nGot word\nDBus\n"));
+        QVERIFY(text.startsWith("Bah\nGot --simulateX\nGot --helpX\nGot word\nGot word\nDBus\n"));
         QVERIFY(text.contains("Unknown command simulateX\nUsage: "));
         QVERIFY(text.contains("Unknown command helpX\nUsage: "));
     }

@@ -1,0 +1,188 @@
+// The removable media, on a real directory, and the camera placeholder.
+
+#include "Terminal.h"
+
+#include <QDir>
+#include <QFile>
+
+#include <sys/stat.h>
+
+class Media_and_camera : public QObject {
+    Q_OBJECT
+
+private:
+    std::unique_ptr<Terminal> terminal_;
+
+    Terminal& terminal() { return *terminal_; }
+
+    QString directory() { return terminal().root.path(QStringLiteral("media")) + QLatin1Char('/'); }
+
+    void make(const char* name) { QVERIFY(QDir(directory()).mkdir(QLatin1String(name))); }
+
+    Terminal::Signal connection(const char* name, bool connected)
+    {
+        return {QStringLiteral("media"),
+                QStringLiteral("connection"),
+                {directory() + QLatin1String(name), connected}};
+    }
+
+    QList<Terminal::Signal> media_signals()
+    {
+        QList<Terminal::Signal> found;
+        for (const auto& signal : terminal().seen_signals()) {
+            if (signal.path == QLatin1String("media"))
+                found.append(signal);
+        }
+        return found;
+    }
+
+    /// Waits until the signals of the media are these, and settles.
+    void expect_signals(const QList<Terminal::Signal>& expected)
+    {
+        QVERIFY(wait_for([&] { return media_signals().size() >= expected.size(); }));
+        terminal().settle();
+        QCOMPARE(media_signals(), expected);
+    }
+
+    /// Has a scan of the directory made and done, and forgets its traces.
+    void rescan()
+    {
+        terminal().call(QStringLiteral("media"), QStringLiteral("media_changed"), {directory()});
+    }
+
+private Q_SLOTS:
+    void init() { terminal_ = std::make_unique<Terminal>(); }
+    void cleanup() { terminal_.reset(); }
+
+    void medium_present_at_start_is_announced()
+    {
+        make("usb0");
+        terminal().start();
+        QVERIFY(terminal().output().contains("Media changed " + directory().toUtf8() +
+                                             "\nAdded usb0\nCurrent usb0\n"));
+        expect_signals({connection("usb0", true)});
+    }
+
+    void other_names_are_not_media()
+    {
+        make("usb1");
+        terminal().start();
+        terminal().clear();
+        make("data");
+        make("USB1");
+        QVERIFY(QFile::link(QStringLiteral("nowhere"), directory() + QStringLiteral("usb-broken")));
+        QCOMPARE(mkfifo((directory() + QStringLiteral("usb-pipe")).toUtf8().constData(), 0600), 0);
+        rescan();
+        terminal().settle();
+        QVERIFY(terminal().seen_signals().isEmpty());
+        const QByteArray text = terminal().output();
+        QVERIFY(text.contains("Media changed " + directory().toUtf8() + "\nCurrent usb1\n"));
+        QVERIFY(!text.contains("Added"));
+        QVERIFY(!text.contains("Current data"));
+    }
+
+    void files_and_directories_are_media_sorted_without_case()
+    {
+        terminal().start();
+        terminal().clear();
+        // All before one scan.
+        for (const char* name : {"usbC", "usba", "usbB"})
+            terminal().root.write(QStringLiteral("tmp/") + QLatin1String(name), "");
+        QDir(terminal().root.path()).rename(QStringLiteral("media"), QStringLiteral("old"));
+        QDir(terminal().root.path()).rename(QStringLiteral("tmp"), QStringLiteral("media"));
+        rescan();
+        QVERIFY(wait_for([this] { return terminal().seen_signals().size() >= 3; }));
+        terminal().settle();
+        QCOMPARE(terminal().seen_signals(),
+                 (QList<Terminal::Signal>{connection("usba", true), connection("usbB", true),
+                                          connection("usbC", true)}));
+        QVERIFY(terminal().output().contains(
+            "Added usba\nAdded usbB\nAdded usbC\nCurrent usba\nCurrent usbB\nCurrent usbC\n"));
+    }
+
+    void removal_comes_before_addition()
+    {
+        make("usb0");
+        terminal().start();
+        terminal().clear();
+        QVERIFY(QDir(directory()).rename(QStringLiteral("usb0"), QStringLiteral("usb0a")));
+        expect_signals({connection("usb0", false), connection("usb0a", true)});
+        const QByteArray text = terminal().output();
+        QVERIFY(text.contains("Removed usb0\n"));
+        QVERIFY(text.indexOf("Removed usb0\n") < text.indexOf("Added usb0a\n"));
+        QVERIFY(text.contains("Current usb0a\n"));
+    }
+
+    void change_is_noticed_without_a_call()
+    {
+        terminal().start();
+        terminal().clear();
+        make("usb7");
+        expect_signals({connection("usb7", true)});
+        QVERIFY(QDir(directory()).rmdir(QStringLiteral("usb7")));
+        expect_signals({connection("usb7", true), connection("usb7", false)});
+    }
+
+    void scan_of_another_directory_replaces_the_list()
+    {
+        make("usb0");
+        terminal().root.make_directory(QStringLiteral("tmp/usbX"));
+        terminal().start();
+        terminal().clear();
+        const QString other = terminal().root.path(QStringLiteral("tmp")) + QLatin1Char('/');
+        terminal().call(QStringLiteral("media"), QStringLiteral("media_changed"), {other});
+        expect_signals({{QStringLiteral("media"),
+                         QStringLiteral("connection"),
+                         {other + QStringLiteral("usb0"), false}},
+                        {QStringLiteral("media"),
+                         QStringLiteral("connection"),
+                         {other + QStringLiteral("usbX"), true}}});
+        const QString nowhere = QStringLiteral("/nowhere/");
+        terminal().clear();
+        terminal().call(QStringLiteral("media"), QStringLiteral("media_changed"), {nowhere});
+        expect_signals({{QStringLiteral("media"),
+                         QStringLiteral("connection"),
+                         {QStringLiteral("/nowhere/usbX"), false}}});
+    }
+
+    void missing_directory_is_never_watched()
+    {
+        terminal().root.remove(QStringLiteral("media"));
+        terminal().start();
+        QVERIFY(terminal().output().contains("Media changed " + directory().toUtf8() + "\nPath: "));
+        terminal().clear();
+        terminal().root.make_directory(QStringLiteral("media/usb0"));
+        terminal().settle();
+        QVERIFY(terminal().seen_signals().isEmpty());
+        QVERIFY(!terminal().errors().contains("QFileSystemWatcher"));
+    }
+
+    void camera_takes_every_call_and_does_nothing()
+    {
+        terminal().start();
+        terminal().clear();
+        const QString path = QStringLiteral("device/camera");
+        const QVariant byte = QVariant::fromValue(uchar{1});
+        const QList<QPair<QString, QVariantList>> calls = {
+            {QStringLiteral("media_changed"), {QStringLiteral("/x")}},
+            {QStringLiteral("switch_channel"), {1U}},
+            {QStringLiteral("scan_channels"), {QStringLiteral("1,2"), 5U}},
+            {QStringLiteral("request4"), {byte, byte, byte, byte}},
+            {QStringLiteral("request5"), {byte, byte, byte, byte, byte}},
+            {QStringLiteral("request6"), {byte, byte, byte, byte, byte, byte}},
+        };
+        for (const auto& each : calls) {
+            const QDBusMessage reply = terminal().call(path, each.first, each.second);
+            QCOMPARE(reply.type(), QDBusMessage::ReplyMessage);
+            QVERIFY(reply.arguments().isEmpty());
+        }
+        QCOMPARE(terminal().get(path, QStringLiteral("is_connected")), QVariant(false));
+        terminal().settle();
+        QVERIFY(terminal().output().isEmpty());
+        QVERIFY(terminal().seen_signals().isEmpty());
+        QVERIFY(terminal().controller.requests().isEmpty());
+    }
+};
+
+QTEST_GUILESS_MAIN(Media_and_camera)
+#include "media_and_camera.moc"

@@ -1,0 +1,141 @@
+// The simulator, talked to as the daemon would.
+
+#include "Terminal.h"
+
+#include <QFile>
+
+#include <csignal>
+
+class Simulator_test : public QObject {
+    Q_OBJECT
+
+private:
+    std::unique_ptr<Terminal> terminal_;
+
+    Terminal& terminal() { return *terminal_; }
+
+    /// Starts it on the line; it answers nothing of its own accord.
+    void start(const QStringList& options = {})
+    {
+        QVERIFY(QFile::link(terminal().controller.device(),
+                            terminal().root.path(QStringLiteral("dev/ttyUSB1"))));
+        terminal().controller.set_silent(true);
+        terminal().daemon.start(terminal().root.path(), terminal().bus.address(),
+                                QStringList{QStringLiteral("--simulate")} + options);
+    }
+
+    void ask(const QByteArray& request)
+    {
+        // The host's own addresses are those that the simulator's frames carry as well.
+        QByteArray frame = Fake_controller::frame(QByteArray::fromHex(request));
+        frame[2] = 0x78;
+        frame[3] = 0x59;
+        terminal().controller.send_bytes(frame);
+    }
+
+    bool is_answered(const QByteArray& payload)
+    {
+        return wait_for([this, &payload] { return terminal().controller.has_received(payload); });
+    }
+
+private Q_SLOTS:
+    void init() { terminal_ = std::make_unique<Terminal>(); }
+    void cleanup() { terminal_.reset(); }
+
+    void output_commands_are_answered_with_the_states()
+    {
+        start();
+        ask("330055");
+        QVERIFY(is_answered("340055"));
+        ask("3300aa");
+        QVERIFY(is_answered("3400aa"));
+        ask("330000");
+        ask("3300c1"); // output 0 off, 3 as it was
+        QVERIFY(is_answered("3400a9"));
+        QCOMPARE(terminal().daemon.output(), QByteArray("Bah\nGot --simulate\nSimulate\n"
+                                                        "Src/Dest test failed 78:59 59:78\n8:33\n"
+                                                        "Set Digi 55+FFFF =>55+FFFF\n"
+                                                        "Src/Dest test failed 78:59 59:78\n8:33\n"
+                                                        "Set Digi aa+FFFF =>aa+TTTT\n"
+                                                        "Src/Dest test failed 78:59 59:78\n8:33\n"
+                                                        "Set Digi 0+TTTT =>aa+TTTT\n"
+                                                        "Src/Dest test failed 78:59 59:78\n8:33\n"
+                                                        "Set Digi c1+TTTT =>a9+FTTT\n"));
+        QCOMPARE(terminal().controller.payloads().filter(QStringLiteral("34 00 aa")).size(), 2);
+    }
+
+    void digest_is_reported_at_most_every_300_ms()
+    {
+        start();
+        ask("350100"); // every 50 ms
+        QVERIFY(wait_for([this] { return terminal().controller.requests().size() >= 4; }));
+        QVERIFY(terminal().daemon.output().endsWith("8:35\nRequest digest\n"));
+        const auto& requests = terminal().controller.requests();
+        QCOMPARE(requests[0].payload.toHex(), QByteArray("36007f8001800000"));
+        QCOMPARE(requests[1].payload.toHex(), QByteArray("3600808002800000"));
+        QCOMPARE(requests[2].payload.toHex(), QByteArray("3600818003800000"));
+        QVERIFY(requests[3].msecs - requests[0].msecs >= 3 * 300 - 50);
+    }
+
+    void interval_0_fires_on_every_turn_and_other_requests_go_on()
+    {
+        start();
+        ask("350000");
+        QVERIFY(wait_for([this] { return !terminal().controller.requests().isEmpty(); }));
+        ask("010000");
+        QVERIFY(wait_for([this] { return terminal().daemon.output().endsWith("8:01\n"); }));
+    }
+
+    void controllers_own_addresses_are_not_reported()
+    {
+        start();
+        terminal().controller.send(QByteArray::fromHex("0100"));
+        QVERIFY(
+            wait_for([this] { return terminal().daemon.output().endsWith("Simulate\n8:01\n"); }));
+    }
+
+    void options_are_walked_as_the_daemons()
+    {
+        start({QStringLiteral("--port"), QStringLiteral("/nowhere"), QStringLiteral("--debug"),
+               QStringLiteral("-help"), QStringLiteral("--baudrate"), QStringLiteral("0x1C200")});
+        ask("010000");
+        QVERIFY(wait_for([this] { return terminal().daemon.output().endsWith("8:01\n"); }));
+        const QByteArray text = terminal().daemon.output();
+        const QByteArray usage = "Usage: " + Daemon_process::test_program().toUtf8() +
+                                 "  <commands> where <commands> are a list of:\n"
+                                 "    --port <path>       Open serial port indicated by <path>\n"
+                                 "    --baudrate <rate>   Set baud rate of serial port to <baud>\n"
+                                 "    --debug             Turn on debugging\n"
+                                 "    --help              This help text\n";
+        QVERIFY(text.contains("Simulate\nUnknown command debug\n" + usage + usage));
+    }
+
+    void refused_start_data()
+    {
+        QTest::addColumn<QStringList>("options");
+        QTest::newRow("bare word")
+            << QStringList{QStringLiteral("--debug"), QStringLiteral("a"), QStringLiteral("b")};
+        QTest::newRow("zero baud rate")
+            << QStringList{QStringLiteral("--baudrate"), QStringLiteral("0")};
+    }
+    void refused_start()
+    {
+        QFETCH(QStringList, options);
+        start(options);
+        QVERIFY(terminal().daemon.wait_for_end());
+        QCOMPARE(terminal().daemon.exit_status(), 0);
+    }
+
+    void signal_ends_it_as_any_program()
+    {
+        start();
+        ask("010000");
+        QVERIFY(wait_for([this] { return terminal().daemon.output().endsWith("8:01\n"); }));
+        terminal().daemon.signal(SIGTERM);
+        QVERIFY(terminal().daemon.wait_for_end());
+        QCOMPARE(terminal().daemon.exit_status(), -1);
+    }
+};
+
+QTEST_GUILESS_MAIN(Simulator_test)
+#include "simulator.moc"

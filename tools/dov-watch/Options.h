@@ -1,0 +1,31 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+#include <optional>
+
+/// The command line.
+struct Options {
+    enum class On_end { automatic, leave, wait };
+
+    QString address; ///< of the bus; empty for the machine's system bus
+    QString filter;  ///< only objects whose path or name contains it; empty for all
+    int interval_ms = 1000;
+    bool json = false;
+    bool lines = false; ///< lines also on a terminal
+    bool ascii = false;
+    On_end on_end = On_end::automatic; ///< when the service or the bus goes away
+    /// Set in every threshold input while watching, and set back at the end.
+    std::optional<unsigned> report_ms;
+    std::optional<double> hysteresis;
+};
+
+/// What the command line asks for: options to run with, or a text to print and leave.
+struct Command_line {
+    Options options;
+    QString text;   ///< help, version or an error; empty to run
+    int status = 0; ///< to leave with, when there is a text
+};
+
+Command_line parse_command_line(const QStringList& arguments);

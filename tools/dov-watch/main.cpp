@@ -1,0 +1,88 @@
+#include "Line_output.h"
+#include "Options.h"
+#include "Posix_signals.h"
+#include "Screen_session.h"
+#include "Watcher.h"
+
+#include <QCoreApplication>
+
+#include <cstdio>
+
+#include <unistd.h>
+
+namespace {
+
+void say(FILE* stream, const QString& text)
+{
+    (void)std::fprintf(stream, "%s\n", qPrintable(text));
+}
+
+/// Ends when what is watched goes away, if that is asked for. Returns the text to leave behind.
+void end_with_service(const Watcher& watcher, QString& farewell)
+{
+    QObject::connect(&watcher, &Watcher::service_left, qApp, [&farewell] {
+        farewell = QStringLiteral("dov-watch: the service has left the bus");
+        QCoreApplication::quit();
+    });
+    QObject::connect(&watcher, &Watcher::bus_lost, qApp, [&farewell] {
+        farewell = QStringLiteral("dov-watch: the bus has ended");
+        QCoreApplication::quit();
+    });
+}
+
+int watch_in_lines(Watcher& watcher, const Options& options)
+{
+    const Line_output output(STDOUT_FILENO, options.json, options.filter);
+    QObject::connect(&watcher, &Watcher::changed, qApp, [&output](const Change& change) {
+        if (!output.write(change))
+            QCoreApplication::quit();
+    });
+    QObject::connect(&watcher, &Watcher::refused, qApp,
+                     [](const QString& message) { say(stderr, message); });
+    return QCoreApplication::exec();
+}
+
+int watch_on_screen(Watcher& watcher, const Options& options, const Posix_signals& signals_)
+{
+    Screen_session session(watcher, options);
+    if (!session.is_open()) {
+        say(stderr, QStringLiteral("dov-watch: this terminal's type is not known; set TERM, or "
+                                   "use --lines"));
+        return 1;
+    }
+    QObject::connect(&session, &Screen_session::end_asked, qApp, &QCoreApplication::quit);
+    QObject::connect(&signals_, &Posix_signals::resized, &session, &Screen_session::resize);
+    return QCoreApplication::exec();
+}
+
+} // namespace
+
+int main(int count, char** arguments)
+{
+    // Qt's own event loop; the one built on GLib is of no use here.
+    qputenv("QT_NO_GLIB", "1");
+    const QCoreApplication application(count, arguments);
+    const Command_line line = parse_command_line(QCoreApplication::arguments());
+    if (!line.text.isEmpty()) {
+        say(line.status == 0 ? stdout : stderr, line.text);
+        return line.status;
+    }
+    const bool on_screen =
+        !line.options.lines && ::isatty(STDOUT_FILENO) != 0 && ::isatty(STDIN_FILENO) != 0;
+    Posix_signals signals_;
+    QObject::connect(&signals_, &Posix_signals::end_asked, qApp, &QCoreApplication::quit);
+    Watcher watcher(line.options);
+    if (!watcher.start()) {
+        say(stderr, QStringLiteral("dov-watch: no bus: ") + watcher.error());
+        return 1;
+    }
+    QString farewell;
+    if (line.options.on_end == Options::On_end::leave ||
+        (line.options.on_end == Options::On_end::automatic && !on_screen))
+        end_with_service(watcher, farewell);
+    const int status = on_screen ? watch_on_screen(watcher, line.options, signals_)
+                                 : watch_in_lines(watcher, line.options);
+    if (!farewell.isEmpty())
+        say(stderr, farewell);
+    return status;
+}

@@ -2,6 +2,9 @@
 
 add_compile_options(-Wall -Wextra -Wpedantic -Wshadow)
 add_compile_options($<$<COMPILE_LANGUAGE:CXX>:-Wconversion>)
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+  add_compile_options(-Wduplicated-cond -Wduplicated-branches -Wlogical-op)
+endif()
 if(DOV_WERROR)
   add_compile_options(-Werror)
 endif()

@@ -1,0 +1,152 @@
+#include "Line.h"
+
+#include <QCoreApplication>
+#include <QFile>
+#include <QFileInfo>
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+
+#include <fcntl.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+namespace {
+
+/// As much as a serial driver keeps.
+constexpr int pending_limit = 4096;
+
+QString failure(const QString& what)
+{
+    return what + QStringLiteral(": ") + QString::fromLocal8Bit(std::strerror(errno));
+}
+
+} // namespace
+
+Line::~Line()
+{
+    close();
+}
+
+QString Line::open_pty(const QString& link)
+{
+    own_ = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC | O_NONBLOCK);
+    if (own_ < 0 || grantpt(own_) != 0 || unlockpt(own_) != 0)
+        return failure(QStringLiteral("no pseudo terminal"));
+    device_ = QString::fromLocal8Bit(ptsname(own_));
+    // Kept open: the line stays up before, between and after the hosts that have it.
+    port_ = ::open(ptsname(own_), O_RDWR | O_NOCTTY | O_CLOEXEC | O_NONBLOCK);
+    if (port_ < 0 || !init_port())
+        return failure(device_);
+    const QString error = link.isEmpty() ? QString() : make_link(link);
+    if (error.isEmpty())
+        watch();
+    return error;
+}
+
+QString Line::open_device(const QString& path, int baud)
+{
+    device_ = path;
+    port_ = ::open(QFile::encodeName(path).constData(), O_RDWR | O_NOCTTY | O_CLOEXEC | O_NONBLOCK);
+    if (port_ < 0)
+        return failure(path);
+    own_ = port_;
+    if (!init_port())
+        return failure(path);
+    set_baud(baud);
+    watch();
+    return {};
+}
+
+void Line::close()
+{
+    readable_.reset();
+    writable_.reset();
+    pending_.clear();
+    if (!link_.isEmpty() && QFile::symLinkTarget(link_) == device_)
+        QFile::remove(link_);
+    link_.clear();
+    if (own_ >= 0 && own_ != port_)
+        ::close(own_);
+    if (port_ >= 0) {
+        restore_port();
+        ::close(port_);
+    }
+    own_ = port_ = -1;
+}
+
+bool Line::is_drained() const
+{
+    int unread = 0;
+    const bool is_pty = own_ != port_;
+    return pending_.isEmpty() &&
+           (!is_open() || !is_pty || ioctl(port_, FIONREAD, &unread) != 0 || unread == 0);
+}
+
+void Line::write(const QByteArray& bytes)
+{
+    if (!is_open())
+        return;
+    pending_.append(bytes);
+    write_pending();
+    if (pending_.size() > pending_limit) {
+        lost_bytes_ += pending_.size() - pending_limit;
+        pending_.truncate(pending_limit);
+    }
+}
+
+QString Line::make_link(const QString& link)
+{
+    const QFileInfo present(link);
+    if (present.exists() && !present.isSymLink())
+        return link + QStringLiteral(" is there and no symbolic link");
+    // Made beside it and moved: the name never leads nowhere in between.
+    const QByteArray beside =
+        QFile::encodeName(link + QStringLiteral(".%1").arg(QCoreApplication::applicationPid()));
+    if (symlink(QFile::encodeName(device_).constData(), beside.constData()) != 0)
+        return failure(link);
+    if (rename(beside.constData(), QFile::encodeName(link).constData()) != 0) {
+        const QString error = failure(link);
+        unlink(beside.constData());
+        return error;
+    }
+    link_ = link;
+    return {};
+}
+
+void Line::watch()
+{
+    readable_ = std::make_unique<QSocketNotifier>(own_, QSocketNotifier::Read);
+    connect(readable_.get(), &QSocketNotifier::activated, this, &Line::read_all);
+    writable_ = std::make_unique<QSocketNotifier>(own_, QSocketNotifier::Write);
+    writable_->setEnabled(false);
+    connect(writable_.get(), &QSocketNotifier::activated, this, [this] {
+        write_pending();
+        if (pending_.isEmpty())
+            Q_EMIT written();
+    });
+}
+
+void Line::read_all()
+{
+    char bytes[4096];
+    const ssize_t count = read(own_, bytes, sizeof bytes);
+    if (count > 0) {
+        Q_EMIT received(QByteArray(bytes, static_cast<int>(count)));
+        return;
+    }
+    if (count < 0 && (errno == EAGAIN || errno == EINTR))
+        return;
+    close();
+    Q_EMIT lost();
+}
+
+void Line::write_pending()
+{
+    const ssize_t count =
+        ::write(own_, pending_.constData(), static_cast<std::size_t>(pending_.size()));
+    if (count > 0)
+        pending_.remove(0, static_cast<int>(count));
+    writable_->setEnabled(!pending_.isEmpty());
+}

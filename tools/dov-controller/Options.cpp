@@ -1,0 +1,173 @@
+#include "Options.h"
+
+#include <QCommandLineOption>
+#include <QCommandLineParser>
+#include <QHash>
+
+#include <algorithm>
+
+namespace {
+
+constexpr int usage_error = 2;
+
+const char* const description =
+    R"(Plays the power controller of a vehicle terminal, for development and tests.
+
+Makes a pseudo terminal for the host to open and prints its path on standard
+output, again after each reconnection; or takes a given serial device. Answers
+every command of the host's, keeps the state that commands change, pushes
+digests at the interval that the host asks for, and shows faults on demand.
+
+Commands come from options, from a script and from standard input.)";
+
+/// An option that is not a command.
+struct Option_row {
+    const char* name;
+    const char* value; ///< null for a switch
+    const char* meaning;
+    void (*store)(Options& options, const QString& value);
+};
+
+constexpr Option_row option_rows[] = {
+    {"link", "path", "Makes path a symbolic link to the pseudo terminal, while it is there.",
+     [](Options& options, const QString& value) { options.place.link = value; }},
+    {"device", "path", "Takes this serial device instead of making a pseudo terminal.",
+     [](Options& options, const QString& value) { options.place.device = value; }},
+    {"baudrate", "rate", "Speed of the device; 115200 by default.",
+     [](Options& options, const QString& value) { options.place.baud = value.toInt(); }},
+    {"script", "file", "Plays a script: a time and a command a line.",
+     [](Options& options, const QString& value) { options.script = value; }},
+    {"loop", nullptr, "Plays the script again and again.",
+     [](Options& options, const QString&) { options.loop = true; }},
+    {"record", "file", "Writes what goes over the line, in both directions.",
+     [](Options& options, const QString& value) { options.record = value; }},
+    {"replay", "file", "Plays the controller's side of a recording, and answers nothing itself.",
+     [](Options& options, const QString& value) { options.replay = value; }},
+    {"speed", "factor", "Replays so many times as fast; 0: without pauses.",
+     [](Options& options, const QString& value) {
+         bool good = false;
+         options.speed = value.toDouble(&good);
+         if (!good)
+             options.speed = -1;
+     }},
+    {"wait", nullptr, "Script and replay begin with the host's first byte.",
+     [](Options& options, const QString&) { options.wait = true; }},
+    {"exit-at-end", nullptr, "Ends when script or replay has, and the host has taken it all.",
+     [](Options& options, const QString&) { options.exit_at_end = true; }},
+    {"check", nullptr, "Checks script and recording, and ends.",
+     [](Options& options, const QString&) { options.check = true; }},
+    {"verbose", nullptr, "Prints what goes over the line.",
+     [](Options& options, const QString&) { options.verbose = true; }},
+};
+
+QString commands_text()
+{
+    QString text = QStringLiteral("\nCommands (in a script each after its time, as 1.5s or "
+                                  "+200ms):\n");
+    for (const Command_kind& kind : command_kinds())
+        text +=
+            QStringLiteral("  %1 %2\n")
+                .arg((QLatin1String(kind.name) + QLatin1Char(' ') + QLatin1String(kind.arguments))
+                         .leftJustified(40),
+                     QLatin1String(kind.meaning));
+    text += QStringLiteral("\nInputs, with what they can measure:\n");
+    for (const Input_kind& kind : input_kinds())
+        text += QStringLiteral("  %1 %2 to %3 %4\n")
+                    .arg(QLatin1String(kind.name), -14)
+                    .arg(kind.least)
+                    .arg(kind.most)
+                    .arg(QLatin1String(kind.unit));
+    text += QStringLiteral("\nWaveforms: constant VALUE, or just VALUE; sine, triangle, square and "
+                           "ramp\nLOW HIGH PERIOD; random LOW HIGH PERIOD [SEED].\n"
+                           "\nGenerations:\n");
+    for (const Generation& generation : generations)
+        text += QStringLiteral("  %1 %2\n")
+                    .arg(QLatin1String(generation.name), -16)
+                    .arg(QLatin1String(generation.meaning));
+    return text + QStringLiteral(
+                      "\nTimes are numbers with ms, s or min. A # begins a comment.\n"
+                      "\nExit status: 0 ended as asked, 1 the line, a script or a recording is no "
+                      "good,\n2 wrong usage.\n");
+}
+
+void add_options(QCommandLineParser& parser)
+{
+    for (const Option_row& row : option_rows)
+        parser.addOption({QString::fromLatin1(row.name), QString::fromLatin1(row.meaning),
+                          QString::fromLatin1(row.value)});
+    for (const Command_kind& kind : command_kinds()) {
+        if (kind.is_option)
+            parser.addOption({QString::fromLatin1(kind.name),
+                              QStringLiteral("The command, before the start: ") +
+                                  QLatin1String(kind.meaning) + QLatin1Char('.'),
+                              QString::fromLatin1(kind.arguments)});
+    }
+}
+
+/// Takes the options that are commands, in their order. An error's text, or nothing.
+QString take_commands(const QCommandLineParser& parser, Options& options)
+{
+    QHash<QString, int> taken;
+    for (const QString& name : parser.optionNames()) {
+        const auto& kinds = command_kinds();
+        const auto kind = std::find_if(kinds.begin(), kinds.end(), [&name](const Command_kind& k) {
+            return k.is_option && name == QLatin1String(k.name);
+        });
+        if (kind == kinds.end())
+            continue;
+        Words words(parser.values(name).value(taken[name]++).toUtf8());
+        const Action action = parse_arguments(*kind, words);
+        if (!action)
+            return QStringLiteral("--%1: column %2: %3")
+                .arg(name)
+                .arg(words.error_column())
+                .arg(words.error());
+        options.commands.append(action);
+    }
+    return {};
+}
+
+/// Takes the values of all options. An error's text, or nothing.
+QString take_values(const QCommandLineParser& parser, Options& options)
+{
+    for (const Option_row& row : option_rows) {
+        const QString name = QString::fromLatin1(row.name);
+        if (parser.isSet(name))
+            row.store(options, row.value == nullptr ? QString() : parser.value(name));
+    }
+    if (!parser.positionalArguments().isEmpty())
+        return QStringLiteral("not an option: ") + parser.positionalArguments().constFirst();
+    if (options.place.baud <= 0)
+        return QStringLiteral("--baudrate takes a number above 0");
+    if (!(options.speed >= 0))
+        return QStringLiteral("--speed takes a number from 0 on");
+    if (!options.place.link.isEmpty() && !options.place.device.isEmpty())
+        return QStringLiteral("--link is for a pseudo terminal, not for --device");
+    if (!options.script.isEmpty() && !options.replay.isEmpty())
+        return QStringLiteral("--script and --replay do not go together");
+    return take_commands(parser, options);
+}
+
+} // namespace
+
+Command_line parse_command_line(const QStringList& arguments)
+{
+    QCommandLineParser parser;
+    parser.setApplicationDescription(QString::fromLatin1(description));
+    const QCommandLineOption help = parser.addHelpOption();
+    const QCommandLineOption version = parser.addVersionOption();
+    add_options(parser);
+    Command_line result;
+    if (!parser.parse(arguments)) {
+        result.text = parser.errorText();
+        result.status = usage_error;
+    } else if (parser.isSet(help)) {
+        result.text = parser.helpText() + commands_text();
+    } else if (parser.isSet(version)) {
+        result.text = QStringLiteral("dov-controller " DOV_VERSION);
+    } else {
+        result.text = take_values(parser, result.options);
+        result.status = result.text.isEmpty() ? 0 : usage_error;
+    }
+    return result;
+}

@@ -1,0 +1,165 @@
+#include "Bench_controller.h"
+#include "Command_reader.h"
+#include "Options.h"
+#include "Players.h"
+#include "Posix_signals.h"
+#include "Script.h"
+#include "Trace.h"
+
+#include <QCoreApplication>
+#include <QFile>
+
+#include <cstdio>
+#include <memory>
+#include <optional>
+
+#include <unistd.h>
+
+namespace {
+
+void say(FILE* stream, const QString& text)
+{
+    (void)std::fprintf(stream, "%s\n", qPrintable(text));
+    (void)std::fflush(stream);
+}
+
+void complain(const QString& text)
+{
+    say(stderr, QStringLiteral("dov-controller: ") + text);
+}
+
+/// Reads a file and what is in it; nothing, after saying why, if either is no good.
+template <class Content>
+std::optional<Content> load(const QString& path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        complain(path + QStringLiteral(": ") + file.errorString());
+        return std::nullopt;
+    }
+    Content content = Content::parse(file.readAll());
+    for (const Text_error& error : content.errors)
+        say(stderr, error.in(path));
+    if (!content.errors.isEmpty())
+        return std::nullopt;
+    return content;
+}
+
+/// What plays, if anything does.
+struct Program {
+    bool is_good = true;
+    std::unique_ptr<Player> player;
+};
+
+Program load_program(const Options& options, Bench_controller& bench)
+{
+    if (!options.script.isEmpty()) {
+        auto script = load<Script>(options.script);
+        if (!script)
+            return {false, nullptr};
+        return {true, std::make_unique<Script_player>(bench, std::move(*script), options.loop)};
+    }
+    if (!options.replay.isEmpty()) {
+        const auto trace = load<Trace>(options.replay);
+        if (!trace)
+            return {false, nullptr};
+        bench.set_answering(false);
+        return {true, std::make_unique<Trace_player>(bench, *trace, options.speed, options.wait)};
+    }
+    return {};
+}
+
+void connect_texts(Bench_controller& bench, Trace_writer& recording, bool verbose)
+{
+    QObject::connect(&bench, &Bench_controller::line_opened,
+                     [](const QString& device) { say(stdout, device); });
+    QObject::connect(&bench, &Bench_controller::line_failed, complain);
+    QObject::connect(&bench, &Bench_controller::text_printed,
+                     [](const QString& text) { say(stdout, text); });
+    QObject::connect(&bench, &Bench_controller::passed,
+                     [&recording](const Trace_entry& entry) { recording.write(entry); });
+    if (verbose)
+        QObject::connect(&bench, &Bench_controller::passed,
+                         [](const Trace_entry& entry) { say(stdout, entry.to_line()); });
+}
+
+/// Ends the program once everything has gone out and been taken, or has had its time for that.
+void quit_when_idle(Bench_controller& bench)
+{
+    constexpr int check_ms = 10;
+    constexpr qint64 longest_ms = 5000;
+    auto* timer = new QTimer(&bench);
+    QObject::connect(timer, &QTimer::timeout, [&bench, until_ms = bench.now_ms() + longest_ms] {
+        if (bench.is_idle() || bench.now_ms() > until_ms)
+            QCoreApplication::quit();
+    });
+    timer->start(check_ms);
+}
+
+/// A terminal that belongs to somebody else would stop a background process that reads it.
+bool may_read_standard_input()
+{
+    return isatty(STDIN_FILENO) == 0 || tcgetpgrp(STDIN_FILENO) == getpgrp();
+}
+
+int run(const Options& options)
+{
+    Bench_controller bench;
+    const Program program = load_program(options, bench);
+    if (!program.is_good)
+        return 1;
+    if (options.check)
+        return 0;
+    Trace_writer recording;
+    const QString record_error =
+        options.record.isEmpty() ? QString() : recording.open(options.record);
+    if (!record_error.isEmpty()) {
+        complain(record_error);
+        return 1;
+    }
+    connect_texts(bench, recording, options.verbose);
+    for (const Action& command : options.commands)
+        command(bench);
+    const Posix_signals signals;
+    QObject::connect(&signals, &Posix_signals::end_asked, qApp, &QCoreApplication::quit);
+    QObject::connect(&bench, &Bench_controller::quit_asked, qApp, &QCoreApplication::quit,
+                     Qt::QueuedConnection);
+    const QString error = bench.start(options.place);
+    if (!error.isEmpty()) {
+        complain(error);
+        return 1;
+    }
+    std::optional<Command_reader> reader;
+    if (may_read_standard_input()) {
+        reader.emplace(STDIN_FILENO, QStringLiteral("standard input"), bench);
+        QObject::connect(&*reader, &Command_reader::failed,
+                         [](const QString& text) { say(stderr, text); });
+    }
+    if (program.player) {
+        if (options.exit_at_end)
+            QObject::connect(program.player.get(), &Player::ended,
+                             [&bench] { quit_when_idle(bench); });
+        if (options.wait)
+            QObject::connect(&bench, &Bench_controller::host_heard, program.player.get(),
+                             &Player::start);
+        else
+            QTimer::singleShot(0, program.player.get(), &Player::start);
+    }
+    return QCoreApplication::exec();
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    const QCoreApplication application(argc, argv);
+    QCoreApplication::setApplicationName(QStringLiteral("dov-controller"));
+    const Command_line line = parse_command_line(QCoreApplication::arguments());
+    if (line.text.isEmpty())
+        return run(line.options);
+    if (line.status == 0)
+        say(stdout, line.text);
+    else
+        complain(line.text);
+    return line.status;
+}

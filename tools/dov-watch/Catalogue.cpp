@@ -64,14 +64,13 @@ constexpr Kind buzzer =
 constexpr Kind ignition =
     plain_kind("power.ignition", state_value("is_on", "changed", Reading::once),
                number_value("get_mode", Reading::always));
-constexpr Kind lock = plain_kind(
-    "power.lock", {"is_hold", "changed", Reading::once, "", 0, {"held", "released", true}});
+constexpr Kind lock =
+    plain_kind("power.lock", {"is_hold", "changed", Reading::once, "", 0, {"held", "free", true}});
 constexpr Kind button = plain_kind("power.button", nothing, nothing, "short_press");
 constexpr Kind atx = plain_kind("atx", nothing, nothing, "received");
-constexpr Kind camera =
-    plain_kind("device.camera",
-               {"is_connected", "changed", Reading::once, "", 0, {"connected", "absent", true}},
-               nothing, "connection");
+constexpr Kind camera = plain_kind(
+    "device.camera", {"is_connected", "changed", Reading::once, "", 0, {"present", "absent", true}},
+    nothing, "connection");
 constexpr Kind media = plain_kind("media", nothing, nothing, "connection");
 constexpr Kind controller_version = plain_kind("version", number_value("get", Reading::always));
 constexpr Kind system_version = plain_kind("version", number_value("get", Reading::once));
@@ -87,7 +86,7 @@ constexpr Object_row object_rows[] = {
     {"Temperatures", "device/io/input/temperature/%1", "temperature %1", 6, &temperature_input},
     {"Outputs", "device/io/output/digital/%1", "output %1", 4, &digital_output},
     {"Outputs", "device/io/output/frequency/0", "frequency out", 1, &frequency_output},
-    {"Outputs", "device/operating_voltage", "supply setting", 1, &operating_voltage},
+    {"Outputs", "device/operating_voltage", "supply code", 1, &operating_voltage},
     {"Display and sound", "device/display/backlight", "backlight", 1, &dimmable},
     {"Display and sound", "device/buzzer", "buzzer", 1, &buzzer},
     {"Terminal", "power/ignition", "ignition", 1, &ignition},

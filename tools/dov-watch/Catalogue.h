@@ -24,7 +24,7 @@ struct Truth_words {
 };
 
 constexpr Truth_words on_off = {"on", "off", true};
-constexpr Truth_words suspended_words = {"suspended", "on", false};
+constexpr Truth_words suspended_words = {"off", "on", false};
 
 /// One value of an object.
 struct Value_row {

@@ -96,7 +96,8 @@ QString age_text(qint64 age_ms)
 {
     const qint64 seconds = age_ms / 1000;
     if (seconds < 10)
-        return QString::number(static_cast<double>(age_ms / 100) / 10.0, 'f', 1) + QLatin1Char('s');
+        return QString::number(seconds) + QLatin1Char('.') + QString::number(age_ms % 1000 / 100) +
+               QLatin1Char('s');
     if (seconds < 60)
         return QString::number(seconds) + QLatin1Char('s');
     if (seconds < 3600)

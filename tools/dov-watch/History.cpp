@@ -46,8 +46,6 @@ QString History::sparkline(int columns, const QString& levels, double span) cons
     if (!range)
         return line;
     const double height = std::max(range->greatest - range->least, span);
-    const double middle = (range->greatest + range->least) / 2.0;
-    const double lowest = middle - height / 2.0;
     const int top = static_cast<int>(levels.size()) - 1;
     for (int column = 0; column < columns; ++column) {
         const int first = column * length / columns;
@@ -55,7 +53,7 @@ QString History::sparkline(int columns, const QString& levels, double span) cons
         const std::optional<double> value = mean(first, end);
         if (!value)
             continue;
-        const double part = height > 0.0 ? (*value - lowest) / height : 0.0;
+        const double part = height > 0.0 ? (*value - range->least) / height : 0.0;
         line[column] = levels[std::clamp(static_cast<int>(part * (top + 1)), 0, top)];
     }
     return line;

@@ -10,8 +10,8 @@ namespace {
 
 constexpr int least_column_width = 38;
 constexpr int most_columns = 4;
-constexpr int label_width = 14;
-constexpr int value_width = 12;
+constexpr int label_width = 13;
+constexpr int value_width = 10;
 constexpr int age_width = 6;
 constexpr int least_sparkline = 4;
 constexpr qint64 recent_ms = 800;
@@ -110,7 +110,6 @@ Screen_view::Grid Screen_view::make_grid(const Canvas& canvas, std::size_t lines
     const int needed = (static_cast<int>(lines) + grid.height - 1) / grid.height;
     const int most = std::clamp(canvas.width() / least_column_width, 1, most_columns);
     grid.columns = std::clamp(needed, 1, most);
-    grid.column_width = canvas.width() / grid.columns;
     return grid;
 }
 
@@ -139,6 +138,37 @@ std::vector<Screen_view::Placement> Screen_view::flow(const std::vector<Line>& l
     return placements;
 }
 
+/// The columns with sparklines share the room that the others do not need.
+std::vector<Screen_view::Span> Screen_view::spans(const std::vector<Placement>& placements,
+                                                  const Grid& grid, int width) const
+{
+    const auto count = static_cast<std::size_t>(grid.columns);
+    std::vector<bool> has_sparkline(count, false);
+    for (const Placement& placement : placements)
+        if (placement.line.object >= 0 &&
+            model_.objects()[static_cast<std::size_t>(placement.line.object)]
+                    .entry.kind->spark_span > 0.0)
+            has_sparkline[static_cast<std::size_t>(placement.column)] = true;
+    int sharers = static_cast<int>(std::count(has_sparkline.begin(), has_sparkline.end(), true));
+    const bool all_share = sharers == 0;
+    if (all_share)
+        sharers = grid.columns;
+    int spare = width - grid.columns * least_column_width;
+    std::vector<Span> columns;
+    int x = 0;
+    for (std::size_t column = 0; column < count; ++column) {
+        int extent = least_column_width;
+        if (all_share || has_sparkline[column]) {
+            const int share = spare / sharers--;
+            extent += share;
+            spare -= share;
+        }
+        columns.push_back({x, extent - (column + 1 < count ? 2 : 1)});
+        x += extent;
+    }
+    return columns;
+}
+
 void Screen_view::follow_selection(const std::vector<Line>& lines, const Grid& grid)
 {
     const auto line = std::find_if(lines.begin(), lines.end(),
@@ -150,9 +180,9 @@ void Screen_view::follow_selection(const std::vector<Line>& lines, const Grid& g
     const auto index = static_cast<std::size_t>(line - lines.begin());
     const bool below_heading = index > 0 && lines[index - 1].object < 0;
     offset_ = std::min(offset_, below_heading && grid.height > 1 ? index - 1 : index);
-    // No empty room at the end while lines are hidden above.
-    const auto room = static_cast<std::size_t>(grid.columns * grid.height);
-    if (lines.size() <= room)
+    // Nothing is hidden above when everything fits.
+    const int room = grid.columns * grid.height;
+    if (static_cast<int>(lines.size()) <= room)
         offset_ = 0;
     const auto shows_selected = [this](const std::vector<Placement>& placements) {
         return std::any_of(placements.begin(), placements.end(),
@@ -190,7 +220,7 @@ QString Screen_view::summary(const Watched_object& object) const
     if (is_switched_output(*object.entry.kind) && object.values[1].value.isValid() &&
         !object.values[1].value.toBool())
         return QStringLiteral("disabled");
-    const QString text = text_of(object, 0);
+    QString text = text_of(object, 0);
     if (first.value.type() != QVariant::Bool)
         return text;
     const Truth_words& words = object.entry.kind->values.front().words;
@@ -288,13 +318,15 @@ void Screen_view::draw_health(Canvas& canvas, const Screen_facts& facts) const
             {QStringLiteral("%1 service %2 up %3").arg(glyphs_.on, health.owner, since),
              Style::good});
     if (present) {
-        if (health.versions_known == health.versions)
-            pieces.push_back({QStringLiteral("controller answers"), Style::good});
+        if (health.versions_known == 0)
+            pieces.push_back({QString::fromLatin1(unknown_version), Style::bad});
+        else if (health.versions_known == health.versions)
+            pieces.push_back({QStringLiteral("versions known"), Style::good});
         else
-            pieces.push_back({QStringLiteral("controller: %1 of %2 texts")
+            pieces.push_back({QStringLiteral("%1 of %2 versions")
                                   .arg(health.versions_known)
                                   .arg(health.versions),
-                              health.versions_known == 0 ? Style::bad : Style::warning});
+                              Style::warning});
         pieces.push_back({QStringLiteral("digest ") + glyphs_.at_least +
                               QString::number(health.digest_rate, 'f', 1) + QStringLiteral("/s"),
                           health.digest_rate > 0.0 ? Style::plain : Style::dim});
@@ -322,7 +354,7 @@ void Screen_view::draw_list(Canvas& canvas, const Screen_facts& facts)
 {
     std::vector<Line> lines = list(true);
     Grid grid = make_grid(canvas, lines.size());
-    if (lines.size() > static_cast<std::size_t>(grid.columns * grid.height)) {
+    if (static_cast<int>(lines.size()) > grid.columns * grid.height) {
         lines = list(false);
         grid = make_grid(canvas, lines.size());
     }
@@ -330,17 +362,25 @@ void Screen_view::draw_list(Canvas& canvas, const Screen_facts& facts)
     follow_selection(lines, grid);
     if (lines.empty())
         canvas.put(1, grid.top, QStringLiteral("Nothing matches. Escape shows all."), Style::dim);
-    for (int column = 1; column < grid.columns; ++column)
+    const std::vector<Placement> placements = flow(lines, grid);
+    const std::vector<Span> columns = spans(placements, grid, canvas.width());
+    for (std::size_t column = 1; column < columns.size(); ++column)
         for (int row = 0; row < grid.height; ++row)
-            canvas.put(column * grid.column_width - 1, grid.top + row, glyphs_.divider, Style::dim);
-    for (const Placement& placement : flow(lines, grid)) {
-        const int x = placement.column * grid.column_width;
+            canvas.put(columns[column].x - 1, grid.top + row, glyphs_.divider, Style::dim);
+    const auto shown = std::count_if(placements.begin(), placements.end(),
+                                     [](const Placement& each) { return each.line.object >= 0; });
+    const auto listed = std::count_if(lines.begin(), lines.end(),
+                                      [](const Line& each) { return each.object >= 0; });
+    if (shown < listed && canvas.height() >= rows_for_details)
+        canvas.put_right(canvas.width() - 2, canvas.height() - 4,
+                         QStringLiteral(" %1 of %2 ").arg(shown).arg(listed), Style::dim);
+    for (const Placement& placement : placements) {
+        const Span& span = columns[static_cast<std::size_t>(placement.column)];
         const int y = grid.top + placement.row;
-        const int width = grid.column_width - (grid.columns > 1 ? 2 : 1);
         if (placement.line.object >= 0)
-            draw_object(canvas, facts, x, y, width, placement.line.object);
+            draw_object(canvas, facts, span.x, y, span.width, placement.line.object);
         else
-            canvas.put(x + 1, y, placement.line.heading.toUpper(), Style::heading, width);
+            canvas.put(span.x + 1, y, placement.line.heading.toUpper(), Style::heading, span.width);
     }
 }
 

@@ -91,15 +91,21 @@ private:
     };
     struct Grid {
         int columns;
-        int column_width;
         int top;
         int height;
+    };
+    /// A column's first character and its width.
+    struct Span {
+        int x;
+        int width;
     };
 
     bool matches(const Watched_object& object) const;
     std::vector<Line> list(bool with_blanks) const;
     Grid make_grid(const Canvas& canvas, std::size_t lines) const;
     std::vector<Placement> flow(const std::vector<Line>& lines, const Grid& grid) const;
+    std::vector<Span> spans(const std::vector<Placement>& placements, const Grid& grid,
+                            int width) const;
     void follow_selection(const std::vector<Line>& lines, const Grid& grid);
 
     void draw_title(Canvas& canvas, const Screen_facts& facts) const;

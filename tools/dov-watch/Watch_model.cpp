@@ -18,11 +18,10 @@ bool is_in_digest(const Catalogue_object& entry)
            !entry.path.contains(QStringLiteral("/temperature/"));
 }
 
-std::optional<double> number_of(const QVariant& value)
+bool is_known(const QVariant& value)
 {
-    if (!value.isValid() || value.toDouble() <= no_reading)
-        return std::nullopt;
-    return value.toDouble();
+    const bool is_number = value.type() == QVariant::Double;
+    return value.isValid() && (!is_number || value.toDouble() > no_reading);
 }
 
 /// Whether the value is to be read now; forgets that its signal has come.
@@ -72,7 +71,8 @@ std::optional<Change> Watch_model::set_value(int object, int value, const QVaria
     state.fresh = true;
     if (state.value == to)
         return std::nullopt;
-    state.has_changed = state.value.isValid();
+    // The first reading of an input is news, and no change of the input.
+    state.has_changed = is_known(state.value);
     state.value = to;
     state.changed_ms = now_ms;
     if (state.has_changed) {
@@ -144,8 +144,8 @@ void Watch_model::sample()
         if (object.entry.kind->spark_span <= 0.0)
             continue;
         const Watched_value& first = object.values.front();
-        object.history.add(first.fresh && !owner_.isEmpty() ? number_of(first.value)
-                                                            : std::nullopt);
+        const bool known = first.fresh && !owner_.isEmpty() && is_known(first.value);
+        object.history.add(known ? std::make_optional(first.value.toDouble()) : std::nullopt);
     }
 }
 

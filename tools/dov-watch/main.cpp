@@ -42,7 +42,7 @@ int watch_in_lines(Watcher& watcher, const Options& options)
     return QCoreApplication::exec();
 }
 
-int watch_on_screen(Watcher& watcher, const Options& options, const Posix_signals& signals_)
+int watch_on_screen(Watcher& watcher, const Options& options, const Posix_signals& posix_signals)
 {
     Screen_session session(watcher, options);
     if (!session.is_open()) {
@@ -51,7 +51,7 @@ int watch_on_screen(Watcher& watcher, const Options& options, const Posix_signal
         return 1;
     }
     QObject::connect(&session, &Screen_session::end_asked, qApp, &QCoreApplication::quit);
-    QObject::connect(&signals_, &Posix_signals::resized, &session, &Screen_session::resize);
+    QObject::connect(&posix_signals, &Posix_signals::resized, &session, &Screen_session::resize);
     return QCoreApplication::exec();
 }
 
@@ -69,8 +69,8 @@ int main(int count, char** arguments)
     }
     const bool on_screen =
         !line.options.lines && ::isatty(STDOUT_FILENO) != 0 && ::isatty(STDIN_FILENO) != 0;
-    Posix_signals signals_;
-    QObject::connect(&signals_, &Posix_signals::end_asked, qApp, &QCoreApplication::quit);
+    Posix_signals posix_signals;
+    QObject::connect(&posix_signals, &Posix_signals::end_asked, qApp, &QCoreApplication::quit);
     Watcher watcher(line.options);
     if (!watcher.start()) {
         say(stderr, QStringLiteral("dov-watch: no bus: ") + watcher.error());
@@ -80,7 +80,7 @@ int main(int count, char** arguments)
     if (line.options.on_end == Options::On_end::leave ||
         (line.options.on_end == Options::On_end::automatic && !on_screen))
         end_with_service(watcher, farewell);
-    const int status = on_screen ? watch_on_screen(watcher, line.options, signals_)
+    const int status = on_screen ? watch_on_screen(watcher, line.options, posix_signals)
                                  : watch_in_lines(watcher, line.options);
     if (!farewell.isEmpty())
         say(stderr, farewell);

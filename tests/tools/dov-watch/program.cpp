@@ -1,0 +1,260 @@
+// dov-watch itself, with the daemon and its controller behind a bus: in lines, and on a terminal.
+
+#include "Terminal.h"
+#include "Terminal_screen.h"
+
+#include <QJsonDocument>
+#include <QJsonObject>
+
+#include <csignal>
+
+class Program : public QObject {
+    Q_OBJECT
+
+private:
+    std::unique_ptr<Terminal> terminal_;
+    const QString watch_ = QStringLiteral(DOV_WATCH);
+    const QString analog_ = QStringLiteral("device/io/input/analog/0");
+
+    Terminal& terminal() { return *terminal_; }
+
+    QStringList arguments(const QStringList& more = {})
+    {
+        return QStringList{QStringLiteral("--address"), terminal().bus.address(),
+                           QStringLiteral("--interval"), QStringLiteral("50")} +
+               more;
+    }
+
+    void start(Daemon_process& watch, const QStringList& more = {})
+    {
+        watch.start_program(watch_, terminal().root.path(), terminal().bus.address(),
+                            arguments(more));
+    }
+
+    static bool shows(Daemon_process& watch, const QByteArray& text)
+    {
+        return wait_for([&] { return watch.output().contains(text); });
+    }
+
+    static bool shows(Terminal_screen& screen, const char* text)
+    {
+        const bool found =
+            wait_for([&] { return screen.text().contains(QString::fromUtf8(text)); });
+        if (!found)
+            qWarning("%s", qPrintable(screen.text()));
+        return found;
+    }
+
+    static bool ends(Terminal_screen& screen)
+    {
+        return wait_for([&] { return screen.has_ended(); }) &&
+               wait_for([&] { return screen.is_restored(); });
+    }
+
+private Q_SLOTS:
+    void init()
+    {
+        terminal_ = std::make_unique<Terminal>();
+        terminal_->start();
+    }
+    void cleanup() { terminal_.reset(); }
+
+    void lines_tell_of_signals_and_readings()
+    {
+        Daemon_process watch;
+        start(watch);
+        QVERIFY(shows(watch, " /com/quorin/system/device/io/output/digital/1 is_on false\n"));
+        QVERIFY(shows(watch, " /com/quorin/system/version/serial_number get 1234\\n\n"));
+        QVERIFY(shows(watch, " com.quorin.system owner :1."));
+        terminal().controller.send(QByteArray::fromHex("3602112200000000"));
+        QVERIFY(shows(watch, " /com/quorin/system/device/io/input/digital/1 changed true\n"));
+        QVERIFY(shows(watch, " /com/quorin/system/device/io/input/analog/0 val_changed 4.386\n"));
+        // Past its first report the service signals no more; the value is read.
+        terminal().controller.send(QByteArray::fromHex("3602112300000000"));
+        QVERIFY(shows(watch, " /com/quorin/system/device/io/input/analog/0 get_value 4.387\n"));
+        terminal().controller.send(QByteArray::fromHex("1c01"));
+        QVERIFY(shows(watch, " /com/quorin/system/power/button short_press 1\n"));
+        terminal().call(QStringLiteral("device/io/output/digital/1"), QStringLiteral("on"));
+        QVERIFY(shows(watch, " /com/quorin/system/device/io/output/digital/1 is_on true\n"));
+        watch.signal(SIGTERM);
+        QVERIFY(watch.wait_for_end());
+        QCOMPARE(watch.exit_status(), 0);
+        for (const QByteArray& line : watch.output().trimmed().split('\n'))
+            QVERIFY2(line.startsWith("20") && line.count(' ') >= 2, line.constData());
+    }
+
+    void json_is_one_object_a_line()
+    {
+        Daemon_process watch;
+        start(watch, {QStringLiteral("--json"), QStringLiteral("--filter"),
+                      QStringLiteral("serial_number")});
+        QVERIFY(shows(watch, "serial_number"));
+        watch.signal(SIGINT);
+        QVERIFY(watch.wait_for_end());
+        QCOMPARE(watch.exit_status(), 0);
+        for (const QByteArray& line : watch.output().trimmed().split('\n')) {
+            const QJsonObject object = QJsonDocument::fromJson(line).object();
+            QCOMPARE(object.keys(), QStringList({"member", "path", "time", "value"}));
+            if (object.value(QLatin1String("member")) == QLatin1String("get"))
+                QCOMPARE(object.value(QLatin1String("value")).toString(), QStringLiteral("1234\n"));
+        }
+    }
+
+    void nothing_is_set_unless_asked_for()
+    {
+        {
+            Daemon_process watch;
+            start(watch);
+            QVERIFY(shows(watch, "multi_led/19"));
+            QCOMPARE(terminal().get(analog_, QStringLiteral("get_time_out")).toUInt(), 0U);
+            QCOMPARE(terminal().get(analog_, QStringLiteral("get_hysteresis")).toDouble(), 1e6);
+        }
+        Daemon_process watch;
+        start(watch, {QStringLiteral("--report"), QStringLiteral("200"),
+                      QStringLiteral("--hysteresis"), QStringLiteral("0.5")});
+        QVERIFY(wait_for([this] {
+            return terminal().get(analog_, QStringLiteral("get_time_out")).toUInt() == 200;
+        }));
+        QCOMPARE(terminal().get(analog_, QStringLiteral("get_hysteresis")).toDouble(), 0.5);
+        watch.signal(SIGTERM);
+        QVERIFY(watch.wait_for_end());
+        QCOMPARE(terminal().get(analog_, QStringLiteral("get_time_out")).toUInt(), 0U);
+        QCOMPARE(terminal().get(analog_, QStringLiteral("get_hysteresis")).toDouble(), 1e6);
+    }
+
+    void lines_end_with_the_service()
+    {
+        Daemon_process watch;
+        start(watch);
+        QVERIFY(shows(watch, "multi_led/19"));
+        terminal().daemon.signal(SIGTERM);
+        QVERIFY(watch.wait_for_end());
+        QCOMPARE(watch.exit_status(), 0);
+        QVERIFY(watch.output().endsWith(" com.quorin.system owner none\n"));
+        QCOMPARE(watch.errors(), QByteArray("dov-watch: the service has left the bus\n"));
+    }
+
+    void lines_end_with_the_bus()
+    {
+        Daemon_process watch;
+        start(watch);
+        QVERIFY(shows(watch, "multi_led/19"));
+        terminal().bus.stop();
+        QVERIFY(watch.wait_for_end());
+        QCOMPARE(watch.exit_status(), 0);
+    }
+
+    void lines_can_wait_for_the_service()
+    {
+        Daemon_process watch;
+        start(watch, {QStringLiteral("--gone"), QStringLiteral("wait")});
+        QVERIFY(shows(watch, "multi_led/19"));
+        terminal().daemon.signal(SIGTERM);
+        QVERIFY(shows(watch, " com.quorin.system owner none\n"));
+        QVERIFY(terminal().daemon.wait_for_end());
+        watch.clear_texts();
+        terminal().controller.clear();
+        terminal().start();
+        QVERIFY(shows(watch, " com.quorin.system owner :1."));
+        terminal().controller.send(QByteArray::fromHex("3602112200000000"));
+        QVERIFY(shows(watch, " /com/quorin/system/device/io/input/digital/1 changed true\n"));
+        QVERIFY(watch.is_running());
+    }
+
+    void no_bus_is_an_error()
+    {
+        Daemon_process watch;
+        watch.start_program(
+            watch_, terminal().root.path(), terminal().bus.address(),
+            {QStringLiteral("--address"),
+             QStringLiteral("unix:path=") + terminal().root.path(QStringLiteral("nothing"))});
+        QVERIFY(watch.wait_for_end());
+        QCOMPARE(watch.exit_status(), 1);
+        QVERIFY(watch.errors().startsWith("dov-watch: no bus: "));
+    }
+
+    void usage_errors_data()
+    {
+        QTest::addColumn<QStringList>("arguments");
+        QTest::newRow("unknown option") << QStringList{"--nonsense"};
+        QTest::newRow("bare word") << QStringList{"nonsense"};
+        QTest::newRow("short interval") << QStringList{"--interval", "49"};
+        QTest::newRow("no number") << QStringList{"--report", "soon"};
+        QTest::newRow("unknown end") << QStringList{"--gone", "maybe"};
+    }
+    void usage_errors()
+    {
+        QFETCH(QStringList, arguments);
+        Daemon_process watch;
+        watch.start_program(watch_, terminal().root.path(), terminal().bus.address(), arguments);
+        QVERIFY(watch.wait_for_end());
+        QCOMPARE(watch.exit_status(), 2);
+        QVERIFY(!watch.errors().isEmpty());
+        QVERIFY(watch.output().isEmpty());
+    }
+
+    void screen_shows_values_and_operates_outputs()
+    {
+        Terminal_screen screen(watch_, arguments());
+        QVERIFY(shows(screen, "DIGITAL INPUTS"));
+        terminal().controller.send(QByteArray::fromHex("3601112200000000"));
+        QVERIFY(shows(screen, "4.386 V"));
+        QVERIFY(shows(screen, "\u25B8input 0            \u25CF on"));
+        terminal().controller.clear();
+        screen.type("/output 3\r ");
+        QVERIFY(shows(screen, "output 3           \u25CF on"));
+        QVERIFY(wait_for([this] { return terminal().controller.has_received("338080"); }));
+        screen.type("b50\r");
+        QVERIFY(wait_for([this] { return terminal().controller.has_received("317f"); }));
+        screen.type("q");
+        QVERIFY(ends(screen));
+        QCOMPARE(screen.exit_status(), 0);
+    }
+
+    void screen_follows_the_terminal_and_the_service()
+    {
+        Terminal_screen screen(watch_, arguments());
+        QVERIFY(shows(screen, "up "));
+        screen.resize(60, 9);
+        QVERIFY(shows(screen, "dov-watch"));
+        QVERIFY(shows(screen, "input 0"));
+        screen.resize(120, 40);
+        QVERIFY(shows(screen, "VERSIONS"));
+        terminal().daemon.signal(SIGTERM);
+        QVERIFY(shows(screen, "no service, waiting"));
+        QVERIFY(terminal().daemon.wait_for_end());
+        terminal().controller.clear();
+        terminal().start();
+        QVERIFY(shows(screen, "service :1."));
+        terminal().bus.stop();
+        QVERIFY(shows(screen, "no bus"));
+        screen.type("q");
+        QVERIFY(ends(screen));
+        QCOMPARE(screen.exit_status(), 0);
+    }
+
+    void every_end_restores_the_terminal_data()
+    {
+        QTest::addColumn<int>("number");
+        QTest::addColumn<int>("status");
+        QTest::newRow("SIGTERM") << SIGTERM << 0;
+        QTest::newRow("SIGINT") << SIGINT << 0;
+        QTest::newRow("SIGHUP") << SIGHUP << 0;
+        QTest::newRow("crash") << SIGSEGV << -1;
+        QTest::newRow("abort") << SIGABRT << -1;
+    }
+    void every_end_restores_the_terminal()
+    {
+        QFETCH(int, number);
+        QFETCH(int, status);
+        Terminal_screen screen(watch_, arguments());
+        QVERIFY(shows(screen, "DIGITAL INPUTS"));
+        QVERIFY(!screen.is_restored());
+        ::kill(screen.pid(), number);
+        QVERIFY(ends(screen));
+        QCOMPARE(screen.exit_status(), status);
+    }
+};
+
+QTEST_GUILESS_MAIN(Program)
+#include "program.moc"

@@ -113,8 +113,8 @@ QString Bench_controller::state_text() const
 
 QString Bench_controller::open_line()
 {
-    const QString error = place_.device.isEmpty() ? line_.open_pty(place_.link)
-                                                  : line_.open_device(place_.device, place_.baud);
+    QString error = place_.device.isEmpty() ? line_.open_pty(place_.link)
+                                            : line_.open_device(place_.device, place_.baud);
     if (error.isEmpty())
         Q_EMIT line_opened(line_.device());
     else

@@ -197,18 +197,18 @@ uchar Controller_model::digital_bits(qint64 now_ms) const
 Message Controller_model::millivolts(uchar id, int first, int count, qint64 now_ms) const
 {
     Message result = message(id);
-    for (int i = 0; i < count; ++i)
-        put_big_endian(&result[static_cast<std::size_t>(1 + 2 * i)],
-                       static_cast<quint32>(input(first + i, now_ms)));
+    uchar* at = &result[1];
+    for (int i = first; i < first + count; ++i, at += 2)
+        put_big_endian(at, static_cast<quint32>(input(i, now_ms)));
     return result;
 }
 
 Message Controller_model::temperatures(qint64 now_ms) const
 {
     Message result = message(Message_id::temperatures);
-    for (int i = 0; i < Input::count - Input::temperature; ++i)
-        result[static_cast<std::size_t>(1 + i)] =
-            static_cast<uchar>(input(Input::temperature + i, now_ms));
+    uchar* at = &result[1];
+    for (int i = Input::temperature; i < Input::count; ++i)
+        *at++ = static_cast<uchar>(input(i, now_ms));
     return result;
 }
 

@@ -39,7 +39,7 @@ QString Line::open_pty(const QString& link)
     port_ = ::open(ptsname(own_), O_RDWR | O_NOCTTY | O_CLOEXEC | O_NONBLOCK);
     if (port_ < 0 || !init_port())
         return failure(device_);
-    const QString error = link.isEmpty() ? QString() : make_link(link);
+    QString error = link.isEmpty() ? QString() : make_link(link);
     if (error.isEmpty())
         watch();
     return error;
@@ -107,7 +107,7 @@ QString Line::make_link(const QString& link)
     if (symlink(QFile::encodeName(device_).constData(), beside.constData()) != 0)
         return failure(link);
     if (rename(beside.constData(), QFile::encodeName(link).constData()) != 0) {
-        const QString error = failure(link);
+        QString error = failure(link);
         unlink(beside.constData());
         return error;
     }

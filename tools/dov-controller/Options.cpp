@@ -72,11 +72,12 @@ QString commands_text()
                      QLatin1String(kind.meaning));
     text += QStringLiteral("\nInputs, with what they can measure:\n");
     for (const Input_kind& kind : input_kinds())
-        text += QStringLiteral("  %1 %2 to %3 %4\n")
+        text += QStringLiteral("  %1 %2 to %3")
                     .arg(QLatin1String(kind.name), -14)
                     .arg(kind.least)
-                    .arg(kind.most)
-                    .arg(QLatin1String(kind.unit));
+                    .arg(kind.most) +
+                (*kind.unit == '\0' ? QString() : QLatin1Char(' ') + QLatin1String(kind.unit)) +
+                QLatin1Char('\n');
     text += QStringLiteral("\nWaveforms: constant VALUE, or just VALUE; sine, triangle, square and "
                            "ramp\nLOW HIGH PERIOD; random LOW HIGH PERIOD [SEED].\n"
                            "\nGenerations:\n");
@@ -98,7 +99,7 @@ void add_options(QCommandLineParser& parser)
     for (const Command_kind& kind : command_kinds()) {
         if (kind.is_option)
             parser.addOption({QString::fromLatin1(kind.name),
-                              QStringLiteral("The command, before the start: ") +
+                              QStringLiteral("Command before the start: ") +
                                   QLatin1String(kind.meaning) + QLatin1Char('.'),
                               QString::fromLatin1(kind.arguments)});
     }

@@ -2,18 +2,16 @@
 
 void Schedule::add(const Transmission& transmission)
 {
-    // A multi map puts equal keys in reverse: at its upper bound they stay in order.
-    waiting_.insert(waiting_.upperBound(transmission.start_ms), transmission.start_ms,
-                    transmission);
+    waiting_.emplace(transmission.start_ms, transmission);
 }
 
 std::optional<qint64> Schedule::next_time() const
 {
     if (current_)
         return current_->start_ms;
-    if (waiting_.isEmpty())
+    if (waiting_.empty())
         return std::nullopt;
-    return waiting_.firstKey();
+    return waiting_.begin()->first;
 }
 
 QByteArray Schedule::take(qint64 now_ms)
@@ -22,10 +20,10 @@ QByteArray Schedule::take(qint64 now_ms)
     if (!time || *time > now_ms)
         return {};
     if (!current_) {
-        current_ = waiting_.first();
+        current_ = waiting_.begin()->second;
         waiting_.erase(waiting_.begin());
     }
-    const QByteArray piece = current_->pieces.takeFirst();
+    QByteArray piece = current_->pieces.takeFirst();
     current_->start_ms = now_ms + current_->gap_ms;
     if (current_->pieces.isEmpty())
         current_.reset();

@@ -2,8 +2,7 @@
 
 #include "Faults.h"
 
-#include <QMultiMap>
-
+#include <map>
 #include <optional>
 
 /// Puts transmissions one behind the other on the line: each at its time or, when the line is
@@ -21,6 +20,6 @@ public:
     void clear();
 
 private:
-    QMultiMap<qint64, Transmission> waiting_; ///< by start, those of the same start in order
-    std::optional<Transmission> current_;     ///< its first piece has gone; start of the next one
+    std::multimap<qint64, Transmission> waiting_; ///< by start, those of the same start in order
+    std::optional<Transmission> current_; ///< its first piece has gone; start of the next one
 };

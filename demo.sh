@@ -15,6 +15,8 @@ set -euo pipefail
 
 readonly run_seconds=15
 readonly brightness=37 # comes back from a controller as 94 steps of 254, which is 37.008 %
+# The service is the demonstration's own: its inputs may signal every change.
+readonly watch_options=(--interval 500 --hysteresis 0)
 readonly service=com.quorin.system
 readonly objects=/com/quorin/system
 readonly digital_output=$objects/device/io/output/digital/2
@@ -60,9 +62,10 @@ make_work_directory()
     cleaner=$!
     mkdir -p "$work"/root/{bin,dev,etc,tmp,media,nv/info}
     printf '#!/bin/sh\necho "$@" >>"%s/systemctl.calls"\n' "$work" >"$work/root/bin/systemctl"
-    chmod +x "$work/root/bin/systemctl"
-    cp "$source_directory"/data/examples/power_manage.conf \
-        "$source_directory"/data/examples/oem_profile.conf "$work/root/etc/"
+    find "$source_directory/data" \( -name power_manage.conf -o -name oem_profile.conf \) \
+        -exec cp -t "$work/root/etc" {} +
+    printf '#!/bin/sh\necho 5.10.0\n' >"$work/root/bin/uname"
+    chmod +x "$work/root/bin/"*
     echo demo >"$work/root/etc/bsp_version_short"
     echo 0001234 >"$work/root/nv/info/SERIAL_NUMBER"
     printf 'PN-4711' >"$work/root/nv/info/PART_NUMBER"
@@ -153,7 +156,8 @@ start_controller()
         await "the serial line" test -e "$work/root/dev/ttyUSB1"
         start simulator env DOV_TEST_ROOT="$work/root" "$build/dov-dbus-test" --simulate
     else
-        start controller "$build/dov-controller" --link "$work/root/dev/ttyUSB0"
+        start controller "$build/dov-controller" --link "$work/root/dev/ttyUSB0" \
+            --script "$source_directory/tools/demo/terminal.script"
         await "the controller" test -e "$work/root/dev/ttyUSB0"
     fi
 }
@@ -170,7 +174,7 @@ watch_on_terminal()
 {
     local locale=${LC_ALL:-${LC_CTYPE:-${LANG:-}}}
     [ -n "$locale" ] || export LC_ALL=C.UTF-8
-    setpriv --pdeathsig TERM -- "$build/dov-watch" --address "$address" --interval 500 {life}>&-
+    setpriv --pdeathsig TERM -- "$build/dov-watch" "${watch_options[@]}" --address "$address" {life}>&-
 }
 
 answers()
@@ -180,7 +184,7 @@ answers()
 
 watch_for_a_while()
 {
-    setpriv --pdeathsig TERM -- "$build/dov-watch" --address "$address" --interval 500 \
+    setpriv --pdeathsig TERM -- "$build/dov-watch" "${watch_options[@]}" --address "$address" \
         > >(tee "$work/changes" {life}>&-) </dev/null {life}>&- &
     local watch=$! before
     children+=("$watch")

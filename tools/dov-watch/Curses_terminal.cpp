@@ -25,27 +25,43 @@ constexpr int escape_key = 27;
 constexpr int escape_delay_ms = 25;
 constexpr int delete_key = 127;
 
-/// How a style looks with colours and without.
-struct Look {
-    short foreground; ///< -1 for the terminal's own
+/// A foreground and a background; -1 for the terminal's own.
+struct Colours {
+    short foreground;
     short background;
-    attr_t with_colours;
-    attr_t without;
+};
+
+/// How a style looks on terminals of 256 colours, of eight, and of none.
+struct Look {
+    Colours many;
+    Colours few;
+    attr_t coloured;
+    attr_t colourless;
 };
 
 /// In the order of Style.
 constexpr std::array<Look, 10> looks = {{
-    {-1, -1, A_NORMAL, A_NORMAL},
-    {-1, -1, A_DIM, A_NORMAL},
-    {COLOR_WHITE, COLOR_BLUE, A_BOLD, A_REVERSE},
-    {COLOR_BLUE, -1, A_BOLD, A_BOLD},
-    {-1, -1, A_NORMAL, A_NORMAL},
-    {COLOR_YELLOW, -1, A_BOLD, A_BOLD},
-    {COLOR_GREEN, -1, A_NORMAL, A_NORMAL},
-    {COLOR_YELLOW, -1, A_NORMAL, A_BOLD},
-    {COLOR_RED, -1, A_BOLD, A_BOLD},
-    {COLOR_CYAN, -1, A_NORMAL, A_NORMAL},
+    {{-1, -1}, {-1, -1}, A_NORMAL, A_NORMAL},
+    {{245, -1}, {-1, -1}, A_NORMAL, A_NORMAL},
+    {{231, 24}, {COLOR_WHITE, COLOR_BLUE}, A_BOLD, A_REVERSE},
+    {{75, -1}, {COLOR_BLUE, -1}, A_BOLD, A_BOLD},
+    {{255, -1}, {-1, -1}, A_NORMAL, A_NORMAL},
+    {{221, -1}, {COLOR_YELLOW, -1}, A_BOLD, A_BOLD},
+    {{114, -1}, {COLOR_GREEN, -1}, A_NORMAL, A_NORMAL},
+    {{215, -1}, {COLOR_YELLOW, -1}, A_NORMAL, A_BOLD},
+    {{203, -1}, {COLOR_RED, -1}, A_BOLD, A_BOLD},
+    {{80, -1}, {COLOR_CYAN, -1}, A_NORMAL, A_NORMAL},
 }};
+
+constexpr int many_colours = 256;
+constexpr short selected_background = 238;
+
+/// The pairs of the styles begin with 1, and on terminals of 256 colours there is a second set
+/// behind them for what is selected.
+short pair_of(std::size_t style, bool selected)
+{
+    return static_cast<short>(1 + style + (selected ? looks.size() : 0));
+}
 
 /// What puts the terminal back when the program crashes: no curses then, only writes.
 struct Rescue {
@@ -130,8 +146,14 @@ Curses_terminal::Curses_terminal()
         return;
     start_color();
     use_default_colors();
-    for (std::size_t i = 0; i < looks.size(); ++i)
-        init_pair(static_cast<short>(i + 1), looks[i].foreground, looks[i].background);
+    has_many_colours_ = COLORS >= many_colours;
+    for (std::size_t style = 0; style < looks.size(); ++style) {
+        const Look& look = looks[style];
+        const Colours& colours = has_many_colours_ ? look.many : look.few;
+        init_pair(pair_of(style, false), colours.foreground, colours.background);
+        if (has_many_colours_)
+            init_pair(pair_of(style, true), colours.foreground, selected_background);
+    }
 }
 
 Curses_terminal::~Curses_terminal()
@@ -169,13 +191,14 @@ void Curses_terminal::show(const Canvas& canvas)
         for (int x = 0; x < canvas.width(); ++x) {
             const Canvas::Cell& cell = canvas.at(x, y);
             const auto style = static_cast<std::size_t>(cell.style);
-            attr_t attributes = has_colours_ ? looks[style].with_colours : looks[style].without;
-            if (cell.inverse)
+            const bool has_own_pair = cell.inverse && has_many_colours_;
+            attr_t attributes = has_colours_ ? looks[style].coloured : looks[style].colourless;
+            if (cell.inverse && !has_own_pair)
                 attributes |= A_REVERSE;
             const std::array<wchar_t, 2> text = {static_cast<wchar_t>(cell.character.unicode()), 0};
             cchar_t character = {};
             setcchar(&character, text.data(), attributes,
-                     has_colours_ ? static_cast<short>(style + 1) : short{0}, nullptr);
+                     has_colours_ ? pair_of(style, has_own_pair) : short{0}, nullptr);
             // The last corner moves the cursor out of the screen, which curses calls an error.
             (void)mvwadd_wch(stdscr, y, x, &character);
         }

@@ -33,4 +33,5 @@ public:
 private:
     void* screen_ = nullptr;
     bool has_colours_ = false;
+    bool has_many_colours_ = false;
 };

@@ -294,8 +294,8 @@ void Screen_view::draw_title(Canvas& canvas, const Screen_facts& facts) const
 {
     canvas.restyle(0, 0, canvas.width(), Style::title);
     const int end = canvas.put(1, 0, QStringLiteral("dov-watch"), Style::title);
-    const QString bus = fitted(facts.bus, canvas.width() - end - 16);
-    canvas.put(end + 3, 0, bus, Style::title);
+    const QString place = QLatin1String(service_name) + QStringLiteral(" on ") + facts.bus;
+    canvas.put(end + 3, 0, fitted(place, canvas.width() - end - 13), Style::title);
     canvas.put_right(canvas.width() - 1, 0, facts.clock, Style::title);
 }
 
@@ -444,7 +444,8 @@ void Screen_view::draw_detail(Canvas& canvas, int y, const Screen_facts& facts) 
     if (!object.last_event.isEmpty())
         parts += QStringLiteral("%1, %2 ago")
                      .arg(object.last_event, age_text(facts.now_ms - object.event_ms));
-    parts += QStringLiteral("%1 changes").arg(object.changes);
+    parts += object.changes == 1 ? QStringLiteral("1 change")
+                                 : QStringLiteral("%1 changes").arg(object.changes);
     canvas.put(1, y + 1, fitted(parts.join(QStringLiteral("   ")), canvas.width() - 2));
 }
 

@@ -63,6 +63,6 @@ private:
 
     DBus_daemon* owner_;
     std::unique_ptr<QString> path_;
-    std::unique_ptr<Signal_relay> relay_; ///< once registered
     quint8 power_mask_ = 0;               ///< bit n: on in power state n
+    std::unique_ptr<Signal_relay> relay_; ///< once registered
 };

@@ -36,10 +36,10 @@ struct Serial_settings {
 /// Thread  any one at a time.
 class Posix_serial_port {
 public:
-    virtual ~Posix_serial_port() = default;
-
     /// The descriptor, negative when closed.
     virtual int handle() = 0;
+
+    virtual ~Posix_serial_port() = default;
 
     /// Saves the device's settings and makes it raw, 8 bits wide as cfmakeraw leaves it, reads
     /// waiting for one byte, receiver on, modem lines ignored, no hang-up on close. The speed

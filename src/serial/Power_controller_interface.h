@@ -14,6 +14,9 @@ public:
     bool send_message(uchar id, uchar b1 = 0, uchar b2 = 0, uchar b3 = 0, uchar b4 = 0,
                       uchar b5 = 0, uchar b6 = 0, uchar b7 = 0);
 
+    /// Whether byte 0 of the response is byte 0 of the request plus 1. 0xFF has no answer.
+    bool is_response(const QByteArray& request, const QByteArray& response) override;
+
     /// Drops what is queued, sends the digest request with interval 0 as the last word, waits
     /// until it is written and closes the port. Takes 50 ms or a little more.
     void close() override;
@@ -21,7 +24,4 @@ public:
 protected:
     /// Always 8.
     uint packet_length(const QByteArray& head) override;
-
-    /// Whether byte 0 of the response is byte 0 of the request plus 1. 0xFF has no answer.
-    bool is_response(const QByteArray& request, const QByteArray& response) override;
 };

@@ -22,6 +22,9 @@ public:
     /// 255 bytes is never written and holds the queue until its time is over. Thread: any.
     virtual bool send_packet(const unsigned char* payload, int len);
 
+    /// Whether a payload answers a request.
+    virtual bool is_response(const QByteArray& request, const QByteArray& response) = 0;
+
     /// Empties the queue. A running response time goes on.
     virtual void clear_queue();
 
@@ -31,10 +34,6 @@ public Q_SLOTS:
 
     /// Sends the next request if the payload answers the oldest.
     void handle_response(const unsigned char* payload, unsigned int len);
-
-protected:
-    /// Whether a payload answers a request.
-    virtual bool is_response(const QByteArray& request, const QByteArray& response) = 0;
 
 private:
     void transmit(const QByteArray& payload);

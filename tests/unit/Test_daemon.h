@@ -1,0 +1,60 @@
+#pragma once
+
+#include "DBus_daemon.h"
+#include "Power_controller_interface.h"
+#include "Syslog_receiver.h"
+#include "Test_root.h"
+
+#include <QTest>
+#include <QVector>
+
+/// A link that keeps the payloads that are to be sent.
+class Recording_link : public Power_controller_interface {
+public:
+    bool send_packet(const unsigned char* payload, int len) override
+    {
+        sent.append(QByteArray(reinterpret_cast<const char*>(payload), len).toHex());
+        return true;
+    }
+
+    QVector<QByteArray> sent;
+};
+
+/// A daemon in the test's own process, with files and a log of its own, and without a bus.
+struct Test_daemon {
+    Test_root root;
+    Syslog_receiver log{root.path(QStringLiteral("log"))};
+    DBus_daemon* daemon = nullptr;
+    Recording_link* link = nullptr;
+
+    /// The log since the last clear.
+    QStringList lines()
+    {
+        QCoreApplication::processEvents();
+        log.settle();
+        return log.lines();
+    }
+
+    void clear()
+    {
+        lines();
+        log.clear();
+        link->sent.clear();
+    }
+};
+
+/// Runs a test class that is constructed with a Test_daemon.
+template <class Test>
+int run_with_daemon(int count, char** arguments, const QByteArray& power_configuration)
+{
+    // Nothing here is deleted: the daemon is a program's whole life, and the link a port's.
+    auto* world = new Test_daemon;
+    qputenv("DOV_TEST_ROOT", world->root.path().toUtf8());
+    qputenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=" + world->root.path().toUtf8() + "/no-bus");
+    world->root.write(QStringLiteral("etc/power_manage.conf"), power_configuration);
+    world->daemon = new DBus_daemon(count, arguments);
+    world->link = new Recording_link;
+    world->daemon->set_link(world->link);
+    Test test(*world);
+    return QTest::qExec(&test, count, arguments);
+}

@@ -1,0 +1,269 @@
+#include "Captured_console.h"
+#include "OEM_profile.h"
+#include "Power_config.h"
+#include "Power_state.h"
+#include "Test_root.h"
+
+#include <QElapsedTimer>
+#include <QFile>
+#include <QTest>
+
+#include <sys/resource.h>
+#include <unistd.h>
+
+class Configuration_files : public QObject {
+    Q_OBJECT
+
+    Test_root root_;
+    const QString file_ = QStringLiteral("etc/power_manage.conf");
+
+    QByteArray path() const { return root_.path(file_).toUtf8(); }
+
+    std::unique_ptr<QDomDocument> power(const QByteArray& content)
+    {
+        root_.write(file_, content);
+        std::unique_ptr<QDomDocument> document;
+        if (load_power_config(document, path().constData()) != config_loaded)
+            return nullptr;
+        return document;
+    }
+
+    std::unique_ptr<QDomDocument> profile(const QByteArray& content)
+    {
+        root_.write(file_, content);
+        std::unique_ptr<QDomDocument> document;
+        if (load_oem_profile(document, path().constData()) != config_loaded)
+            return nullptr;
+        return document;
+    }
+
+private Q_SLOTS:
+    void load_results_data()
+    {
+        QTest::addColumn<QByteArray>("content");
+        QTest::addColumn<int>("power_result");
+        QTest::addColumn<int>("profile_result");
+        QTest::newRow("power") << QByteArray("<power/>") << 0 << -3;
+        QTest::newRow("profile") << QByteArray("<profile/>") << -3 << 0;
+        QTest::newRow("document name as root") << QByteArray("<PowerCntlML/>") << -3 << -3;
+        QTest::newRow("OEMprofile as root") << QByteArray("<OEMprofile/>") << -3 << -3;
+        QTest::newRow("case counts") << QByteArray("<Power/>") << -3 << -3;
+        QTest::newRow("empty") << QByteArray() << -2 << -2;
+        QTest::newRow("not closed") << QByteArray("<power>") << -2 << -2;
+        QTest::newRow("two roots") << QByteArray("<power/><power/>") << -2 << -2;
+        QTest::newRow("text") << QByteArray("power") << -2 << -2;
+        QTest::newRow("binary") << QByteArray("\x7f"
+                                              "ELF\x02\x01\x01\0\0",
+                                              9)
+                                << -2 << -2;
+        QTest::newRow("declarations and comments")
+            << QByteArray("<?xml version=\"1.0\"?><!DOCTYPE power><!-- x --><power/>") << 0 << -3;
+    }
+    void load_results()
+    {
+        QFETCH(QByteArray, content);
+        root_.write(file_, content);
+        std::unique_ptr<QDomDocument> document;
+        QTEST(load_power_config(document, path().constData()), "power_result");
+        QFETCH(int, power_result);
+        QCOMPARE(document == nullptr, power_result == -3);
+        QTEST(load_oem_profile(document, path().constData()), "profile_result");
+    }
+
+    void document_carries_its_name()
+    {
+        QCOMPARE(power("<power/>")->doctype().name().isEmpty(), true);
+        std::unique_ptr<QDomDocument> document;
+        QCOMPARE(load_power_config(document, "/nonexistent"), -1);
+        QCOMPARE(document->doctype().name(), QStringLiteral("PowerCntlML"));
+        QCOMPARE(load_oem_profile(document, "/nonexistent"), -1);
+        QCOMPARE(document->doctype().name(), QStringLiteral("OEMprofile"));
+    }
+
+    void files_that_cannot_be_opened()
+    {
+        std::unique_ptr<QDomDocument> document;
+        QCOMPARE(load_power_config(document, root_.path().toUtf8().constData()), -1); // a directory
+        root_.write(QStringLiteral("etc/secret"), "<power/>");
+        const QByteArray secret = root_.path(QStringLiteral("etc/secret")).toUtf8();
+        QFile::setPermissions(QString::fromUtf8(secret), {});
+        if (access(secret.constData(), R_OK) != 0) // root reads everything
+            QCOMPARE(load_power_config(document, secret.constData()), -1);
+    }
+
+    void hostile_files_fail_quickly_and_in_bounded_memory_data()
+    {
+        QTest::addColumn<QByteArray>("content");
+        QTest::newRow("10 MB of elements")
+            << "<power>" + QByteArray("<a/>").repeated(2500000) + "</power>";
+        QTest::newRow("10 MB of text") << "<power>" + QByteArray(10000000, 'x') + "</power>";
+        QTest::newRow("10 MB of zeros") << QByteArray(10000000, '\0');
+        QTest::newRow("deep nesting") << "<power>" + QByteArray("<a>").repeated(100000) +
+                                             QByteArray("</a>").repeated(100000) + "</power>";
+        QByteArray bomb = "<!DOCTYPE power [<!ENTITY a0 \"lol\">";
+        for (int i = 1; i < 20; ++i)
+            bomb += "<!ENTITY a" + QByteArray::number(i) + " \"" +
+                    ("&a" + QByteArray::number(i - 1) + ";").repeated(10) + "\">";
+        QTest::newRow("entity bomb") << bomb + "]><power>&a19;</power>";
+    }
+    void hostile_files_fail_quickly_and_in_bounded_memory()
+    {
+        QFETCH(QByteArray, content);
+        root_.write(file_, content);
+        std::unique_ptr<QDomDocument> document;
+        rusage before{};
+        getrusage(RUSAGE_SELF, &before);
+        QElapsedTimer clock;
+        clock.start();
+        QCOMPARE(load_power_config(document, path().constData()), -2);
+        QVERIFY(clock.elapsed() < 20000);
+        rusage after{};
+        getrusage(RUSAGE_SELF, &after);
+        QVERIFY(after.ru_maxrss - before.ru_maxrss < 100 * 1024);
+    }
+
+    void lookup_does_not_go_back()
+    {
+        const auto document = power(R"(<power>text<!-- c --><state name="low-power"/>
+<state name="on"><param name="timeout">5</param></state>
+<state name="low-power"><device name="display">off</device></state></power>)");
+        const auto path_to = [](const char* state, const char* tag, const char* name) {
+            return QStringList{QStringLiteral("state"), QStringLiteral("name"),
+                               QLatin1String(state),    QLatin1String(tag),
+                               QStringLiteral("name"),  QLatin1String(name)};
+        };
+        QCOMPARE(find_config_element(document.get(), path_to("on", "param", "timeout")).text(),
+                 QStringLiteral("5"));
+        QVERIFY(find_config_element(document.get(), path_to("low-power", "device", "display"))
+                    .isNull());
+        QVERIFY(find_config_element(document.get(), path_to("off", "device", "display")).isNull());
+        QVERIFY(find_config_element(nullptr, path_to("on", "param", "timeout")).isNull());
+        // An absent attribute reads as empty.
+        const QStringList by_absence = {QStringLiteral("state"), QStringLiteral("none"), QString()};
+        QVERIFY(!find_config_element(power("<power><state><a/></state></power>").get(), by_absence)
+                     .isNull());
+    }
+
+    void device_power_data()
+    {
+        QTest::addColumn<QByteArray>("entry");
+        QTest::addColumn<bool>("with_default_on");
+        QTest::addColumn<bool>("with_default_off");
+        QTest::addColumn<QByteArray>("printed");
+        const QByteArray none;
+        const auto device = [](const char* text) {
+            return QByteArray("<device name=\"d\">") + text + "</device>";
+        };
+        QTest::newRow("on") << device("on") << true << true << none;
+        QTest::newRow("off") << device("off") << false << false << none;
+        QTest::newRow("leading blank")
+            << device(" on") << true << false << QByteArray("NOT FOUND Text:  on\n");
+        QTest::newRow("case") << device("ON") << true << false
+                              << QByteArray("NOT FOUND Text: ON\n");
+        QTest::newRow("empty") << device("") << true << false << QByteArray("NOT FOUND Text: \n");
+        QTest::newRow("missing") << QByteArray() << true << false
+                                 << QByteArray("NOT FOUND Text: \n");
+        QTest::newRow("first counts") << device("off") + device("on") << false << false << none;
+    }
+    void device_power()
+    {
+        QFETCH(QByteArray, entry);
+        QFETCH(QByteArray, printed);
+        const auto document = power("<power><state name=\"sleep\">" + entry + "</state></power>");
+        Captured_descriptor output(STDOUT_FILENO);
+        QTEST(get_device_power(document.get(), state_sleep, "d", true), "with_default_on");
+        QTEST(get_device_power(document.get(), state_sleep, "d", false), "with_default_off");
+        QCOMPARE(output.text(), printed + printed);
+    }
+
+    void state_timeouts_data()
+    {
+        QTest::addColumn<QByteArray>("text");
+        QTest::addColumn<int>("timeout");
+        QTest::addColumn<QByteArray>("printed");
+        const QByteArray none;
+        QTest::newRow("100") << QByteArray("100") << 100 << none;
+        QTest::newRow("100s") << QByteArray("100s") << 100 << none;
+        QTest::newRow("blanks and sign") << QByteArray(" \n +7") << 7 << none;
+        QTest::newRow("0") << QByteArray("0") << 0 << none;
+        QTest::newRow("-5") << QByteArray("-5") << -5 << none;
+        QTest::newRow("word") << QByteArray("abc") << 42 << QByteArray("NOT FOUND Text: abc\n");
+        QTest::newRow("empty") << QByteArray() << 42 << QByteArray("NOT FOUND Text: \n");
+    }
+    void state_timeouts()
+    {
+        QFETCH(QByteArray, text);
+        QFETCH(QByteArray, printed);
+        const auto document = power("<power><state name=\"low-power\"><param name=\"timeout\">" +
+                                    text + "</param></state></power>");
+        Captured_descriptor output(STDOUT_FILENO);
+        QTEST(get_state_timeout(document.get(), state_low_power, 42), "timeout");
+        QCOMPARE(output.text(), printed);
+    }
+
+    void other_states_give_the_default_silently()
+    {
+        const auto document = power("<power/>");
+        Captured_descriptor output(STDOUT_FILENO);
+        for (const int state : {-1, 3, 1000}) {
+            QCOMPARE(get_state_timeout(document.get(), state, 9), 9);
+            QVERIFY(get_device_power(document.get(), state, "d", true));
+            QVERIFY(!get_device_power(document.get(), state, "d", false));
+        }
+        QVERIFY(output.text().isEmpty());
+    }
+
+    void state_names()
+    {
+        QCOMPARE(power_state_name(0), "on");
+        QCOMPARE(power_state_name(1), "low-power");
+        QCOMPARE(power_state_name(2), "sleep");
+        QCOMPARE(power_state_name(3), "null");
+        QCOMPARE(power_state_name(-1), "null");
+        QCOMPARE(default_state_timeouts[0], -1);
+        QCOMPARE(default_state_timeouts[1], 100);
+        QCOMPARE(default_state_timeouts[2], 100);
+    }
+
+    void profile_numbers_data()
+    {
+        QTest::addColumn<QByteArray>("content");
+        QTest::addColumn<int>("code");
+        QTest::addColumn<int>("time");
+        QTest::newRow("both")
+            << QByteArray("<profile><code>3</code>"
+                          "<RemoteSwitchPowerUpTime>20</RemoteSwitchPowerUpTime></profile>")
+            << 3 << 20;
+        QTest::newRow("256") << QByteArray("<profile><code>256</code></profile>") << 0 << 15;
+        QTest::newRow("300") << QByteArray("<profile><code>300</code></profile>") << 44 << 15;
+        QTest::newRow("blanks, trailing")
+            << QByteArray("<profile><code>\n 12 units</code></profile>") << 12 << 15;
+        QTest::newRow("negative") << QByteArray("<profile><code>-1</code></profile>") << 255 << 15;
+        QTest::newRow("words")
+            << QByteArray("<profile><code>x</code>"
+                          "<RemoteSwitchPowerUpTime>y</RemoteSwitchPowerUpTime></profile>")
+            << 255 << 15;
+        QTest::newRow("other case") << QByteArray("<profile><Code>3</Code></profile>") << 255 << 15;
+        QTest::newRow("not a child")
+            << QByteArray("<profile><a><code>3</code></a></profile>") << 255 << 15;
+        QTest::newRow("first counts")
+            << QByteArray("<profile><code>5</code><code>6</code></profile>") << 5 << 15;
+    }
+    void profile_numbers()
+    {
+        QFETCH(QByteArray, content);
+        const auto document = profile(content);
+        QVERIFY(document != nullptr);
+        QTEST(int{get_oem_code(document.get(), 255)}, "code");
+        QTEST(int{get_remote_switch_power_up_time(document.get(), 15)}, "time");
+    }
+
+    void no_profile_gives_the_defaults()
+    {
+        QCOMPARE(get_oem_code(nullptr, 7), uchar{7});
+        QCOMPARE(get_remote_switch_power_up_time(nullptr, 8), uchar{8});
+    }
+};
+
+QTEST_GUILESS_MAIN(Configuration_files)
+#include "configuration_files.moc"

@@ -1,0 +1,319 @@
+// Framing, queue and answers on a link without a line.
+
+#include "Captured_console.h"
+#include "Loopback_link.h"
+
+#include <QRandomGenerator>
+#include <QSignalSpy>
+#include <QTest>
+
+class Packet_framing : public QObject {
+    Q_OBJECT
+
+    static QByteArray hex(const char* text) { return QByteArray::fromHex(text); }
+
+    /// A frame from the controller with a payload of eight bytes, summed up by hand.
+    static QByteArray frame(const QByteArray& payload)
+    {
+        QByteArray bytes = hex("18ef5978") + payload;
+        uint sum = 0;
+        for (const char byte : qAsConst(bytes))
+            sum += static_cast<uchar>(byte);
+        return bytes + static_cast<char>(sum & 0xFF);
+    }
+
+    /// The payloads that a link delivers of some chunks.
+    static QList<QByteArray> delivered(const QList<QByteArray>& chunks)
+    {
+        Loopback_link link;
+        QList<QByteArray> payloads;
+        connect(&link, &Packet_serial_interface::handle_packet, &link,
+                [&payloads](const uchar* payload, uint len) {
+                    payloads.append(
+                        QByteArray(reinterpret_cast<const char*>(payload), static_cast<int>(len)));
+                });
+        for (const QByteArray& chunk : chunks)
+            link.arrive(chunk);
+        return payloads;
+    }
+
+    static QList<QByteArray> split(const QByteArray& bytes)
+    {
+        QList<QByteArray> single;
+        for (const char byte : bytes)
+            single.append(QByteArray(1, byte));
+        return single;
+    }
+
+    /// A link whose payload length the test chooses.
+    class Variable_link : public Loopback_link {
+    public:
+        explicit Variable_link(uint length) : length_(length) {}
+
+    protected:
+        uint packet_length(const QByteArray& head) override
+        {
+            if (head.size() < 3)
+                qFatal("too little is shown");
+            return length_;
+        }
+
+    private:
+        uint length_;
+    };
+
+private Q_SLOTS:
+    void written_frames_data()
+    {
+        QTest::addColumn<QByteArray>("payload");
+        QTest::addColumn<QByteArray>("frame");
+        QTest::newRow("01") << hex("0100000000000000") << hex("18ef78590100000000000000d9");
+        QTest::newRow("zeros") << hex("0000000000000000") << hex("18ef78590000000000000000d8");
+        QTest::newRow("ff ff") << hex("ffff") << hex("18ef7859ffffd6");
+        QTest::newRow("empty") << QByteArray() << hex("18ef7859d8");
+        QTest::newRow("35") << hex("3500000000000000") << hex("18ef785935000000000000000d");
+    }
+    void written_frames()
+    {
+        QFETCH(QByteArray, payload);
+        QFETCH(QByteArray, frame);
+        Loopback_link link;
+        QVERIFY(link.write_packet(reinterpret_cast<const uchar*>(payload.constData()),
+                                  static_cast<uint>(payload.size())));
+        QCOMPARE(link.written, QVector<QByteArray>{frame});
+    }
+
+    void payload_of_256_bytes_is_refused()
+    {
+        Loopback_link link;
+        const uchar payload[256] = {};
+        QVERIFY(!link.write_packet(payload, 256));
+        QVERIFY(link.written.isEmpty());
+        QVERIFY(link.write_packet(payload, 255));
+        QCOMPARE(link.written[0].size(), 260);
+    }
+
+    void received_frames_data()
+    {
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::addColumn<int>("frames");
+        QTest::addColumn<QByteArray>("text");
+        const QByteArray good = frame(hex("4102030405060708"));
+        QTest::newRow("one") << good << 1 << QByteArray();
+        QTest::newRow("after a zero") << QByteArray(1, '\0') + good << 1 << QByteArray();
+        QTest::newRow("after sync bytes")
+            << hex("1818ef18") + good << 1
+            << QByteArray("Src/Dest test failed 18:59 18:78\nChecksum failed");
+        QTest::newRow("two") << good + good << 2 << QByteArray();
+        QTest::newRow("wrong checksum")
+            << good.left(12) + QByteArray("\xAA") + good << 1 << QByteArray("Checksum failed");
+        QTest::newRow("begins inside a bad one")
+            << hex("18ef5978") + good << 1 << QByteArray("Checksum failed");
+        QTest::newRow("other addresses") << hex("18ef0080") + good.mid(4) + good << 2
+                                         << QByteArray("Src/Dest test failed  0:59 ffffff80:78\n");
+    }
+    void received_frames()
+    {
+        QFETCH(QByteArray, bytes);
+        QFETCH(int, frames);
+        QFETCH(QByteArray, text);
+        const QByteArray payload = hex("4102030405060708");
+        for (const QList<QByteArray>& chunks : {QList<QByteArray>{bytes}, split(bytes)}) {
+            Captured_descriptor output(STDOUT_FILENO);
+            const QList<QByteArray> payloads = delivered(chunks);
+            QCOMPARE(payloads.size(), frames);
+            for (const QByteArray& each : payloads)
+                QCOMPARE(each, payload);
+            // A frame whose end is not there yet is looked at again, but reported once.
+            QCOMPARE(output.text(), text);
+        }
+    }
+
+    void partial_frame_is_not_consumed()
+    {
+        Loopback_link link;
+        QSignalSpy spy(&link, &Packet_serial_interface::handle_packet);
+        const QByteArray bytes = frame(hex("4100000000000000"));
+        link.arrive(bytes.left(12));
+        QCOMPARE(spy.count(), 0);
+        uchar payload[256];
+        QCOMPARE(link.read_packet(payload, sizeof payload), 0U);
+        link.arrive(bytes.mid(12));
+        QCOMPARE(spy.count(), 1);
+    }
+
+    void surplus_payload_is_dropped_and_reported()
+    {
+        Loopback_link link;
+        disconnect(&link, &QIODevice::readyRead, &link, &Packet_serial_interface::handle_read);
+        Captured_descriptor output(STDOUT_FILENO);
+        link.arrive(frame(hex("4102030405060708")) + frame(hex("42ffffffffffffff")));
+        uchar payload[5] = {};
+        QCOMPARE(link.read_packet(payload, 5), 8U);
+        QCOMPARE(QByteArray(reinterpret_cast<char*>(payload), 5), hex("4102030405"));
+        QCOMPARE(output.text(), QByteArray("User didn't supply a big enough buffer 3\n"
+                                           "User didn't supply a big enough buffer 2\n"
+                                           "User didn't supply a big enough buffer 1\n"));
+        uchar next[256];
+        QCOMPARE(link.read_packet(next, sizeof next), 8U);
+        QCOMPARE(next[0], uchar{0x42});
+    }
+
+    void other_payload_lengths()
+    {
+        for (const uint length : {0U, 1U, 255U}) {
+            Variable_link link(length);
+            disconnect(&link, &QIODevice::readyRead, &link, &Packet_serial_interface::handle_read);
+            const QByteArray payload(static_cast<int>(length), '\x07');
+            link.arrive(frame(payload).chopped(1));
+            uchar buffer[256];
+            QCOMPARE(link.read_packet(buffer, sizeof buffer), 0U);
+            link.arrive(frame(payload).right(1) + hex("00"));
+            if (length == 0) // a frame without payload cannot be told from no frame
+                continue;
+            QCOMPARE(link.read_packet(buffer, sizeof buffer), length);
+        }
+    }
+
+    void random_bytes_give_what_a_slow_scanner_finds()
+    {
+        QRandomGenerator random(7);
+        for (int round = 0; round < 300; ++round) {
+            QByteArray bytes;
+            while (bytes.size() < 400) {
+                const uint kind = random.bounded(4U);
+                if (kind == 0)
+                    bytes += frame(QByteArray(8, static_cast<char>(random.bounded(256))));
+                else if (kind == 1)
+                    bytes += hex("18ef");
+                else
+                    bytes += static_cast<char>(random.bounded(256));
+            }
+            QList<QByteArray> expected;
+            for (int at = 0; at + 13 <= bytes.size();) {
+                const QByteArray candidate = bytes.mid(at, 13);
+                uint sum = 0xD8;
+                for (int i = 4; i < 12; ++i)
+                    sum += static_cast<uchar>(candidate[i]);
+                const bool good = candidate.startsWith(hex("18ef")) &&
+                                  (sum & 0xFF) == static_cast<uchar>(candidate[12]);
+                if (good)
+                    expected.append(candidate.mid(4, 8));
+                at += good ? 13 : 1;
+            }
+            QList<QByteArray> chunks;
+            for (int at = 0; at < bytes.size();) {
+                const int size = 1 + random.bounded(40);
+                chunks.append(bytes.mid(at, size));
+                at += size;
+            }
+            Captured_descriptor output(STDOUT_FILENO);
+            QCOMPARE(delivered(chunks), expected);
+        }
+    }
+
+    void one_request_at_a_time()
+    {
+        Loopback_link link;
+        link.send_message(0x0d, 1);
+        link.send_message(0x0d, 2);
+        link.send_message(0x31, 3);
+        QCOMPARE(link.written, QVector<QByteArray>{hex("18ef78590d01000000000000e6")});
+        link.arrive(frame(hex("1c00000000000000"))); // unsolicited
+        QCOMPARE(link.written.size(), 1);
+        link.arrive(frame(hex("0d00000000000000"))); // no answer either
+        QCOMPARE(link.written.size(), 1);
+        link.arrive(frame(hex("0e00000000000000")));
+        QCOMPARE(link.written.size(), 2);
+        link.timeout(); // given up, not repeated
+        QCOMPARE(link.written.size(), 3);
+        QCOMPARE(link.written[2].mid(4, 2), hex("3103"));
+        link.arrive(frame(hex("0e00000000000000"))); // late: compared with the new head
+        link.arrive(frame(hex("3200000000000000")));
+        link.timeout();
+        QCOMPARE(link.written.size(), 3);
+        link.send_message(0x01);
+        QCOMPARE(link.written.size(), 4);
+    }
+
+    void answer_moves_the_queue_before_other_receivers_see_it()
+    {
+        Loopback_link link;
+        int written_when_seen = 0;
+        connect(&link, &Packet_serial_interface::handle_packet, &link,
+                [&] { written_when_seen = link.written.size(); });
+        link.send_message(0x01);
+        link.send_message(0x11);
+        link.arrive(frame(hex("0200000000000000")));
+        QCOMPARE(written_when_seen, 2);
+    }
+
+    void answers_are_matched_by_identifier_alone_data()
+    {
+        QTest::addColumn<int>("request");
+        QTest::addColumn<int>("response");
+        QTest::addColumn<bool>("matches");
+        QTest::newRow("12 by 13") << 0x12 << 0x13 << true;
+        QTest::newRow("12 by 12") << 0x12 << 0x12 << false;
+        QTest::newRow("ff by 00") << 0xFF << 0x00 << false;
+        QTest::newRow("fe by ff") << 0xFE << 0xFF << true;
+        QTest::newRow("00 by 00") << 0x00 << 0x00 << false;
+    }
+    void answers_are_matched_by_identifier_alone()
+    {
+        QFETCH(int, request);
+        QFETCH(int, response);
+        Loopback_link link;
+        link.send_message(static_cast<uchar>(request), 9);
+        link.send_message(0x01);
+        QByteArray payload(8, '\x55');
+        payload[0] = static_cast<char>(response);
+        link.arrive(frame(payload));
+        QFETCH(bool, matches);
+        QCOMPARE(link.written.size(), matches ? 2 : 1);
+    }
+
+    void cleared_queue_sends_nothing_more()
+    {
+        Loopback_link link;
+        link.send_message(0x01);
+        link.send_message(0x11);
+        link.clear_queue();
+        link.arrive(frame(hex("0200000000000000")));
+        link.timeout();
+        QCOMPARE(link.written.size(), 1);
+    }
+
+    void oversize_payload_holds_the_queue_until_its_time_is_over()
+    {
+        Loopback_link link;
+        const uchar payload[256] = {};
+        QVERIFY(link.send_packet(payload, 256));
+        link.send_message(0x01);
+        QVERIFY(link.written.isEmpty());
+        link.timeout();
+        QCOMPARE(link.written.size(), 1);
+    }
+
+    void closing_a_closed_link_writes_the_last_request_directly()
+    {
+        Loopback_link link;
+        link.send_message(0x01);
+        link.send_message(0x11);
+        link.close();
+        QCOMPARE(link.written.size(), 2);
+        QCOMPARE(link.written[1], hex("18ef785935000000000000000d"));
+    }
+
+    void null_port_is_a_closed_port()
+    {
+        Loopback_link link;
+        link.open(static_cast<const char*>(nullptr));
+        QVERIFY(link.handle() < 0);
+        QVERIFY(link.isSequential());
+        QVERIFY(!link.isOpen());
+    }
+};
+
+QTEST_GUILESS_MAIN(Packet_framing)
+#include "packet_framing.moc"

@@ -1,0 +1,195 @@
+// The port on a real pty. A started port lives until the process ends, so none is deleted here.
+
+#include "Threaded_serial_port.h"
+
+#include <QSignalSpy>
+#include <QTest>
+
+#include <atomic>
+#include <cstdio>
+#include <cstdlib>
+#include <thread>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+class Threaded_serial_port_test : public QObject {
+    Q_OBJECT
+
+    static constexpr int patience_ms = 30000;
+
+    class Pty {
+    public:
+        Pty() : master(posix_openpt(O_RDWR | O_NOCTTY))
+        {
+            if (master < 0 || grantpt(master) != 0 || unlockpt(master) != 0)
+                qFatal("no pseudo terminal");
+            name = ptsname(master);
+        }
+        int master;
+        QByteArray name;
+    };
+
+    static QByteArray read_master(const Pty& pty, int size)
+    {
+        QByteArray bytes;
+        while (bytes.size() < size) {
+            char part[256];
+            const ssize_t count = ::read(pty.master, part, sizeof part);
+            if (count <= 0)
+                break;
+            bytes.append(part, static_cast<int>(count));
+        }
+        return bytes;
+    }
+
+    static Threaded_serial_port* open_port(const Pty& pty)
+    {
+        auto* port = new Threaded_serial_port;
+        port->open(pty.name.constData());
+        return port;
+    }
+
+private Q_SLOTS:
+    void missing_device_leaves_it_closed()
+    {
+        Threaded_serial_port port;
+        port.open("/nonexistent/device");
+        QVERIFY(port.handle() < 0);
+        QVERIFY(!port.isOpen());
+        port.open("/nonexistent"); // a second try is allowed
+        QVERIFY(port.handle() < 0);
+        port.close();
+    }
+
+    void empty_device_reads_nothing_at_once()
+    {
+        const Pty pty;
+        auto* port = open_port(pty);
+        QVERIFY(port->isOpen());
+        QVERIFY(port->isSequential());
+        char byte = 0;
+        QCOMPARE(port->read(&byte, 1), qint64{0});
+    }
+
+    void second_open_does_nothing()
+    {
+        const Pty pty;
+        const Pty other;
+        auto* port = open_port(pty);
+        const int descriptor = port->handle();
+        port->open(other.name.constData());
+        QCOMPARE(port->handle(), descriptor);
+        port->write("x");
+        QCOMPARE(read_master(pty, 1), QByteArray("x"));
+    }
+
+    void arrived_bytes_are_announced_and_read_in_order()
+    {
+        const Pty pty;
+        auto* port = open_port(pty);
+        QByteArray received;
+        connect(port, &QIODevice::readyRead, port, [&] { received += port->readAll(); });
+        QByteArray sent;
+        for (int i = 0; i < 1000; ++i)
+            sent += QByteArray::number(i) + ',';
+        QCOMPARE(::write(pty.master, sent.constData(), std::size_t(sent.size())),
+                 ssize_t{sent.size()});
+        QVERIFY(QTest::qWaitFor([&] { return received.size() >= sent.size(); }, patience_ms));
+        QCOMPARE(received, sent);
+        QCOMPARE(port->thread(), QThread::currentThread());
+    }
+
+    void writes_are_sent_in_order_and_counted()
+    {
+        const Pty pty;
+        auto* port = open_port(pty);
+        QVERIFY(port->handle() >= 0);
+        std::atomic<qint64> count{0};
+        connect(
+            port, &QIODevice::bytesWritten, port, [&count](qint64 bytes) { count += bytes; },
+            Qt::DirectConnection);
+        QByteArray sent;
+        for (int i = 0; i < 50; ++i) {
+            const QByteArray piece = QByteArray::number(i).rightJustified(7, '.');
+            port->write(piece);
+            sent += piece;
+        }
+        QCOMPARE(read_master(pty, sent.size()), sent);
+        QVERIFY(QTest::qWaitFor([&] { return count == sent.size(); }, patience_ms));
+    }
+
+    void waiting_for_a_quiet_writer_ends_without_a_wake_up()
+    {
+        const Pty pty;
+        auto* port = open_port(pty);
+        while (port->waitForBytesWritten(50)) {
+        }
+        QVERIFY(!port->waitForBytesWritten(10));
+    }
+
+    void closed_descriptor_never_reads_another_file()
+    {
+        const Pty pty;
+        auto* port = open_port(pty);
+        const int descriptor = port->handle();
+        QSignalSpy spy(port, &QIODevice::readyRead);
+        port->close();
+        QCOMPARE(port->handle(), descriptor);
+        QVERIFY(port->isOpen());
+        // The reader may still be in its last read of the line; that one may return.
+        QCOMPARE(::write(pty.master, "a", 1), ssize_t{1});
+        int ends[2];
+        QCOMPARE(::pipe(ends), 0);
+        QVERIFY(ends[0] != descriptor && ends[1] != descriptor);
+        QCOMPARE(::write(ends[1], "secret", 6), ssize_t{6});
+        spy.wait(200);
+        QVERIFY(!port->readAll().contains("secret"));
+    }
+
+    void flood_comes_in_turns_and_is_bounded()
+    {
+        const Pty pty;
+        auto* port = open_port(pty);
+        int turns = 0;
+        qint64 most = 0;
+        qint64 total = 0;
+        QVERIFY(port->isOpen());
+        class Peek : public Threaded_serial_port {
+        public:
+            using Threaded_serial_port::received_size;
+        };
+        connect(port, &QIODevice::readyRead, port, [&] {
+            ++turns;
+            const qint64 in_sight = (port->*(&Peek::received_size))();
+            most = std::max(most, in_sight);
+            QByteArray bytes(int(in_sight), '\0');
+            total += port->read(bytes.data(), bytes.size());
+        });
+        constexpr qint64 size = 300000;
+        std::thread sender([&pty] {
+            const QByteArray part(1000, 'f');
+            for (qint64 sent = 0; sent < size; sent += part.size()) {
+                for (int at = 0; at < part.size();)
+                    at += int(
+                        ::write(pty.master, part.constData() + at, std::size_t(part.size() - at)));
+            }
+        });
+        QVERIFY(QTest::qWaitFor([&] { return total >= size; }, patience_ms));
+        sender.join();
+        QCOMPARE(total, size);
+        QVERIFY(most <= Threaded_serial_port::turn);
+        QVERIFY(turns > 1);
+    }
+};
+
+// The process ends without the ports' threads being joined, as the daemon does.
+int main(int count, char** arguments)
+{
+    auto* application = new QCoreApplication(count, arguments);
+    Threaded_serial_port_test test;
+    const int failures = QTest::qExec(&test, application->arguments());
+    (void)std::fflush(nullptr);
+    _exit(failures);
+}
+#include "threaded_serial_port.moc"

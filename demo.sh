@@ -62,8 +62,7 @@ make_work_directory()
     cleaner=$!
     mkdir -p "$work"/root/{bin,dev,etc,tmp,media,nv/info}
     printf '#!/bin/sh\necho "$@" >>"%s/systemctl.calls"\n' "$work" >"$work/root/bin/systemctl"
-    find "$source_directory/data" \( -name power_manage.conf -o -name oem_profile.conf \) \
-        -exec cp -t "$work/root/etc" {} +
+    cp -t "$work/root/etc" "$source_directory"/data/examples/{power_manage,oem_profile}.conf
     printf '#!/bin/sh\necho 5.10.0\n' >"$work/root/bin/uname"
     chmod +x "$work/root/bin/"*
     echo demo >"$work/root/etc/bsp_version_short"

@@ -308,23 +308,6 @@ private Q_SLOTS:
                                                "Updated val=0 !Changed\n"
                                                "Updated val=0 !Changed\n"));
     }
-
-    void shipped_program_with_options_that_start_nothing()
-    {
-        Terminal terminal;
-        for (const QStringList& arguments :
-             {QStringList{QStringLiteral("--help")},
-              QStringList{QStringLiteral("--baudrate"), QStringLiteral("115200"),
-                          QStringLiteral("--help")}}) {
-            Daemon_process program;
-            program.start_program(Daemon_process::shipped_program(), terminal.root.path(),
-                                  terminal.bus.address(), arguments);
-            QVERIFY(program.wait_for_end());
-            QCOMPARE(program.exit_status(), 0);
-            QVERIFY(program.output().startsWith("Bah\nGot "));
-            QVERIFY(program.output().endsWith("    --help      This help\n"));
-        }
-    }
 };
 
 QTEST_GUILESS_MAIN(Lifecycle)

@@ -19,7 +19,7 @@ constexpr Message_kind message_catalogue[] = {
     {Message_id::power_setting, Direction::to_controller, "power and line-15 setting",
      "[1] 0xff at start-up; [1] 2 [2] 2 [3] 5 line-15 mode 2"},
     {Message_id::power_response, Direction::from_controller, "power response",
-     "[1] line-15 mode, digital inputs; [4] ignition on if not 0"},
+     "[1] line-15 mode; [4] ignition on if not 0"},
     {Message_id::power_switch, Direction::to_controller, "power device switching",
      "[1] 1 on, 0 off; [2] 0xfe display backlight"},
     {Message_id::power_switch_answer, Direction::from_controller, "power device answer", ""},

@@ -131,6 +131,11 @@ Curses_terminal::Curses_terminal()
     SCREEN* const screen = newterm(nullptr, stdout, stdin);
     if (screen == nullptr)
         return;
+    if (tigetstr("cup") == nullptr) {
+        endwin();
+        delscreen(screen);
+        return;
+    }
     screen_ = screen;
     prepare_rescue();
     cbreak();
@@ -162,6 +167,10 @@ Curses_terminal::~Curses_terminal()
         return;
     for (const int number : crashes)
         std::signal(number, SIG_DFL);
+    // Where there is no screen to go back to, the next prompt finds an empty line.
+    wmove(stdscr, height() - 1, 0);
+    wclrtoeol(stdscr);
+    wrefresh(stdscr);
     endwin();
     delscreen(static_cast<SCREEN*>(screen_));
 }

@@ -9,7 +9,8 @@
 /// goes, and when the program crashes. One instance at most.
 class Curses_terminal {
 public:
-    /// Takes over the terminal; is_open() is false when its type is not known.
+    /// Takes over the terminal; is_open() is false when its type is not known or
+    /// cannot place characters.
     Curses_terminal();
     ~Curses_terminal();
     Curses_terminal(const Curses_terminal&) = delete;

@@ -46,8 +46,8 @@ int watch_on_screen(Watcher& watcher, const Options& options, const Posix_signal
 {
     Screen_session session(watcher, options);
     if (!session.is_open()) {
-        say(stderr, QStringLiteral("dov-watch: this terminal's type is not known; set TERM, or "
-                                   "use --lines"));
+        say(stderr, QStringLiteral("dov-watch: this terminal has no full screen, or TERM does not "
+                                   "name it; --lines needs none"));
         return 1;
     }
     QObject::connect(&session, &Screen_session::end_asked, qApp, &QCoreApplication::quit);

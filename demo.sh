@@ -260,19 +260,25 @@ verdict()
     $good
 }
 
-parse_arguments "$@"
-trap clean_up EXIT
-trap 'exit 130' INT
-trap 'exit 143' TERM HUP
-"$source_directory/tools/setup/install-packages.sh"
-make_work_directory
-build_programs >&2
-start_bus
-start_controller
-start_daemon
-if [ -t 0 ] && [ -t 1 ]; then
-    watch_on_terminal
-else
-    watch_for_a_while
-    verdict
-fi
+main()
+{
+    parse_arguments "$@"
+    trap clean_up EXIT
+    trap 'exit 130' INT
+    trap 'exit 143' TERM HUP
+    "$source_directory/tools/setup/install-packages.sh"
+    make_work_directory
+    build_programs >&2
+    start_bus
+    start_controller
+    start_daemon
+    if [ -t 0 ] && [ -t 1 ]; then
+        watch_on_terminal
+    else
+        watch_for_a_while
+        verdict
+    fi
+}
+
+main "$@"
+exit

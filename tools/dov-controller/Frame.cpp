@@ -8,11 +8,12 @@ constexpr char sync_1 = '\x18';
 constexpr char sync_2 = '\xEF';
 constexpr int header_size = 4;
 
-uchar checksum(const QByteArray& bytes, int count)
+/// Of the message behind the header. The header counts as the right one even when it is not.
+uchar checksum(const QByteArray& frame)
 {
-    uint sum = 0;
-    for (int i = 0; i < count; ++i)
-        sum += static_cast<uchar>(bytes[i]);
+    uint sum = 0xd8;
+    for (int i = header_size; i < header_size + message_size; ++i)
+        sum += static_cast<uchar>(frame[i]);
     return static_cast<uchar>(sum);
 }
 
@@ -32,13 +33,13 @@ QByteArray Frame::build(const Message& message, uchar source, uchar destination)
     bytes.append(static_cast<char>(source)).append(static_cast<char>(destination));
     for (const uchar byte : message)
         bytes.append(static_cast<char>(byte));
-    return bytes.append(static_cast<char>(checksum(bytes, bytes.size())));
+    return bytes.append(static_cast<char>(checksum(bytes)));
 }
 
 bool Frame::is_whole(const QByteArray& bytes)
 {
     return bytes.size() == size && bytes[0] == sync_1 && bytes[1] == sync_2 &&
-           checksum(bytes, size - 1) == static_cast<uchar>(bytes[size - 1]);
+           checksum(bytes) == static_cast<uchar>(bytes[size - 1]);
 }
 
 bool Frame::has_addresses(const QByteArray& frame, uchar source, uchar destination)

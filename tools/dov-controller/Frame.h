@@ -8,7 +8,7 @@
 /// The frame around every message, as the controller writes and reads it.
 ///
 /// 0x18 0xEF, source address, destination address, the message, and the low 8 bits of the sum of
-/// all bytes before it.
+/// 0xD8, which the bytes before the message add up to, and the message.
 namespace Frame {
 
 constexpr int size = 13;

@@ -1,0 +1,162 @@
+// Faults of the line and of the controller behind it.
+
+#include "Terminal.h"
+
+#include <QElapsedTimer>
+#include <QRandomGenerator>
+
+#include <csignal>
+
+#include <fcntl.h>
+#include <termios.h>
+#include <unistd.h>
+
+class Line : public QObject {
+    Q_OBJECT
+
+private:
+    static bool ends_cleanly(Terminal& terminal)
+    {
+        terminal.daemon.signal(SIGTERM);
+        return terminal.daemon.wait_for_end() && terminal.daemon.exit_status() == 0 &&
+               terminal.log.lines().filter(QStringLiteral("Exiting")).size() == 1;
+    }
+
+    static bool serves(Terminal& terminal)
+    {
+        return terminal
+                   .call(QStringLiteral("device/operating_voltage"),
+                         QStringLiteral("get_operating_voltage"))
+                   .type() == QDBusMessage::ReplyMessage;
+    }
+
+    static QByteArray digest(int frequency)
+    {
+        QByteArray message = QByteArray::fromHex("360000000000");
+        message.append(static_cast<char>(frequency / 256));
+        return message.append(static_cast<char>(frequency % 256));
+    }
+
+private Q_SLOTS:
+    void device_is_a_directory()
+    {
+        Terminal terminal;
+        terminal.daemon.start(terminal.root.path(), terminal.bus.address(),
+                              {QStringLiteral("--port"), terminal.root.path()});
+        QVERIFY(wait_for([&] { return serves(terminal); }));
+        QVERIFY(ends_cleanly(terminal));
+    }
+
+    /// A line that nobody reads fills up and blocks the writer; everything else goes on, and the
+    /// end does not wait for it.
+    void line_that_never_drains()
+    {
+        const int master = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
+        QVERIFY(master >= 0 && grantpt(master) == 0 && unlockpt(master) == 0);
+        Terminal terminal;
+        terminal.daemon.start(terminal.root.path(), terminal.bus.address(),
+                              {QStringLiteral("--port"), QString::fromLatin1(ptsname(master))});
+        QVERIFY(wait_for([&] { return serves(terminal); }));
+        tcflow(master, TCOOFF);
+        for (int i = 0; i < 2000; ++i)
+            terminal.call(QStringLiteral("device/io/output/frequency/0"), QStringLiteral("set"),
+                          {uint(i)});
+        QVERIFY(serves(terminal));
+        QVERIFY(ends_cleanly(terminal));
+        ::close(master);
+    }
+
+    /// Garbage as fast as the line takes it: the bus stays served, and the frames around it count.
+    void garbage_at_full_rate()
+    {
+        Terminal terminal;
+        terminal.start();
+        terminal.clear();
+        QRandomGenerator random(20261121);
+        for (int round = 0; round < 50; ++round) {
+            QByteArray garbage(20000, '\0');
+            for (char& byte : garbage)
+                byte = static_cast<char>(random.bounded(256));
+            garbage.replace('\x18', '\x19');
+            terminal.controller.send_bytes(garbage);
+            terminal.controller.send(digest(round));
+            QVERIFY(serves(terminal));
+        }
+        QCOMPARE(terminal.output().count("Got message 36\n"), 50);
+        QCOMPARE(terminal.get(QStringLiteral("device/io/input/frequency/0"),
+                              QStringLiteral("get_value")),
+                 QVariant(49.0));
+    }
+
+    void burst_of_100000_frames()
+    {
+        constexpr int frames = 100000;
+        Terminal terminal;
+        terminal.start();
+        terminal.clear();
+        QByteArray bytes;
+        bytes.reserve(frames * 13);
+        for (int i = 0; i < frames; ++i)
+            bytes += Fake_controller::frame(digest(i % 65536));
+        terminal.controller.send_bytes(bytes);
+        QVERIFY(
+            wait_for([&] { return terminal.daemon.output().count("Got message 36\n") == frames; }));
+        QCOMPARE(terminal.get(QStringLiteral("device/io/input/frequency/0"),
+                              QStringLiteral("get_value")),
+                 QVariant(double{(frames - 1) % 65536}));
+        QVERIFY(ends_cleanly(terminal));
+    }
+
+    /// The second of two answers finds the next request, which it does not match.
+    void controller_answers_twice()
+    {
+        Terminal terminal;
+        terminal.start();
+        terminal.clear();
+        terminal.controller.ignore(0x29);
+        terminal.call(QStringLiteral("device/io/output/frequency/0"), QStringLiteral("set"), {1U});
+        terminal.call(QStringLiteral("device/operating_voltage"),
+                      QStringLiteral("set_operating_voltage"), {2U});
+        QVERIFY(wait_for([&] { return terminal.controller.has_received("290100 01"); }));
+        QVERIFY(!terminal.controller.has_received("0d02"));
+        terminal.controller.send(QByteArray::fromHex("2a"));
+        terminal.controller.send(QByteArray::fromHex("2a"));
+        QVERIFY(wait_for([&] { return terminal.controller.has_received("0d02"); }));
+        QVERIFY(serves(terminal));
+    }
+
+    /// Answers to nothing leave the request where it is: it is given up after its time.
+    void controller_answers_wrongly()
+    {
+        Terminal terminal;
+        terminal.start();
+        terminal.clear();
+        terminal.controller.ignore(0x29);
+        QElapsedTimer since;
+        since.start();
+        terminal.call(QStringLiteral("device/io/output/frequency/0"), QStringLiteral("set"), {1U});
+        terminal.call(QStringLiteral("device/operating_voltage"),
+                      QStringLiteral("set_operating_voltage"), {2U});
+        for (const char* wrong : {"28", "29", "2b", "00", "ff"})
+            terminal.controller.send(QByteArray::fromHex(wrong));
+        QVERIFY(wait_for([&] { return terminal.controller.has_received("0d02"); }));
+        QVERIFY(since.elapsed() >= 300);
+    }
+
+    /// Every request is written once, 300 ms apart, and nothing piles up or is repeated.
+    void controller_never_answers()
+    {
+        Terminal terminal;
+        terminal.controller.set_silent(true);
+        terminal.start();
+        QVERIFY(wait_for([&] { return terminal.controller.requests().size() >= 12; }));
+        const auto& requests = terminal.controller.requests();
+        for (int i = 1; i < 12; ++i)
+            QVERIFY(requests[i].msecs - requests[i - 1].msecs >= 250);
+        QVERIFY(serves(terminal));
+        QVERIFY(ends_cleanly(terminal));
+    }
+};
+
+QTEST_GUILESS_MAIN(Line)
+#include "line.moc"

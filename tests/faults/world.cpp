@@ -1,0 +1,142 @@
+// Faults of what surrounds the daemon: its log, its media, its commands, its output.
+
+#include "Terminal.h"
+
+#include <QDir>
+#include <QFile>
+
+#include <csignal>
+#include <cstdio>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+class World : public QObject {
+    Q_OBJECT
+
+private:
+    static bool ends_cleanly(Terminal& terminal)
+    {
+        terminal.daemon.signal(SIGTERM);
+        return terminal.daemon.wait_for_end() && terminal.daemon.exit_status() == 0;
+    }
+
+    static void replace_command(Terminal& terminal, const char* name, const QByteArray& script)
+    {
+        const QString path = QStringLiteral("bin/") + QLatin1String(name);
+        terminal.root.write(path, "#!/bin/sh\n" + script);
+        QFile::setPermissions(terminal.root.path(path),
+                              QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    }
+
+    static QString serial_number(Terminal& terminal)
+    {
+        return terminal.get(QStringLiteral("version/serial_number"), QStringLiteral("get"))
+            .toString();
+    }
+
+    static int media_signals(const Terminal& terminal)
+    {
+        int count = 0;
+        for (const Terminal::Signal& signal : terminal.seen_signals())
+            count += signal.member == QLatin1String("connection");
+        return count;
+    }
+
+private Q_SLOTS:
+    /// What is logged meanwhile is lost, and what comes later arrives.
+    void log_socket_goes_and_returns()
+    {
+        Terminal terminal;
+        terminal.start();
+        const QByteArray socket = terminal.root.path(QStringLiteral("log")).toUtf8();
+        const QByteArray aside = terminal.root.path(QStringLiteral("gone")).toUtf8();
+        QCOMPARE(std::rename(socket.constData(), aside.constData()), 0);
+        terminal.send("40");
+        QCOMPARE(std::rename(aside.constData(), socket.constData()), 0);
+        terminal.log.clear();
+        terminal.send("40");
+        QVERIFY(wait_for([&] { return !terminal.log.lines().isEmpty(); }));
+        QCOMPARE(terminal.log.lines(), QStringList{QStringLiteral("ATX acknowledge received")});
+        QVERIFY(ends_cleanly(terminal));
+    }
+
+    /// The watch ends with its directory; a call still scans the one that has taken its place.
+    void media_directory_is_replaced()
+    {
+        Terminal terminal;
+        terminal.root.make_directory(QStringLiteral("media/usb0"));
+        terminal.start();
+        terminal.root.remove(QStringLiteral("media"));
+        QVERIFY(wait_for([&] { return media_signals(terminal) >= 1; }));
+        terminal.root.make_directory(QStringLiteral("media/usb1"));
+        const QString media = terminal.root.path(QStringLiteral("media")) + QLatin1Char('/');
+        terminal.call(QStringLiteral("media"), QStringLiteral("media_changed"), {media});
+        terminal.settle();
+        const Terminal::Signal added = {QStringLiteral("media"),
+                                        QStringLiteral("connection"),
+                                        {media + QStringLiteral("usb1"), true}};
+        QVERIFY(terminal.seen_signals().contains(added));
+        QVERIFY(ends_cleanly(terminal));
+    }
+
+    void command_prints_a_megabyte()
+    {
+        Terminal terminal;
+        replace_command(terminal, "cat", "head -c 1000000 /dev/zero | tr '\\0' x\n");
+        terminal.start();
+        QCOMPARE(serial_number(terminal).size(), 1000000);
+        QVERIFY(ends_cleanly(terminal));
+    }
+
+    void command_fails()
+    {
+        Terminal terminal;
+        replace_command(terminal, "cat", "echo broken >&2; exit 127\n");
+        terminal.start();
+        QCOMPARE(serial_number(terminal), QStringLiteral("broken\n"));
+        QVERIFY(ends_cleanly(terminal));
+    }
+
+    void command_cannot_be_started()
+    {
+        Terminal terminal;
+        replace_command(terminal, "cat", {});
+        terminal.root.write(QStringLiteral("bin/cat"), "\x7f"
+                                                       "ELF");
+        terminal.start();
+        QCOMPARE(serial_number(terminal), QStringLiteral("failed to run cmd\n"));
+        QVERIFY(ends_cleanly(terminal));
+    }
+
+    /// Text waits for its reader and nothing of it is lost; the end does not wait for good.
+    void output_is_read_slowly()
+    {
+        int ends[2];
+        QVERIFY(pipe2(ends, O_CLOEXEC) == 0);
+        fcntl(ends[1], F_SETPIPE_SZ, 4096);
+        Terminal terminal;
+        terminal.daemon.redirect(STDOUT_FILENO, ends[1]);
+        terminal.launch();
+        fcntl(ends[0], F_SETFL, O_NONBLOCK);
+        QByteArray text;
+        const auto read_some = [&] {
+            char bytes[512];
+            const ssize_t count = ::read(ends[0], bytes, sizeof bytes);
+            text.append(bytes, static_cast<int>(std::max<ssize_t>(count, 0)));
+            return text.contains("Periodic\n");
+        };
+        QVERIFY(wait_for(read_some));
+        QVERIFY(text.startsWith("Bah\nGot --port\n"));
+        QCOMPARE(text.count("Path: "), 74);
+        // From here on nobody reads.
+        for (int i = 0; i < 500; ++i)
+            terminal.controller.send(QByteArray::fromHex("1000"));
+        QVERIFY(ends_cleanly(terminal));
+        ::close(ends[0]);
+        ::close(ends[1]);
+    }
+};
+
+QTEST_GUILESS_MAIN(World)
+#include "world.moc"

@@ -159,7 +159,7 @@ std::vector<Screen_view::Span> Screen_view::spans(const std::vector<Placement>& 
     for (std::size_t column = 0; column < count; ++column) {
         int extent = least_column_width;
         if (all_share || has_sparkline[column]) {
-            const int share = spare / sharers--;
+            const int share = spare / std::max(sharers--, 1);
             extent += share;
             spare -= share;
         }

@@ -52,7 +52,9 @@ private Q_SLOTS:
         const QByteArray socket = terminal.root.path(QStringLiteral("log")).toUtf8();
         const QByteArray aside = terminal.root.path(QStringLiteral("gone")).toUtf8();
         QCOMPARE(std::rename(socket.constData(), aside.constData()), 0);
-        terminal.send("40");
+        terminal.controller.send(QByteArray::fromHex("40"));
+        QVERIFY(wait_for([&] { return terminal.daemon.output().contains("Got message 40\n"); }));
+        terminal.get(QStringLiteral("atx"), QStringLiteral("none")); // comes back behind it
         QCOMPARE(std::rename(aside.constData(), socket.constData()), 0);
         terminal.log.clear();
         terminal.send("40");

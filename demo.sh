@@ -83,6 +83,18 @@ clean_up()
     wait "$cleaner" 2>/dev/null || true
 }
 
+# attend COMMAND...: runs it on this script's own input, and waits for it; a signal to this script
+# ends both at once, which a command in the foreground would not let it.
+attend()
+{
+    local status=0
+    setpriv --pdeathsig TERM -- "$@" <&3 &
+    children+=($!)
+    wait "$!" || status=$?
+    unset 'children[-1]'
+    return "$status"
+}
+
 # Builds in the tree, or beside everything else when the tree is somebody else's. What builds ends
 # with this script, and the directory is removed only then.
 build_programs()
@@ -90,13 +102,12 @@ build_programs()
     build=$source_directory/build/release
     mkdir -p "$build" 2>/dev/null || true
     if [ -w "$build" ] && { [ ! -e "$build/CMakeCache.txt" ] || [ -w "$build/CMakeCache.txt" ]; }; then
-        (cd "$source_directory" && exec setpriv --pdeathsig TERM -- cmake --preset release)
+        attend cmake -S "$source_directory" --preset release
     else
         build=$work/build
-        setpriv --pdeathsig TERM -- \
-            cmake -S "$source_directory" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo
+        attend cmake -S "$source_directory" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo
     fi
-    setpriv --pdeathsig TERM -- ninja -C "$build" dov-dbus-test dov-watch dov-controller
+    attend ninja -C "$build" dov-dbus-test dov-watch dov-controller
 }
 
 # start NAME COMMAND...: runs it in the background, its output in NAME.log, for as long as this
@@ -175,13 +186,7 @@ watch_on_terminal()
 {
     local locale=${LC_ALL:-${LC_CTYPE:-${LANG:-}}}
     [ -n "$locale" ] || export LC_ALL=C.UTF-8
-    setpriv --pdeathsig TERM -- "$build/dov-watch" "${watch_options[@]}" --address "$address" {life}>&-
-}
-
-# Sleeps, and not beyond this script.
-pause()
-{
-    setpriv --pdeathsig KILL -- sleep "$1"
+    attend "$build/dov-watch" "${watch_options[@]}" --address "$address"
 }
 
 answers()
@@ -195,18 +200,19 @@ watch_for_a_while()
         > >(tee "$work/changes" {life}>&-) </dev/null {life}>&- &
     local watch=$! before
     children+=("$watch")
-    pause 3
+    attend sleep 3
     before=$(answers)
     call "$service" "$digital_output" "$service.device.io.output.digital.on" >/dev/null
     call "$service" "$backlight" "$service.device.dimmable.set_brightness" "double:$brightness" \
         >/dev/null
-    pause $((run_seconds - 3))
+    attend sleep $((run_seconds - 3))
     answered=$(answers)
     # The simulator holds its answers back behind its reports, which it makes faster than it sends
     # them: there, the answers that count are those to the commands of the daemon's start.
     $simulate || answered=$((answered - before))
     kill "$watch" 2>/dev/null || fail "dov-watch has ended early"
     wait "$watch" 2>/dev/null || true
+    unset 'children[-1]'
 }
 
 # seen WHAT PATH MEMBER LEAST: whether there are at least so many different values, among those
@@ -263,6 +269,7 @@ verdict()
 main()
 {
     parse_arguments "$@"
+    exec 3<&0 || exec 3</dev/null
     trap clean_up EXIT
     trap 'exit 130' INT
     trap 'exit 143' TERM HUP

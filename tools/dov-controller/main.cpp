@@ -84,20 +84,19 @@ void connect_texts(Bench_controller& bench, Trace_writer& recording, bool verbos
 }
 
 /// Ends the program once everything has gone out and been taken, or has had its time for that.
-void quit_when_idle(Bench_controller& bench)
+void quit_when_idle(const Bench_controller& bench, QTimer& timer)
 {
     constexpr int check_ms = 10;
     constexpr qint64 longest_ms = 5000;
     // Bytes may be on their way between the two ends of a pseudo terminal, where nobody sees them.
     constexpr int checks_in_a_row = 10;
-    auto* timer = new QTimer(&bench);
-    QObject::connect(timer, &QTimer::timeout,
+    QObject::connect(&timer, &QTimer::timeout,
                      [&bench, idle = 0, until_ms = bench.now_ms() + longest_ms]() mutable {
                          idle = bench.is_idle() ? idle + 1 : 0;
                          if (idle == checks_in_a_row || bench.now_ms() > until_ms)
                              QCoreApplication::quit();
                      });
-    timer->start(check_ms);
+    timer.start(check_ms);
 }
 
 /// A terminal that belongs to somebody else would stop a background process that reads it.
@@ -106,24 +105,22 @@ bool may_read_standard_input()
     return isatty(STDIN_FILENO) == 0 || tcgetpgrp(STDIN_FILENO) == getpgrp();
 }
 
-int run(const Options& options)
+/// Has the player begin and, if it is to, end the program.
+void connect_player(Bench_controller& bench, Player& player, const Options& options,
+                    QTimer& idle_timer)
 {
-    Bench_controller bench;
-    const Program program = load_program(options, bench);
-    if (!program.is_good)
-        return 1;
-    if (options.check)
-        return 0;
-    Trace_writer recording;
-    const QString record_error =
-        options.record.isEmpty() ? QString() : recording.open(options.record);
-    if (!record_error.isEmpty()) {
-        complain(record_error);
-        return 1;
-    }
-    connect_texts(bench, recording, options.verbose);
-    for (const Action& command : options.commands)
-        command(bench);
+    if (options.exit_at_end)
+        QObject::connect(&player, &Player::ended,
+                         [&bench, &idle_timer] { quit_when_idle(bench, idle_timer); });
+    if (options.wait)
+        QObject::connect(&bench, &Bench_controller::host_heard, &player, &Player::start);
+    else
+        QTimer::singleShot(0, &player, &Player::start);
+}
+
+/// Opens the line and runs until something asks for the end.
+int serve(Bench_controller& bench, Player* player, const Options& options)
+{
     const Posix_signals signals;
     QObject::connect(&signals, &Posix_signals::end_asked, qApp, &QCoreApplication::quit);
     QObject::connect(&bench, &Bench_controller::quit_asked, qApp, &QCoreApplication::quit,
@@ -139,17 +136,30 @@ int run(const Options& options)
         QObject::connect(&*reader, &Command_reader::failed,
                          [](const QString& text) { say(stderr, text); });
     }
-    if (program.player) {
-        if (options.exit_at_end)
-            QObject::connect(program.player.get(), &Player::ended,
-                             [&bench] { quit_when_idle(bench); });
-        if (options.wait)
-            QObject::connect(&bench, &Bench_controller::host_heard, program.player.get(),
-                             &Player::start);
-        else
-            QTimer::singleShot(0, program.player.get(), &Player::start);
-    }
+    QTimer idle_timer;
+    if (player != nullptr)
+        connect_player(bench, *player, options, idle_timer);
     return QCoreApplication::exec();
+}
+
+int run(const Options& options)
+{
+    Bench_controller bench;
+    const Program program = load_program(options, bench);
+    if (!program.is_good)
+        return 1;
+    if (options.check)
+        return 0;
+    Trace_writer recording;
+    const QString error = options.record.isEmpty() ? QString() : recording.open(options.record);
+    if (!error.isEmpty()) {
+        complain(error);
+        return 1;
+    }
+    connect_texts(bench, recording, options.verbose);
+    for (const Action& command : options.commands)
+        command(bench);
+    return serve(bench, program.player.get(), options);
 }
 
 } // namespace

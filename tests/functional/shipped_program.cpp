@@ -4,6 +4,7 @@
 #include "Terminal.h"
 
 #include <QDBusConnectionInterface>
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 
@@ -57,6 +58,9 @@ private:
             const QString file = QStringLiteral("etc/") + QLatin1String(name);
             add(options, "--ro-bind-try", terminal.root.path(file), QLatin1Char('/') + file);
         }
+        // What the sanitizers have to know lies beside the tests.
+        const QString tests = QDir::cleanPath(QStringLiteral(DOV_GOLDEN "/../.."));
+        add(options, "--ro-bind", tests, tests);
         // The stub notes its calls below the root, and the bus listens in its own directory.
         const QString bus = terminal.bus.directory();
         add(options, "--bind", terminal.root.path(), terminal.root.path());

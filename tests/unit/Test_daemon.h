@@ -45,16 +45,21 @@ struct Test_daemon {
 
 /// Runs a test class that is constructed with a Test_daemon.
 template <class Test>
-int run_with_daemon(int count, char** arguments, const QByteArray& power_configuration)
+int run_with_daemon(int count, char** arguments, const QByteArray& power_configuration,
+                    const QByteArray& oem_profile = {})
 {
     // Nothing here is deleted: the daemon is a program's whole life, and the link a port's.
     auto* world = new Test_daemon;
     qputenv("DOV_TEST_ROOT", world->root.path().toUtf8());
     qputenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=" + world->root.path().toUtf8() + "/no-bus");
     world->root.write(QStringLiteral("etc/power_manage.conf"), power_configuration);
+    if (!oem_profile.isEmpty())
+        world->root.write(QStringLiteral("etc/oem_profile.conf"), oem_profile);
     world->daemon = new DBus_daemon(count, arguments);
     world->link = new Recording_link;
     world->daemon->set_link(world->link);
     Test test(*world);
-    return QTest::qExec(&test, count, arguments);
+    const int failures = QTest::qExec(&test, count, arguments);
+    world->root.remove(QString());
+    return failures;
 }

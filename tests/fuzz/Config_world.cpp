@@ -26,7 +26,7 @@ Plain_element read_element(QXmlStreamReader& reader)
         if (token == QXmlStreamReader::StartElement) {
             element.children.push_back(read_element(reader));
             element.text += element.children.back().text;
-        } else if (token == QXmlStreamReader::Characters) {
+        } else if (token == QXmlStreamReader::Characters && !reader.isWhitespace()) {
             element.text += to_string(reader.text());
         } else if (token == QXmlStreamReader::EndElement || reader.atEnd()) {
             return element;

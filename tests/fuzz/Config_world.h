@@ -12,7 +12,7 @@ struct Plain_element {
     std::string tag;
     std::vector<std::pair<std::string, std::string>> attributes;
     std::vector<Plain_element> children;
-    std::string text; ///< with that of everything inside
+    std::string text; ///< with that of everything inside; blank pieces count for nothing
 
     /// An attribute's value, empty when it is absent.
     std::string attribute(const std::string& name) const;

@@ -49,6 +49,9 @@ private Q_SLOTS:
         for (const char id : {'\x33', '\x31', '\x29', '\x0d'})
             terminal_->controller.ignore(static_cast<uchar>(id));
         terminal_->start();
+        // The poll goes on; its answers would print between what the tests compare.
+        for (const int id : {0x05, 0x11, 0x15, 0x19, 0x1b, 0x21, 0x23, 0x27})
+            terminal_->controller.ignore(static_cast<uchar>(id));
     }
     void init() { terminal_->clear(); }
     void cleanupTestCase() { terminal_.reset(); }
@@ -197,7 +200,7 @@ private Q_SLOTS:
             QCOMPARE(terminal().output(),
                      QByteArray("LCD not implemented src/interfaces/Dimmable_interface:25\n"));
             QCOMPARE(get(path, "get_brightness").toDouble(), 0.0);
-            QVERIFY(terminal().controller.requests().isEmpty());
+            QVERIFY(terminal().controller.payloads().filter(QStringLiteral("31 ")).isEmpty());
         }
     }
 
@@ -261,7 +264,7 @@ private Q_SLOTS:
         const QDBusMessage reply = terminal().call(backlight_, QStringLiteral("set_brightness"),
                                                    {QStringLiteral("bright")});
         QCOMPARE(reply.type(), QDBusMessage::ErrorMessage);
-        QVERIFY(terminal().controller.requests().isEmpty());
+        QVERIFY(terminal().controller.payloads().filter(QStringLiteral("31 ")).isEmpty());
     }
 };
 

@@ -243,7 +243,7 @@ public:
             if (seconds_since(start) > seconds)
                 return false;
             if (sd_bus_process(bus_, nullptr) == 0)
-                sd_bus_wait(bus_, 10000);
+                sd_bus_wait(bus_, 500); // what is waited for may come from elsewhere
         }
         return true;
     }

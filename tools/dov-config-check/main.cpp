@@ -87,7 +87,7 @@ Findings check_quietly(const QString& power_config, const QString& oem_profile)
     const int output = dup(STDOUT_FILENO);
     const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
     dup2(nowhere, STDOUT_FILENO);
-    const Findings findings = check_files(power_config, oem_profile);
+    Findings findings = check_files(power_config, oem_profile);
     (void)std::fflush(stdout);
     dup2(output, STDOUT_FILENO);
     close(nowhere);

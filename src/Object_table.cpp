@@ -156,3 +156,16 @@ void create_objects(DBus_daemon* daemon)
         }
     }
 }
+
+QVector<QByteArray> power_names()
+{
+    QVector<QByteArray> names;
+    for (const Object_row& row : object_rows) {
+        for (uint index = 0; index < row.count; ++index) {
+            const QByteArray name = power_name(row, index);
+            if (!name.isNull() && !names.contains(name))
+                names.append(name);
+        }
+    }
+    return names;
+}

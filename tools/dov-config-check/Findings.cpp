@@ -1,220 +1,177 @@
 #include "Findings.h"
 
 #include "OEM_profile.h"
+#include "Object_table.h"
 #include "Power_config.h"
 #include "Power_state.h"
+#include "Unused_entries.h"
 
 #include <QFile>
-#include <QSet>
+#include <QXmlStreamReader>
 
 #include <algorithm>
-#include <cstdio>
+#include <tuple>
 
 namespace {
 
 using Document = std::unique_ptr<QDomDocument>;
 
-/// The names that the daemon's power switches look up.
-const char* const power_names[] = {"system", "display", "can_1",  "can_2",  "can_3", "can_4",
-                                   "eth",    "video",   "camera", "uart_1", "usb_1"};
-
-QString name_of(const QDomElement& element)
+/// The first child of a tag and, unless it is null, a name: the one that the daemon consults.
+QDomElement first_child(const QDomElement& parent, const char* tag, const QString& name = {})
 {
-    return element.attribute(QStringLiteral("name"));
+    QDomElement child = parent.firstChildElement(QLatin1String(tag));
+    while (!child.isNull() && !name.isNull() && child.attribute(QStringLiteral("name")) != name)
+        child = child.nextSiblingElement(QLatin1String(tag));
+    return child;
 }
 
-QString state_name(int state)
+/// A setting of a loaded file. `read` asks the daemon's reader, with the default given.
+template <class Read>
+Setting setting_of(const QDomElement& entry, int default_value, const Read& read)
 {
-    return QLatin1String(power_state_name(state));
+    // The reader does not say that it has used the default; with two of them it shows.
+    const bool recognised = read(0) == read(1);
+    if (entry.isNull())
+        return {read(default_value), Source::no_entry, 0, {}};
+    return {read(default_value), recognised ? Source::entry : Source::unrecognised,
+            entry.lineNumber(), entry.text()};
 }
 
-bool is_power_name(const QString& name)
+State_settings settings_of(const QDomDocument* document, int state)
 {
-    return std::any_of(std::begin(power_names), std::end(power_names),
-                       [&name](const char* known) { return name == QLatin1String(known); });
-}
+    const bool loaded = document != nullptr;
+    const QString name = QLatin1String(power_state_name(state));
+    const int default_timeout = default_state_timeouts[state];
+    const QDomElement root = loaded ? document->documentElement() : QDomElement();
+    const QDomElement entries = first_child(root, "state", name);
 
-bool is_state_name(const QString& name)
-{
-    for (int state = 0; state < power_state_count; ++state) {
-        if (name == state_name(state))
-            return true;
+    State_settings settings{name, {default_timeout, Source::no_file, 0, {}}, {}};
+    if (loaded) {
+        settings.timeout = setting_of(
+            first_child(entries, "param", QStringLiteral("timeout")), default_timeout,
+            [&](int otherwise) { return get_state_timeout(document, state, otherwise); });
     }
-    return false;
-}
-
-QDomElement entry(const QDomDocument* document, int state, const QString& tag, const QString& name)
-{
-    const QString attribute = QStringLiteral("name");
-    return find_config_element(
-        document, {QStringLiteral("state"), attribute, state_name(state), tag, attribute, name});
-}
-
-/// Why the entry of a state has the effect it has.
-QString reason_of(const QDomElement& element, bool recognised)
-{
-    if (element.isNull())
-        return QStringLiteral("default, no entry");
-    if (recognised)
-        return QStringLiteral("line %1").arg(element.lineNumber());
-    return QStringLiteral("default, line %1 has unrecognised text \"%2\"")
-        .arg(element.lineNumber())
-        .arg(element.text());
-}
-
-QString load_problem(int result, const QString& path)
-{
-    switch (result) {
-    case config_not_opened:
-        return QStringLiteral("%1: cannot be opened").arg(path);
-    case config_malformed:
-        return QStringLiteral("%1: not well-formed XML, or too large or too deep").arg(path);
-    case config_wrong_root:
-        return QStringLiteral("%1: the root element has the wrong name").arg(path);
-    default:
-        return {};
-    }
-}
-
-/// The entries below an element that the daemon never consults, or does not understand.
-class Useless_entries {
-public:
-    explicit Useless_entries(const QString& path) : path_(path) {}
-
-    QStringList of_power_config(const QDomElement& root)
-    {
-        QSet<QString> seen;
-        for (QDomElement state = root.firstChildElement(); !state.isNull();
-             state = state.nextSiblingElement()) {
-            if (state.tagName() != QLatin1String("state") || !is_state_name(name_of(state)))
-                add(state, QStringLiteral("is no power state of the daemon's"));
-            else if (seen.contains(name_of(state)))
-                add(state, QStringLiteral("comes after another of the same name"));
-            else
-                check_state(state);
-            seen.insert(name_of(state));
+    for (const QByteArray& device : power_names()) {
+        Setting on{0, Source::no_file, 0, {}};
+        if (loaded) {
+            on = setting_of(first_child(entries, "device", QString::fromUtf8(device)), 1,
+                            [&](int otherwise) {
+                                return int{get_device_power(document, state, device.constData(),
+                                                            otherwise != 0)};
+                            });
         }
-        return found_;
+        settings.devices.append({QString::fromUtf8(device), on});
     }
-
-    QStringList of_oem_profile(const QDomElement& root)
-    {
-        QSet<QString> seen;
-        for (QDomElement child = root.firstChildElement(); !child.isNull();
-             child = child.nextSiblingElement()) {
-            const QString tag = child.tagName();
-            if (tag != QLatin1String("code") && tag != QLatin1String("RemoteSwitchPowerUpTime"))
-                add(child, QStringLiteral("is not looked up"));
-            else if (seen.contains(tag))
-                add(child, QStringLiteral("comes after another of the same name"));
-            else if (!is_number(child.text()))
-                add(child, QStringLiteral("has unrecognised text"));
-            seen.insert(tag);
-        }
-        return found_;
-    }
-
-private:
-    void add(const QDomElement& element, const QString& what)
-    {
-        QString shown = element.tagName();
-        if (element.hasAttribute(QStringLiteral("name")))
-            shown += QStringLiteral(" \"%1\"").arg(name_of(element));
-        found_.append(QStringLiteral("%1:%2: %3 %4, so it has no effect")
-                          .arg(path_)
-                          .arg(element.lineNumber())
-                          .arg(shown, what));
-    }
-
-    static bool is_number(const QString& text)
-    {
-        unsigned int number = 0;
-        return std::sscanf(text.toUtf8().constData(), "%u", &number) == 1;
-    }
-
-    void check_state(const QDomElement& state)
-    {
-        QSet<QString> seen;
-        for (QDomElement child = state.firstChildElement(); !child.isNull();
-             child = child.nextSiblingElement()) {
-            const QString key = child.tagName() + QLatin1Char(' ') + name_of(child);
-            const bool device = child.tagName() == QLatin1String("device");
-            const bool timeout = key == QLatin1String("param timeout");
-            if (!timeout && !(device && is_power_name(name_of(child))))
-                add(child, QStringLiteral("is not looked up"));
-            else if (seen.contains(key))
-                add(child, QStringLiteral("comes after another of the same name"));
-            else if (!is_understood(child, timeout))
-                add(child, QStringLiteral("has unrecognised text \"%1\"").arg(child.text()));
-            seen.insert(key);
-        }
-    }
-
-    static bool is_understood(const QDomElement& entry, bool timeout)
-    {
-        if (timeout) {
-            int number = 0;
-            return std::sscanf(entry.text().toUtf8().constData(), "%d", &number) == 1;
-        }
-        return entry.text() == QLatin1String("on") || entry.text() == QLatin1String("off");
-    }
-
-    QString path_;
-    QStringList found_;
-};
-
-State_outcome outcome_of(const QDomDocument* document, int state)
-{
-    State_outcome outcome{state_name(state), 0, {}, {}};
-    const QDomElement param =
-        entry(document, state, QStringLiteral("param"), QStringLiteral("timeout"));
-    // With two defaults the reader tells whether it has used one.
-    outcome.timeout = get_state_timeout(document, state, default_state_timeouts[state]);
-    const bool read = outcome.timeout == get_state_timeout(document, state, outcome.timeout - 1);
-    outcome.timeout_reason = reason_of(param, read);
-    for (const char* name : power_names) {
-        const QDomElement device =
-            entry(document, state, QStringLiteral("device"), QLatin1String(name));
-        const bool on = document != nullptr && get_device_power(document, state, name, true);
-        const bool known = on == get_device_power(document, state, name, false);
-        outcome.devices.append(
-            {QLatin1String(name), on,
-             document == nullptr ? QStringLiteral("no configuration") : reason_of(device, known)});
-    }
-    return outcome;
+    return settings;
 }
 
-void add_masks(Findings& findings)
+QVector<Mask> masks_of(const QVector<State_settings>& states)
 {
-    for (int device = 0; device < findings.states.first().devices.size(); ++device) {
-        Mask mask{findings.states.first().devices[device].device, 0};
-        for (int state = 0; state < power_state_count; ++state)
-            mask.mask |= (findings.states[state].devices[device].on ? 1 : 0) << state;
-        findings.masks.append(mask);
+    QVector<Mask> masks;
+    for (int device = 0; device < states.first().devices.size(); ++device) {
+        Mask mask{states.first().devices[device].device, 0};
+        for (int state = 0; state < states.size(); ++state)
+            mask.mask |= states[state].devices[device].on.value << state;
+        masks.append(mask);
     }
+    return masks;
+}
+
+/// Where a file is not well-formed, and why; or else what its root element is.
+std::tuple<int, QString> parse_error(QFile& file)
+{
+    QXmlStreamReader reader(&file);
+    QString root;
+    while (!reader.atEnd()) {
+        if (reader.readNext() == QXmlStreamReader::StartElement && root.isNull())
+            root = reader.qualifiedName().toString();
+    }
+    if (reader.hasError()) {
+        return {static_cast<int>(reader.lineNumber()),
+                QStringLiteral("it is not well-formed XML: ") + on_one_line(reader.errorString())};
+    }
+    return {0, root};
+}
+
+/// Why the daemon does not take a file.
+Problem load_problem(Problem_kind kind, const QString& path, int result, const char* root)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return {kind, path, 0, QStringLiteral("it cannot be opened: ") + file.errorString()};
+    const auto [line, text] = parse_error(file);
+    if (line != 0)
+        return {kind, path, line, text};
+    if (result == config_wrong_root) {
+        return {kind, path, 0,
+                QStringLiteral("its root element is <%1>, not <%2>")
+                    .arg(on_one_line(text), QLatin1String(root))};
+    }
+    return {kind, path, 0,
+            QStringLiteral("it is larger than %1 bytes or nested deeper than %2 elements")
+                .arg(max_config_size)
+                .arg(max_config_depth)};
+}
+
+void add_unless_recognised(QVector<Problem>& problems, const QString& file, const QString& entry,
+                           const Setting& setting, const QString& default_value)
+{
+    if (setting.source != Source::unrecognised)
+        return;
+    problems.append({Problem_kind::no_effect, file, setting.line,
+                     QStringLiteral("%1 has unrecognised text \"%2\"; the default counts, %3")
+                         .arg(entry, on_one_line(setting.text), default_value)});
+}
+
+void add_unrecognised(QVector<Problem>& problems, const QString& file, const State_settings& state)
+{
+    add_unless_recognised(problems, file, QStringLiteral("<param name=\"timeout\">"), state.timeout,
+                          QString::number(state.timeout.value));
+    for (const Device_setting& device : state.devices) {
+        add_unless_recognised(problems, file,
+                              QStringLiteral("<device name=\"%1\">").arg(device.device), device.on,
+                              device.on.value != 0 ? QStringLiteral("on") : QStringLiteral("off"));
+    }
+}
+
+void sort_by_line(QVector<Problem>& problems)
+{
+    std::stable_sort(problems.begin(), problems.end(),
+                     [](const Problem& a, const Problem& b) { return a.line < b.line; });
+}
+
+QVector<Problem> problems_of_power_config(const QString& path, const QDomDocument& document,
+                                          const QVector<State_settings>& states)
+{
+    QVector<Problem> problems = unused_power_entries(path, document.documentElement());
+    for (const State_settings& state : states)
+        add_unrecognised(problems, path, state);
+    const auto& devices = states[state_on].devices;
+    const auto system = std::find_if(devices.begin(), devices.end(), [](const Device_setting& d) {
+        return d.device == QLatin1String("system");
+    });
+    if (system != devices.end() && system->on.value == 0) {
+        problems.append({Problem_kind::power_off, path, system->on.line,
+                         QStringLiteral("<device name=\"system\"> is off in state \"%1\"")
+                             .arg(states[state_on].state)});
+    }
+    sort_by_line(problems);
+    return problems;
 }
 
 void check_power_config(Findings& findings, const QString& path)
 {
     Document document;
     const int result = load_power_config(document, QFile::encodeName(path).constData());
-    if (result != config_loaded) {
-        findings.problems.append(QStringLiteral("the terminal powers off at start: ") +
-                                 load_problem(result, path));
+    if (result != config_loaded)
         document.reset();
-    }
     for (int state = 0; state < power_state_count; ++state)
-        findings.states.append(outcome_of(document.get(), state));
-    add_masks(findings);
+        findings.states.append(settings_of(document.get(), state));
+    findings.masks = masks_of(findings.states);
     if (document == nullptr)
-        return;
-    const Device_outcome& system = findings.states.first().devices.first();
-    if (!system.on) {
-        findings.problems.append(
-            QStringLiteral("the terminal powers off at start: %1: system is off in state on, %2")
-                .arg(path, system.reason));
-    }
-    findings.problems += Useless_entries(path).of_power_config(document->documentElement());
+        findings.problems.append(load_problem(Problem_kind::power_off, path, result, "power"));
+    else
+        findings.problems += problems_of_power_config(path, *document, findings.states);
 }
 
 void check_oem_profile(Findings& findings, const QString& path)
@@ -222,14 +179,26 @@ void check_oem_profile(Findings& findings, const QString& path)
     Document document;
     const int result = load_oem_profile(document, QFile::encodeName(path).constData());
     if (result != config_loaded) {
-        findings.problems.append(load_problem(result, path));
-        findings.oem_code = unknown_oem_code;
-        findings.power_up_time = unknown_oem_code;
+        findings.oem_code = findings.power_up_time = {unknown_oem_code, Source::no_file, 0, {}};
+        findings.problems.append(load_problem(Problem_kind::rejected, path, result, "profile"));
         return;
     }
-    findings.oem_code = get_oem_code(document.get(), unknown_oem_code);
-    findings.power_up_time = get_remote_switch_power_up_time(document.get(), default_power_up_time);
-    findings.problems += Useless_entries(path).of_oem_profile(document->documentElement());
+    const QDomElement root = document->documentElement();
+    findings.oem_code = setting_of(first_child(root, "code"), unknown_oem_code, [&](int otherwise) {
+        return int{get_oem_code(document.get(), static_cast<uchar>(otherwise))};
+    });
+    findings.power_up_time = setting_of(
+        first_child(root, "RemoteSwitchPowerUpTime"), default_power_up_time, [&](int otherwise) {
+            return int{
+                get_remote_switch_power_up_time(document.get(), static_cast<uchar>(otherwise))};
+        });
+    QVector<Problem> problems = unused_oem_entries(path, root);
+    add_unless_recognised(problems, path, QStringLiteral("<code>"), findings.oem_code,
+                          QString::number(unknown_oem_code));
+    add_unless_recognised(problems, path, QStringLiteral("<RemoteSwitchPowerUpTime>"),
+                          findings.power_up_time, QString::number(default_power_up_time));
+    sort_by_line(problems);
+    findings.problems += problems;
 }
 
 } // namespace
@@ -239,5 +208,22 @@ Findings check_files(const QString& power_config, const QString& oem_profile)
     Findings findings{};
     check_power_config(findings, power_config);
     check_oem_profile(findings, oem_profile);
+    std::stable_sort(findings.problems.begin(), findings.problems.end(),
+                     [](const Problem& a, const Problem& b) { return a.kind > b.kind; });
     return findings;
+}
+
+QString on_one_line(const QString& text)
+{
+    constexpr int longest = 60;
+    QString line;
+    for (const QChar character : text.left(longest)) {
+        if (character.isPrint())
+            line += character;
+        else if (character == QLatin1Char('\n'))
+            line += QLatin1String("\\n");
+        else
+            line += QStringLiteral("\\u%1").arg(character.unicode(), 4, 16, QLatin1Char('0'));
+    }
+    return text.size() > longest ? line + QStringLiteral("...") : line;
 }

@@ -1,21 +1,48 @@
 #pragma once
 
-#include <QStringList>
+#include <QString>
 #include <QVector>
 
-/// What a device does in one power state, and why.
-struct Device_outcome {
+/// What is wrong with the configuration. The number is the program's exit status.
+enum class Problem_kind : int {
+    no_effect = 3, ///< an entry that changes nothing
+    rejected = 4,  ///< a file that the daemon does not take
+    power_off = 5, ///< the terminal switches itself off at start
+};
+
+struct Problem {
+    Problem_kind kind;
+    QString file;
+    int line;     ///< from 1; 0 when it is none in particular
+    QString text; ///< one line, without file and line
+};
+
+/// Where the value of a setting comes from.
+enum class Source {
+    no_file,      ///< no file was loaded
+    no_entry,     ///< the default: the file has no entry for it
+    unrecognised, ///< the default: the daemon does not understand the entry
+    entry,
+};
+
+/// One value as the daemon reads it, and why.
+struct Setting {
+    int value;
+    Source source;
+    int line;     ///< of the entry, from 1; 0 without one
+    QString text; ///< of the entry
+};
+
+struct Device_setting {
     QString device;
-    bool on;
-    QString reason;
+    Setting on; ///< 1 or 0
 };
 
 /// What the daemon makes of one power state.
-struct State_outcome {
+struct State_settings {
     QString state;
-    int timeout; ///< seconds, negative for none
-    QString timeout_reason;
-    QVector<Device_outcome> devices;
+    Setting timeout; ///< seconds, negative for none
+    QVector<Device_setting> devices;
 };
 
 /// The power mask of a device: bit n set when it is on in power state n.
@@ -26,12 +53,15 @@ struct Mask {
 
 /// What the daemon will do with its configuration files.
 struct Findings {
-    QStringList problems; ///< why the files should not be used; the gravest first
-    QVector<State_outcome> states;
+    QVector<Problem> problems; ///< the gravest first
+    QVector<State_settings> states;
     QVector<Mask> masks;
-    int oem_code;
-    int power_up_time;
+    Setting oem_code;
+    Setting power_up_time; ///< in the controller's units
 };
 
-/// Reads both files with the daemon's own reader. Prints what that reader prints.
+/// Reads both files with the daemon's own reader, which prints what it does not find.
 Findings check_files(const QString& power_config, const QString& oem_profile);
+
+/// Text of a file as part of one line: shortened, and without control characters.
+QString on_one_line(const QString& text);

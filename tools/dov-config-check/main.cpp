@@ -1,11 +1,9 @@
 #include "Findings.h"
 #include "Paths.h"
+#include "Report.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
 
 #include <cstdio>
 
@@ -14,85 +12,60 @@
 
 namespace {
 
-QJsonObject as_json(const State_outcome& state)
-{
-    QJsonArray devices;
-    for (const Device_outcome& device : state.devices) {
-        devices.append(QJsonObject{{QStringLiteral("name"), device.device},
-                                   {QStringLiteral("on"), device.on},
-                                   {QStringLiteral("reason"), device.reason}});
+constexpr int output_failed = 1;
+constexpr int usage_error = 2;
+
+const char* const description =
+    R"(Says what dov-dbus will do with its configuration files, before it does.
+
+Exit status: 0 all is well, 1 the output could not be written, 2 wrong usage,
+3 an entry has no effect, 4 a file is rejected, 5 the terminal powers off at
+start. Of several the highest; the reasons are printed first.)";
+
+/// Sends standard output nowhere while it lives.
+class Silence {
+public:
+    Silence() : output_(fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1))
+    {
+        const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
+        if (nowhere == STDOUT_FILENO)
+            return;
+        dup2(nowhere, STDOUT_FILENO);
+        close(nowhere);
     }
-    return {{QStringLiteral("name"), state.state},
-            {QStringLiteral("timeout"), state.timeout},
-            {QStringLiteral("timeout_reason"), state.timeout_reason},
-            {QStringLiteral("devices"), devices}};
-}
-
-QByteArray as_json(const Findings& findings)
-{
-    QJsonArray states;
-    for (const State_outcome& state : findings.states)
-        states.append(as_json(state));
-    QJsonObject masks;
-    for (const Mask& mask : findings.masks)
-        masks.insert(mask.device, mask.mask);
-    const QJsonObject all{
-        {QStringLiteral("problems"), QJsonArray::fromStringList(findings.problems)},
-        {QStringLiteral("states"), states},
-        {QStringLiteral("masks"), masks},
-        {QStringLiteral("oem_code"), findings.oem_code},
-        {QStringLiteral("power_up_time"), findings.power_up_time}};
-    return QJsonDocument(all).toJson();
-}
-
-QString coloured(const QString& text, int colour)
-{
-    static const bool terminal = isatty(STDOUT_FILENO) != 0;
-    return terminal ? QStringLiteral("\033[%1m%2\033[0m").arg(colour).arg(text) : text;
-}
-
-QByteArray as_text(const Findings& findings)
-{
-    constexpr int red = 31;
-    constexpr int green = 32;
-    constexpr int yellow = 33;
-    QString text;
-    for (const QString& problem : findings.problems)
-        text += coloured(problem, red) + QLatin1Char('\n');
-    for (const State_outcome& state : findings.states) {
-        text += QStringLiteral("state %1: time-out %2 (%3)\n")
-                    .arg(state.state,
-                         state.timeout < 0 ? QStringLiteral("none")
-                                           : QStringLiteral("%1 s").arg(state.timeout),
-                         state.timeout_reason);
-        for (const Device_outcome& device : state.devices) {
-            const QString power = device.on ? coloured(QStringLiteral("on "), green)
-                                            : coloured(QStringLiteral("off"), yellow);
-            text +=
-                QStringLiteral("  %1 %2 (%3)\n").arg(device.device, -8).arg(power, device.reason);
+    ~Silence()
+    {
+        if (output_ < 0) {
+            close(STDOUT_FILENO);
+            return;
         }
+        dup2(output_, STDOUT_FILENO);
+        close(output_);
     }
-    text += QStringLiteral("masks (1 on, 2 low-power, 4 sleep):");
-    for (const Mask& mask : findings.masks)
-        text += QStringLiteral(" %1=%2").arg(mask.device).arg(mask.mask);
-    text += QStringLiteral("\nOEM code %1, remote-switch power-up time %2\n")
-                .arg(findings.oem_code)
-                .arg(findings.power_up_time);
-    return text.toUtf8();
-}
+    Silence(const Silence&) = delete;
+    Silence& operator=(const Silence&) = delete;
+
+private:
+    int output_;
+};
 
 /// The daemon's reader prints what it does not find; here that is part of the findings.
 Findings check_quietly(const QString& power_config, const QString& oem_profile)
 {
-    const int output = dup(STDOUT_FILENO);
-    const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
-    dup2(nowhere, STDOUT_FILENO);
-    Findings findings = check_files(power_config, oem_profile);
-    (void)std::fflush(stdout);
-    dup2(output, STDOUT_FILENO);
-    close(nowhere);
-    close(output);
-    return findings;
+    const Silence silence;
+    return check_files(power_config, oem_profile);
+}
+
+bool print(const QByteArray& text, std::FILE* stream)
+{
+    const auto size = static_cast<std::size_t>(text.size());
+    return std::fwrite(text.constData(), 1, size, stream) == size && std::fflush(stream) == 0;
+}
+
+int refuse(const QString& reason)
+{
+    print(QStringLiteral("dov-config-check: %1\n").arg(reason).toLocal8Bit(), stderr);
+    return usage_error;
 }
 
 } // namespace
@@ -103,11 +76,9 @@ int main(int argc, char** argv)
     QCoreApplication::setApplicationName(QStringLiteral("dov-config-check"));
     QCoreApplication::setApplicationVersion(QStringLiteral(DOV_VERSION));
     QCommandLineParser parser;
-    parser.setApplicationDescription(
-        QStringLiteral("Says what dov-dbus will do with its configuration files.\n"
-                       "Exit status: 0 all is well, 1 there is a problem, printed first."));
-    parser.addHelpOption();
-    parser.addVersionOption();
+    parser.setApplicationDescription(QLatin1String(description));
+    const QCommandLineOption help = parser.addHelpOption();
+    const QCommandLineOption version = parser.addVersionOption();
     const QCommandLineOption json(QStringLiteral("json"), QStringLiteral("Print JSON."));
     const QCommandLineOption power(QStringLiteral("power"),
                                    QStringLiteral("The power configuration."),
@@ -115,12 +86,19 @@ int main(int argc, char** argv)
     const QCommandLineOption oem(QStringLiteral("oem"), QStringLiteral("The OEM profile."),
                                  QStringLiteral("file"), QLatin1String(paths().oem_profile));
     parser.addOptions({json, power, oem});
-    parser.process(application);
+    if (!parser.parse(QCoreApplication::arguments()))
+        return refuse(parser.errorText());
+    if (!parser.positionalArguments().isEmpty())
+        return refuse(QStringLiteral("not an option: ") + parser.positionalArguments().first());
+    if (parser.isSet(help))
+        return print(parser.helpText().toLocal8Bit(), stdout) ? 0 : output_failed;
+    if (parser.isSet(version))
+        return print("dov-config-check " DOV_VERSION "\n", stdout) ? 0 : output_failed;
 
     const Findings findings = check_quietly(parser.value(power), parser.value(oem));
-    const QByteArray text = parser.isSet(json) ? as_json(findings) : as_text(findings);
-    const bool written = std::fwrite(text.constData(), 1, static_cast<std::size_t>(text.size()),
-                                     stdout) == static_cast<std::size_t>(text.size()) &&
-                         std::fflush(stdout) == 0;
-    return findings.problems.isEmpty() && written ? 0 : 1;
+    const QByteArray text =
+        parser.isSet(json) ? as_json(findings) : as_text(findings, isatty(STDOUT_FILENO) != 0);
+    if (!print(text, stdout))
+        return output_failed;
+    return findings.problems.isEmpty() ? 0 : static_cast<int>(findings.problems.first().kind);
 }

@@ -77,8 +77,12 @@ int main(int argc, char** argv)
     QCoreApplication::setApplicationVersion(QStringLiteral(DOV_VERSION));
     QCommandLineParser parser;
     parser.setApplicationDescription(QLatin1String(description));
-    const QCommandLineOption help = parser.addHelpOption();
-    const QCommandLineOption version = parser.addVersionOption();
+    // Not Qt's own, which brings an option for options that only programs with windows have.
+    const QCommandLineOption help({QStringLiteral("h"), QStringLiteral("help")},
+                                  QStringLiteral("Prints this help."));
+    const QCommandLineOption version({QStringLiteral("v"), QStringLiteral("version")},
+                                     QStringLiteral("Prints the version."));
+    parser.addOptions({help, version});
     const QCommandLineOption json(QStringLiteral("json"), QStringLiteral("Print JSON."));
     const QCommandLineOption power(QStringLiteral("power"),
                                    QStringLiteral("The power configuration."),

@@ -51,7 +51,7 @@ struct Names {
                               QStringLiteral("text")};
     QCommandLineOption gone{QStringLiteral("gone"),
                             QStringLiteral("When service or bus goes away: exit or wait."),
-                            QStringLiteral("what")};
+                            QStringLiteral("exit|wait")};
     QCommandLineOption json{QStringLiteral("json"),
                             QStringLiteral("One JSON object a change, also on a terminal.")};
     QCommandLineOption lines{QStringLiteral("lines"),
@@ -124,8 +124,12 @@ Command_line parse_command_line(const QStringList& arguments)
     const Names names;
     QCommandLineParser parser;
     parser.setApplicationDescription(QString::fromLatin1(description));
-    const QCommandLineOption help = parser.addHelpOption();
-    const QCommandLineOption version = parser.addVersionOption();
+    // Not Qt's own, which brings an option for options that only programs with windows have.
+    const QCommandLineOption help({QStringLiteral("h"), QStringLiteral("help")},
+                                  QStringLiteral("Prints this help."));
+    const QCommandLineOption version({QStringLiteral("v"), QStringLiteral("version")},
+                                     QStringLiteral("Prints the version."));
+    parser.addOptions({help, version});
     parser.addOptions({names.address, names.interval, names.report, names.hysteresis, names.filter,
                        names.gone, names.json, names.lines, names.ascii});
     Command_line result;

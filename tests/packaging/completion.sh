@@ -1,0 +1,61 @@
+#!/usr/bin/env bash
+# The completion of the tools' command lines.
+#     completion.sh DIRECTORY
+# The programs are those in the directory.
+set -euo pipefail
+
+sources=$(cd "$(dirname "$0")/../.." && pwd)
+PATH=$1:$PATH
+
+# What is under test and what it builds on is written for interactive shells.
+set +euo pipefail
+. /usr/share/bash-completion/bash_completion
+. "$sources/data/completion/dov-tools"
+
+failures=0
+
+# expect <words, separated by blanks> <word>...: these complete the last of the line's words.
+expect() {
+    local line=$1
+    shift
+    read -ra COMP_WORDS <<<"$line"
+    [[ $line != *' ' ]] || COMP_WORDS+=('')
+    COMP_CWORD=$((${#COMP_WORDS[@]} - 1))
+    COMP_LINE=$line
+    COMP_POINT=${#line}
+    COMPREPLY=()
+    _dov_tool "${COMP_WORDS[0]}" "${COMP_WORDS[COMP_CWORD]}" "${COMP_WORDS[COMP_CWORD - 1]}"
+    if [[ "${COMPREPLY[*]}" != "$*" ]]; then
+        echo "\"$line\" completes to \"${COMPREPLY[*]}\", not \"$*\""
+        failures=$((failures + 1))
+    fi
+}
+
+directory=$(mktemp -d)
+trap 'rm -rf "$directory"' EXIT
+touch "$directory/power.conf"
+
+expect 'dov-config-check --' --help --version --json --power --oem
+expect 'dov-config-check --p' --power
+expect "dov-config-check --power $directory/po" "$directory/power.conf"
+expect "dov-config-check --oem $directory/no" ''
+expect 'dov-watch --' --help --version --address --interval --report --hysteresis --filter --gone \
+    --json --lines --ascii
+expect 'dov-watch --gone ' exit wait
+expect 'dov-watch --gone w' wait
+expect 'dov-watch --interval ' ''
+expect 'dov-watch --json --li' --lines
+expect 'dov-controller --exit' --exit-at-end
+expect 'dov-controller --generation legacy-' legacy-hardware legacy-firmware
+expect 'dov-controller --input temperature' temperature{0..5}
+expect 'dov-controller --ignition ' on off
+expect 'dov-controller --baudrate 5' 57600
+expect "dov-controller --script $directory/p" "$directory/power.conf"
+expect 'dov-dbus --' --port --baudrate --simulate --help
+expect 'dov-dbus --baudrate 3' 38400
+expect "dov-dbus --port $directory/p" "$directory/power.conf"
+
+for program in dov-config-check dov-controller dov-watch dov-dbus; do
+    complete -p "$program" >/dev/null || failures=$((failures + 1))
+done
+exit "$((failures > 0))"

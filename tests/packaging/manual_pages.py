@@ -1,0 +1,96 @@
+#!/usr/bin/python3
+"""The manual pages: well-formed, with the options that the programs have, and an example that holds.
+
+    manual_pages.py DIRECTORY DAEMON
+
+The tools are those in the directory. The daemon is one of the test build, which can neither reach
+the machine's paths nor its power; only its usage is asked for.
+"""
+from __future__ import annotations
+
+import os
+import re
+import subprocess
+import sys
+import tempfile
+from pathlib import Path
+
+PAGES = Path(__file__).resolve().parents[2] / "data/man"
+TOOLS = ("dov-config-check", "dov-controller", "dov-watch")
+# Options of the daemon's that its first usage leaves out, for they are read later.
+DAEMON_OPTIONS = {"--port", "--baudrate"}
+
+failures: list[str] = []
+
+
+def run(*command: str) -> subprocess.CompletedProcess[str]:
+    environment = {**os.environ, "LC_ALL": "C.UTF-8", "MANROFFSEQ": "", "MANWIDTH": "80",
+                   "DBUS_SYSTEM_BUS_ADDRESS": "unix:path=/nonexistent"}
+    return subprocess.run(command, capture_output=True, text=True, check=False, timeout=60,
+                          env=environment)
+
+
+def expect(holds: bool, failure: str) -> None:
+    if not holds:
+        failures.append(failure)
+
+
+def check_form(page: Path) -> None:
+    formatted = run("man", "--warnings", "-E", "UTF-8", "-l", "-Tutf8", "-Z", str(page))
+    expect(formatted.returncode == 0 and not formatted.stderr, f"man: {formatted.stderr}")
+    lint = run("mandoc", "-Tlint", "-W", "warning", str(page))
+    expect(lint.returncode == 0 and not lint.stdout, f"mandoc: {lint.stdout}{lint.stderr}")
+    for name, section in re.findall(r"^\.Xr (\S+) (\d)", page.read_text(), re.MULTILINE):
+        if name.startswith("dov-") or name.endswith(".conf"):
+            expect((PAGES / f"{name}.{section}").exists(), f"{page.name}: no {name}({section})")
+
+
+def options_of_page(page: Path) -> set[str]:
+    found = set()
+    for item in re.findall(r"^\.It Fl (.*)", page.read_text(), re.MULTILINE):
+        found |= set(re.findall(r"(?:^|, )-([a-z0-9-]+)", item))
+    return {f"--{name}" for name in found}
+
+
+def options_of_program(program: Path) -> set[str]:
+    usage = run(str(program), "--help")
+    expect(usage.returncode == 0, f"{program.name} --help: {usage.returncode}")
+    return set(re.findall(r"^ +(?:-[a-z], )?(--[a-z0-9-]+)", usage.stdout, re.MULTILINE))
+
+
+def check_options(program: Path, page: Path, further: set[str]) -> None:
+    of_program = options_of_program(program) | further
+    of_page = options_of_page(page)
+    expect(len(of_program) > 2 and of_program == of_page,
+           f"{page.name} and --help differ in: {sorted(of_program ^ of_page)}")
+
+
+def check_example(checker: Path, page: Path, option: str) -> None:
+    example = re.search(r"^\.Bd -literal\n(<.*?)^\.Ed", page.read_text(),
+                        re.MULTILINE | re.DOTALL)
+    with tempfile.TemporaryDirectory() as directory:
+        file = Path(directory, "example.conf")
+        file.write_text(example.group(1) if example else "")
+        said = run(str(checker), option, str(file)).stdout
+    # The other file may be missing here.
+    expect(str(file) not in said, f"{page.name}, example: {said}")
+
+
+def main() -> None:
+    programs, daemon = map(Path, sys.argv[1:])
+    pages = sorted(PAGES.iterdir())
+    for page in pages:
+        check_form(page)
+    for tool in TOOLS:
+        check_options(programs / tool, PAGES / f"{tool}.1", set())
+    check_options(daemon, PAGES / "dov-dbus.8", DAEMON_OPTIONS)
+    checker = programs / "dov-config-check"
+    check_example(checker, PAGES / "power_manage.conf.5", "--power")
+    check_example(checker, PAGES / "oem_profile.conf.5", "--oem")
+    if failures:
+        sys.exit("\n".join(failures))
+    print(f"{len(pages)} pages")
+
+
+if __name__ == "__main__":
+    main()

@@ -1,0 +1,237 @@
+"""Runs as a service in the booted sandbox: plays adapter, udev and syslog, and looks at the unit."""
+from __future__ import annotations
+
+import os
+import pty
+import socket
+import struct
+import subprocess
+import time
+import tty
+from pathlib import Path
+
+SYSTEMCTL = "/driver/systemctl"
+UNIT = "dov-dbus.service"
+SERVICE = "com.quorin.system"
+PREFIX = "/com/quorin/system"
+PORT = Path("/dev/ttyUSB0")
+DEADLINE = 60.0
+# The unit waits two seconds before it starts the daemon again.
+QUIET = 5.0
+
+UDEV_MAGIC = 0xFEEDCAFE
+UDEV_GROUP = 2
+NETLINK_KOBJECT_UEVENT = 15
+ALL_TAGS = 0xFFFFFFFF
+
+
+def run(*command: str) -> subprocess.CompletedProcess[str]:
+    return subprocess.run(command, capture_output=True, text=True, check=False)
+
+
+def systemctl(*arguments: str) -> str:
+    done = run(SYSTEMCTL, *arguments)
+    return (done.stdout + done.stderr).strip()
+
+
+def state(name: str, unit: str = UNIT) -> str:
+    return systemctl("show", "--value", f"--property={name}", unit)
+
+
+def wait_for(what: str, happened) -> None:
+    end = time.monotonic() + DEADLINE
+    while not happened():
+        if time.monotonic() > end:
+            raise TimeoutError(f"{what}: {systemctl('status', UNIT)}")
+        time.sleep(0.05)
+    print(f"seen: {what}", flush=True)
+
+
+def stays(what: str, holds) -> None:
+    end = time.monotonic() + QUIET
+    while time.monotonic() < end:
+        if not holds():
+            raise AssertionError(f"not so: {what}: {systemctl('status', UNIT)}")
+        time.sleep(0.1)
+    print(f"seen: {what}", flush=True)
+
+
+def expect(what: str, holds: bool) -> None:
+    if not holds:
+        raise AssertionError(f"not so: {what}: {systemctl('status', UNIT)}")
+    print(f"seen: {what}", flush=True)
+
+
+def owner() -> int:
+    """The process that owns the daemon's name, or 0. Wakes nothing."""
+    answer = run("busctl", "call", "--auto-start=no", "org.freedesktop.DBus",
+                 "/org/freedesktop/DBus", "org.freedesktop.DBus", "GetConnectionUnixProcessID",
+                 "s", SERVICE)
+    return int(answer.stdout.split()[1]) if answer.returncode == 0 else 0
+
+
+def serves() -> bool:
+    """Whether the unit's main process owns the name and answers on it."""
+    main = int(state("MainPID"))
+    if main == 0 or owner() != main or state("ActiveState") != "active":
+        return False
+    call = run("busctl", "call", "--auto-start=no", SERVICE, f"{PREFIX}/version/serial_number",
+               f"{SERVICE}.version", "get")
+    return call.stdout.startswith('s "SN-1')
+
+
+def tell_of_device(action: str) -> None:
+    """As udev tells those who listen, for a device that its rules have tagged for systemd."""
+    facts = {"ACTION": action, "DEVPATH": "/devices/virtual/tty/ttyUSB0", "SUBSYSTEM": "tty",
+             "DEVNAME": "/dev/ttyUSB0", "MAJOR": "188", "MINOR": "0", "SEQNUM": "1",
+             "USEC_INITIALIZED": "1", "TAGS": ":systemd:", "CURRENT_TAGS": ":systemd:"}
+    body = b"".join(f"{key}={value}\0".encode() for key, value in facts.items())
+    header_size = 40
+    header = struct.pack("=8sIIII", b"libudev\0", socket.htonl(UDEV_MAGIC), header_size,
+                         header_size, len(body))
+    header += struct.pack("!IIII", murmur("tty"), 0, ALL_TAGS, ALL_TAGS)
+    with socket.socket(socket.AF_NETLINK, socket.SOCK_RAW, NETLINK_KOBJECT_UEVENT) as line:
+        line.bind((0, 0))
+        line.sendto(header + body, (0, UDEV_GROUP))
+
+
+def murmur(text: str) -> int:
+    """MurmurHash2 with seed 0: the hash by which udev's listeners filter subsystems."""
+    data = text.encode()
+    factor, mask = 0x5BD1E995, 0xFFFFFFFF
+    mixed = len(data)
+    whole = len(data) // 4 * 4
+    for start in range(0, whole, 4):
+        word = int.from_bytes(data[start:start + 4], "little") * factor & mask
+        word = (word ^ word >> 24) * factor & mask
+        mixed = (mixed * factor & mask) ^ word
+    if data[whole:]:
+        mixed = (mixed ^ int.from_bytes(data[whole:], "little")) * factor & mask
+    mixed = (mixed ^ mixed >> 13) * factor & mask
+    return mixed ^ mixed >> 15
+
+
+class Adapter:
+    """A serial adapter: a pseudo-terminal under the name that the daemon opens."""
+
+    def __init__(self) -> None:
+        self.master = -1
+
+    def plug(self) -> None:
+        self._make_line()
+        tell_of_device("add")
+
+    def unplug(self) -> None:
+        self._hang_up()
+        PORT.unlink()
+        tell_of_device("remove")
+
+    def hang_up_and_return(self) -> None:
+        """The line is lost and there again before anybody could tell of it."""
+        old = self.master
+        PORT.unlink()
+        self._make_line()
+        os.close(old)
+
+    def _make_line(self) -> None:
+        self.master, slave = pty.openpty()
+        tty.setraw(slave)
+        PORT.symlink_to(os.ttyname(slave))
+        os.close(slave)
+
+    def _hang_up(self) -> None:
+        os.close(self.master)
+
+
+def starts_with_its_device(adapter: Adapter) -> None:
+    systemctl("enable", UNIT)
+    expect("enabled, and the activation file finds it", Path(
+        "/etc/systemd/system/dbus-com.quorin.system.service").is_symlink())
+    stays("without its device it does not run", lambda: state("ActiveState") == "inactive")
+    adapter.plug()
+    wait_for("the device brings it up", serves)
+
+
+def survives_the_bus(adapter: Adapter) -> None:
+    del adapter
+    before = owner()
+    systemctl("restart", "dbus.service")
+    wait_for("back after the bus was restarted", lambda: serves() and owner() != before)
+    before = owner()
+    systemctl("kill", "--signal=KILL", "dbus.service")
+    wait_for("stopped with a bus that was killed",
+             lambda: not Path(f"/proc/{before}").exists())
+    # The next client wakes the bus, through its socket.
+    wait_for("back after the bus was killed",
+             lambda: run("busctl", "--no-pager").returncode == 0 and serves())
+
+
+def survives_the_line(adapter: Adapter) -> None:
+    before = owner()
+    adapter.hang_up_and_return()
+    wait_for("back after a hang-up", lambda: serves() and owner() != before)
+    adapter.unplug()
+    wait_for("stopped without its device", lambda: state("ActiveState") == "inactive")
+    stays("no restarts while there is no device",
+          lambda: state("ActiveState") == "inactive" and owner() == 0)
+    adapter.plug()
+    wait_for("back with its device", serves)
+
+
+def survives_its_own_end(adapter: Adapter) -> None:
+    del adapter
+    before = owner()
+    systemctl("kill", "--signal=KILL", UNIT)
+    wait_for("back after it was killed", lambda: serves() and owner() != before)
+    before, restarts = owner(), state("NRestarts")
+    stays("no restart loop", lambda: owner() == before and state("NRestarts") == restarts)
+
+
+def stops_cleanly(adapter: Adapter) -> None:
+    del adapter
+    systemctl("stop", UNIT)
+    expect("stopped with status 0", (state("ActiveState"), state("Result"),
+           state("ExecMainStatus")) == ("inactive", "success", "0"))
+    stays("stays stopped", lambda: state("ActiveState") == "inactive" and owner() == 0)
+    systemctl("start", UNIT)
+    wait_for("started by hand", serves)
+
+
+def can_do_its_work(adapter: Adapter) -> None:
+    del adapter
+    expect("nothing was switched off", not Path("/tmp/systemctl.calls").exists())
+    expect("a call to switch off is taken", run(
+        "busctl", "call", SERVICE, f"{PREFIX}/device/system/power", f"{SERVICE}.device.power",
+        "suspend").returncode == 0)
+    calls = Path("/tmp/systemctl.calls")
+    wait_for("the daemon runs systemctl",
+             lambda: calls.exists() and calls.read_text() == "poweroff --no-block\n")
+    Path("/tmp/input_activity").touch()
+    os.chown("/tmp/input_activity", 1000, 1000)
+    Path("/media/stick").mkdir()
+    with socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM) as syslog:
+        syslog.bind("/dev/log")
+        complaint = systemctl("start", "probe.service")
+        report = Path("/tmp/probe")
+        print(complaint, report.read_text() if report.exists() else "", flush=True)
+        expect("each of the daemon's doings works with the rights of the unit",
+               not complaint and state("Result", "probe.service") == "success")
+        expect("syslog hears it", b"probe" in syslog.recv(200, socket.MSG_DONTWAIT))
+    wait_for("systemctl reaches systemd", Path("/report/power-off").exists)
+
+
+def main() -> None:
+    adapter = Adapter()
+    for part in (starts_with_its_device, survives_the_bus, survives_the_line,
+                 survives_its_own_end, stops_cleanly, can_do_its_work):
+        part(adapter)
+
+
+if __name__ == "__main__":
+    try:
+        main()
+        result = "0"
+    except Exception as error:  # whatever it is, it has to be reported before the sandbox ends
+        print(f"failed: {error!r}", flush=True)
+        result = "1"
+    systemctl("--force", "exit", result)

@@ -24,8 +24,11 @@ constexpr std::size_t piece_size = PIPE_BUF;
 
 /// A style's spelling of every byte.
 struct Byte_spelling {
+    /// Of one byte, with room to be copied as one word.
+    using Text = char[4];
+
     std::size_t width;
-    char text[256][3];
+    Text text[256];
 };
 
 constexpr Byte_spelling spell_bytes(const char* digits, bool padded, std::size_t width)
@@ -48,6 +51,37 @@ constexpr Byte_spelling byte_spellings[] = {
     spell_bytes(lower_digits, true, 3),  spell_bytes(lower_digits, true, 2),
     spell_bytes(upper_digits, false, 2),
 };
+
+/// The texts of the numbers spelled last, by their bits: most inputs report the same ones again.
+class Number_texts {
+public:
+    std::string_view of(double number)
+    {
+        quint64 bits = 0;
+        std::memcpy(&bits, &number, sizeof bits);
+        Entry& entry = entries_[bits * spreading_factor >> (64 - index_bits)];
+        if (entry.bits != bits || entry.size == 0) {
+            const auto end = std::to_chars(std::begin(entry.text), std::end(entry.text), number,
+                                           std::chars_format::general, 6);
+            entry.size = static_cast<quint8>(end.ptr - entry.text);
+            entry.bits = bits;
+        }
+        return {entry.text, entry.size};
+    }
+
+private:
+    static constexpr int index_bits = 8;
+    static constexpr quint64 spreading_factor = 0x9E3779B97F4A7C15; ///< 2^64 / the golden ratio
+
+    struct Entry {
+        quint64 bits;
+        quint8 size;   ///< 0 for an entry that is not in use
+        char text[15]; ///< "-1.23457e+308" is the longest
+    };
+    Entry entries_[1 << index_bits] = {};
+};
+
+Number_texts number_texts;
 
 bool same_file(int left, int right)
 {
@@ -72,20 +106,15 @@ void Console::open()
             (void)::open(_PATH_DEVNULL, O_RDWR); // takes the lowest number, which is this one
     }
     if (same_file(STDOUT_FILENO, STDERR_FILENO))
-        err_.shared_ = &out_;
+        err_.collector_ = &out_;
+    out_.open_pipe_anew();
+    err_.open_pipe_anew();
 }
 
 void Console::flush()
 {
     out_.flush();
     err_.flush();
-}
-
-Text_stream& Text_stream::operator<<(std::string_view text)
-{
-    append(text);
-    end_of_piece(text);
-    return *this;
 }
 
 Text_stream& Text_stream::operator<<(int number)
@@ -104,10 +133,8 @@ Text_stream& Text_stream::operator<<(uint number)
 
 Text_stream& Text_stream::operator<<(double number)
 {
-    char text[32];
-    const auto end =
-        std::to_chars(std::begin(text), std::end(text), number, std::chars_format::general, 6).ptr;
-    return *this << std::string_view(text, static_cast<std::size_t>(end - text));
+    append(number_texts.of(number));
+    return *this;
 }
 
 Text_stream& Text_stream::format(const char* format, ...)
@@ -130,17 +157,20 @@ Text_stream& Text_stream::bytes(std::string_view label, Byte_style style, const 
 {
     append(label);
     const Byte_spelling& spelling = byte_spellings[static_cast<std::size_t>(style)];
-    for (uint i = 0; i < len; ++i)
-        append({spelling.text[data[i]], spelling.width});
+    char text[64 * sizeof(Byte_spelling::Text)];
+    for (uint done = 0; done < len;) {
+        char* end = text;
+        for (const uint stop = std::min(len, done + 64); done < stop; ++done) {
+            std::memcpy(end, spelling.text[data[done]], sizeof(Byte_spelling::Text));
+            end += spelling.width;
+        }
+        append({text, static_cast<std::size_t>(end - text)});
+    }
     return *this;
 }
 
-void Text_stream::append(std::string_view text)
+void Text_stream::append_in_parts(std::string_view text)
 {
-    if (shared_ != nullptr) {
-        shared_->append(text);
-        return;
-    }
     while (!text.empty()) {
         if (size_ == capacity)
             flush();
@@ -151,25 +181,35 @@ void Text_stream::append(std::string_view text)
     }
 }
 
-void Text_stream::end_of_piece(std::string_view piece)
+/// Leads a pipe's text through an opening of its own, which does not block: it takes as much at a
+/// time as the pipe has room for. Those who share the pipe keep their opening as it is.
+void Text_stream::open_pipe_anew()
 {
-    if (Console::batches_ == 0 && !piece.empty() && piece.back() == '\n')
-        flush();
+    struct stat status;
+    if (fstat(descriptor_, &status) != 0 || !S_ISFIFO(status.st_mode))
+        return;
+    const std::string path = "/proc/self/fd/" + std::to_string(descriptor_);
+    const int opened = ::open(path.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC);
+    if (opened < 0)
+        return;
+    descriptor_ = opened;
+    blocks_ = false;
 }
 
 void Text_stream::flush()
 {
-    if (shared_ != nullptr) {
-        shared_->flush();
+    if (collector_ != this) {
+        collector_->flush();
         return;
     }
     std::size_t done = 0;
-    while (done < size_ && wait_until_writable()) {
-        const ssize_t written =
-            ::write(descriptor_, buffer_.data() + done, std::min(size_ - done, piece_size));
+    while (done < size_ && (!blocks_ || wait_until_writable())) {
+        const std::size_t left = size_ - done;
+        const ssize_t written = ::write(descriptor_, buffer_.data() + done,
+                                        blocks_ ? std::min(left, piece_size) : left);
         if (written >= 0)
             done += static_cast<std::size_t>(written);
-        else if (errno != EINTR && errno != EAGAIN)
+        else if (errno == EAGAIN ? !wait_until_writable() : errno != EINTR)
             break;
     }
     size_ = 0;

@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cstddef>
+#include <cstring>
 #include <string_view>
 
 /// How a dump of bytes spells each byte.
@@ -26,11 +27,17 @@ enum class Byte_style {
 class Text_stream {
 public:
     /// Writes to `descriptor`.
-    explicit constexpr Text_stream(int descriptor) : descriptor_(descriptor) {}
+    explicit constexpr Text_stream(int descriptor) : descriptor_(descriptor), collector_(this) {}
     Text_stream(const Text_stream&) = delete;
     Text_stream& operator=(const Text_stream&) = delete;
 
-    Text_stream& operator<<(std::string_view text);
+    Text_stream& operator<<(std::string_view text)
+    {
+        append(text);
+        if (!text.empty() && text.back() == '\n')
+            end_line();
+        return *this;
+    }
     Text_stream& operator<<(char character) { return *this << std::string_view(&character, 1); }
     Text_stream& operator<<(int number);
     Text_stream& operator<<(uint number);
@@ -49,15 +56,18 @@ public:
 private:
     friend class Console;
 
-    void end_of_piece(std::string_view piece);
     void append(std::string_view text);
+    void append_in_parts(std::string_view text);
+    void end_line();
+    void open_pipe_anew();
     bool wait_until_writable();
 
     static constexpr std::size_t capacity = 32768;
 
     int descriptor_;
-    Text_stream* shared_ = nullptr; ///< the stream that leads to the same file and collects
-    bool abandoned_ = false;        ///< told to quit, and the reader did not follow
+    Text_stream* collector_; ///< the stream that collects the text: of two to one file, the first
+    bool blocks_ = true;     ///< a write that finds no room waits for it
+    bool abandoned_ = false; ///< told to quit, and the reader did not follow
     std::size_t size_ = 0;
     std::array<char, capacity> buffer_{};
 };
@@ -92,6 +102,24 @@ private:
     static bool stopping_;
     static int batches_;
 };
+
+// Here, because most pieces are literals: they become a few stores each.
+inline void Text_stream::append(std::string_view text)
+{
+    Text_stream& collector = *collector_;
+    if (text.size() > capacity - collector.size_) {
+        collector.append_in_parts(text);
+        return;
+    }
+    std::memcpy(collector.buffer_.data() + collector.size_, text.data(), text.size());
+    collector.size_ += text.size();
+}
+
+inline void Text_stream::end_line()
+{
+    if (Console::batches_ == 0)
+        flush();
+}
 
 /// While one lives, text collects beyond the end of a line; the last to end writes it.
 class Console_batch {

@@ -28,6 +28,14 @@ uchar checksum(const uchar* payload, uint len)
                            [](uchar sum, uchar byte) { return static_cast<uchar>(sum + byte); });
 }
 
+/// Shows an address as "%2x" shows a signed char: a negative one has eight digits.
+Text_stream& show_address(Text_stream& out, uchar address)
+{
+    if (address >= 0x80)
+        out << "ffffff";
+    return out.bytes({}, Byte_style::padded_joined, &address, 1);
+}
+
 } // namespace
 
 Packet_serial_interface::Packet_serial_interface()
@@ -103,10 +111,12 @@ void Packet_serial_interface::check_addresses(const uchar* frame) const
 {
     if (frame[2] == controller_address && frame[3] == host_address)
         return;
-    Console::out().format(
-        "Src/Dest test failed %2x:%2x %2x:%2x\n",
-        static_cast<uint>(static_cast<signed char>(frame[2])), uint{controller_address},
-        static_cast<uint>(static_cast<signed char>(frame[3])), uint{host_address});
+    Text_stream& out = Console::out();
+    out << "Src/Dest test failed ";
+    show_address(out, frame[2]) << ':';
+    show_address(out, controller_address) << ' ';
+    show_address(out, frame[3]) << ':';
+    show_address(out, host_address) << '\n';
 }
 
 void Packet_serial_interface::take_payload(unsigned char* buf, uint size, uint length)

@@ -1,5 +1,7 @@
 #include "Threaded_serial_port.h"
 
+#include "Console.h"
+
 #include <QMutexLocker>
 
 #include <algorithm>
@@ -65,15 +67,16 @@ bool Threaded_serial_port::waitForBytesWritten(int msecs)
 
 void Threaded_serial_port::notify_data_rx()
 {
-    if (in_sight_ == block_.size()) {
-        drop_consumed();
-        reader_.take(block_);
+    const Console_batch batch;
+    for (int left = turn; left > 0;) {
+        if (in_sight_ == block_.size() && !take_arrived())
+            return; // the reader tells when there is more
+        const int shown = std::min(left, block_.size() - in_sight_);
+        in_sight_ += shown;
+        left -= shown;
+        Q_EMIT readyRead();
     }
-    in_sight_ = std::min(in_sight_ + turn, block_.size());
-    Q_EMIT readyRead();
-    if (in_sight_ < block_.size())
-        QMetaObject::invokeMethod(this, &Threaded_serial_port::notify_data_rx,
-                                  Qt::QueuedConnection);
+    QMetaObject::invokeMethod(this, &Threaded_serial_port::notify_data_rx, Qt::QueuedConnection);
 }
 
 void Threaded_serial_port::notify_bytes_tx(int bytes_sent)
@@ -101,10 +104,16 @@ qint64 Threaded_serial_port::writeData(const char* data, qint64 len)
 
 void Threaded_serial_port::put_received(const QByteArray& bytes)
 {
-    drop_consumed();
-    reader_.take(block_);
+    take_arrived();
     block_.append(bytes);
     in_sight_ = block_.size();
+}
+
+/// Whether there was anything to take.
+bool Threaded_serial_port::take_arrived()
+{
+    drop_consumed();
+    return reader_.take(block_);
 }
 
 void Threaded_serial_port::drop_consumed()

@@ -77,6 +77,7 @@ protected:
     void put_received(const QByteArray& bytes);
 
 private:
+    bool take_arrived();
     void drop_consumed();
 
     int descriptor_ = -1;

@@ -18,11 +18,12 @@ public:
     /// The descriptor to read; call before start().
     void set_descriptor(int descriptor) { descriptor_ = descriptor; }
 
-    /// Moves everything that has arrived to the end of `bytes`. Thread: any.
-    void take(QByteArray& bytes);
+    /// Moves everything that has arrived to the end of `bytes`; false when nothing has, and then
+    /// data_rx() will tell of the next. Thread: any.
+    bool take(QByteArray& bytes);
 
 Q_SIGNALS:
-    /// Bytes have arrived. Emitted by the reading thread, once until the next take().
+    /// Bytes have arrived. Emitted by the reading thread, once until a take() finds nothing.
     void data_rx();
 
 protected:
@@ -30,10 +31,11 @@ protected:
 
 private:
     bool keep(const char* bytes, int count);
+    bool has_more() const;
 
     QByteArray buffer_;
     QMutex mutex_; ///< guards the buffer and the flag
     QWaitCondition taken_;
-    bool announced_ = false; ///< data_rx() is on its way
+    bool announced_ = false; ///< somebody takes, or is on the way
     int descriptor_ = -1;
 };

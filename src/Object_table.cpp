@@ -38,6 +38,7 @@ struct Place {
     QString path;          ///< relative
     uint number;           ///< the row's first number and up
     QByteArray power_name; ///< null for none
+    QString command;       ///< null for none
 };
 
 using Maker = Interface_base* (*)(const Place& place);
@@ -49,6 +50,7 @@ struct Object_row {
     uint first;             ///< channel or power kind of the first
     const char* power_name; ///< %1 is the index, from 1; null for none
     Maker make;
+    const char* Paths::*command = nullptr; ///< whose output the object publishes
 };
 
 template <class Object>
@@ -74,10 +76,9 @@ Interface_base* power_switch(const Place& place)
                                place.power_name.constData());
 }
 
-template <const char* Paths::*command>
 Interface_base* command_version(const Place& place)
 {
-    return new Cmd_version_interface(place.daemon, QString::fromUtf8(paths().*command), place.path);
+    return new Cmd_version_interface(place.daemon, place.command, place.path);
 }
 
 /// In the order of creation, which is that of Device_object.
@@ -109,10 +110,10 @@ constexpr Object_row object_rows[] = {
     {"device/usb/power", 1, 12, "usb_1", power_switch},
     {"device/camera", 1, 0, nullptr, plain<Camera_interface>},
     {"version/bootloader", 1, 0, nullptr, plain<PC_version_interface>},
-    {"version/kernel", 1, 0, nullptr, command_version<&Paths::kernel_version>},
+    {"version/kernel", 1, 0, nullptr, command_version, &Paths::kernel_version},
     {"version/unique_device_id", 1, 0, nullptr, plain<UID_version_interface>},
-    {"version/serial_number", 1, 0, nullptr, command_version<&Paths::serial_number>},
-    {"version/customer_part_number", 1, 0, nullptr, command_version<&Paths::part_number>},
+    {"version/serial_number", 1, 0, nullptr, command_version, &Paths::serial_number},
+    {"version/customer_part_number", 1, 0, nullptr, command_version, &Paths::part_number},
     {"version/hardware", 1, 0, nullptr, plain<HW_version_interface>},
     {"media", 1, 0, nullptr, plain<Media_interface>},
     {"configuration", 1, 0, nullptr, plain<Configuration_interface>},
@@ -143,15 +144,32 @@ QByteArray power_name(const Object_row& row, uint index)
     return (row.count == 1 ? pattern : pattern.arg(index + 1)).toUtf8();
 }
 
+QString command(const Object_row& row)
+{
+    return row.command == nullptr ? QString() : QString::fromUtf8(paths().*row.command);
+}
+
+/// Starts what the command versions publish, all at once and beside everything else.
+void start_commands()
+{
+    for (const Object_row& row : object_rows) {
+        if (row.command != nullptr)
+            Cmd_version_interface::start(command(row));
+    }
+}
+
 } // namespace
 
 void create_objects(DBus_daemon* daemon)
 {
     std::size_t object = 0;
     for (const Object_row& row : object_rows) {
+        // As early as possible, but not in the way of the first requests, the digital outputs'.
+        if (object == static_cast<std::size_t>(Device_object::ambient_light_input_0))
+            start_commands();
         for (uint index = 0; index < row.count; ++index) {
             const Place place = {daemon, object_path(row, index), row.first + index,
-                                 power_name(row, index)};
+                                 power_name(row, index), command(row)};
             daemon->devices()[static_cast<Device_object>(object++)] = row.make(place);
         }
     }

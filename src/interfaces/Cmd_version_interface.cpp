@@ -1,6 +1,9 @@
 #include "Cmd_version_interface.h"
 
+#include <QHash>
 #include <QProcess>
+
+#include <future>
 
 namespace {
 
@@ -11,24 +14,38 @@ QString text_up_to_nul(const QByteArray& bytes)
     return QString::fromUtf8(bytes.constData());
 }
 
-} // namespace
-
-Cmd_version_interface::Cmd_version_interface(DBus_daemon* owner, const QString& command,
-                                             const QString& path)
-    : Version_interface(owner, path)
+QString run_command(const QString& command)
 {
     QStringList words = QProcess::splitCommand(command);
     // Never deleted: deleting one whose command does not end would wait for it again.
     auto* process = new QProcess;
     process->start(words.isEmpty() ? QString() : words.takeFirst(), words);
-    if (!process->waitForStarted(patience_ms))
-        set_text(QStringLiteral("failed to start cmd\n"));
-    if (!process->waitForFinished(patience_ms)) {
-        set_text(QStringLiteral("failed to run cmd\n"));
-        return;
-    }
-    set_text(text_up_to_nul(process->readAllStandardOutput()));
+    process->waitForStarted(patience_ms);
+    if (!process->waitForFinished(patience_ms))
+        return QStringLiteral("failed to run cmd\n");
+    const QByteArray output = process->readAllStandardOutput();
     const QByteArray errors = process->readAllStandardError();
-    if (!errors.isEmpty())
-        set_text(text_up_to_nul(errors));
+    return text_up_to_nul(errors.isEmpty() ? output : errors);
+}
+
+/// The texts that are on their way, by the command.
+QHash<QString, std::shared_future<QString>>& started_texts()
+{
+    static QHash<QString, std::shared_future<QString>> texts;
+    return texts;
+}
+
+} // namespace
+
+void Cmd_version_interface::start(const QString& command)
+{
+    started_texts().insert(command, std::async(std::launch::async, run_command, command));
+}
+
+Cmd_version_interface::Cmd_version_interface(DBus_daemon* owner, const QString& command,
+                                             const QString& path)
+    : Version_interface(owner, path)
+{
+    const std::shared_future<QString> text = started_texts().take(command);
+    set_text(text.valid() ? text.get() : run_command(command));
 }

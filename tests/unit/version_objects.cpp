@@ -170,6 +170,15 @@ private Q_SLOTS:
         QCOMPARE(text_of(*version), QStringLiteral("x\n"));
     }
 
+    void command_started_ahead_runs_once()
+    {
+        const QString command = QStringLiteral("sh -c \"echo x >> %1; cat %1\"")
+                                    .arg(world_.root.path(QStringLiteral("runs")));
+        Cmd_version_interface::start(command);
+        QCOMPARE(command_text(command), QStringLiteral("x\n"));
+        QCOMPARE(command_text(command), QStringLiteral("x\nx\n"));
+    }
+
     void large_output_is_taken_whole()
     {
         QCOMPARE(command_text(QStringLiteral("sh -c \"yes | head -c 300000\"")).size(), 300000);

@@ -75,8 +75,17 @@ class World:
             "PATH": f"{self.root}/bin:{os.environ['PATH']}",
         }
 
-    def power_offs(self) -> bool:
-        return (self.root / "systemctl.calls").exists()
+    def power_offs(self) -> list[str]:
+        """What systemctl was called with, line by line."""
+        calls = self.root / "systemctl.calls"
+        return calls.read_text().splitlines() if calls.exists() else []
+
+    def wait_for(self, what: str, happened) -> None:
+        end = time.monotonic() + DEADLINE
+        while not happened():
+            if time.monotonic() > end:
+                raise TimeoutError(f"{what} does not start")
+            time.sleep(0.05)
 
     def _write_files(self, policy_text: str) -> None:
         for name in ("bin", "dev", "etc", "tmp", "media", "nv/info"):
@@ -93,10 +102,10 @@ class World:
             BUS_CONFIGURATION.format(socket=self._socket, include=include))
 
     def _start_bus(self) -> None:
-        bus = subprocess.Popen(
-            ["dbus-daemon", f"--config-file={self.root}/bus.conf", "--nofork"])
-        self._children.append(bus)
-        self._wait_for("the message bus", self._socket.exists)
+        log = (self.root / "bus.log").open("wb")
+        self._children.append(subprocess.Popen(
+            ["dbus-daemon", f"--config-file={self.root}/bus.conf", "--nofork"], stderr=log))
+        self.wait_for("the message bus", self._socket.exists)
 
     def _start_daemon(self) -> None:
         self._master, slave = pty.openpty()
@@ -106,7 +115,7 @@ class World:
         self._children.append(subprocess.Popen(
             [self._program, "--port", port], env=self.environment(), cwd=self.root,
             stdout=log, stderr=subprocess.STDOUT, stdin=subprocess.DEVNULL))
-        self._wait_for("the daemon", self._is_published)
+        self.wait_for("the daemon", self._is_published)
 
     def _is_published(self) -> bool:
         # The last object of the table.
@@ -114,13 +123,6 @@ class World:
                 f"{PREFIX}/atx", "org.freedesktop.DBus.Introspectable.Introspect"]
         answer = subprocess.run(call, capture_output=True, check=False)
         return b"com.quorin.system.atx" in answer.stdout
-
-    def _wait_for(self, what: str, happened) -> None:
-        end = time.monotonic() + DEADLINE
-        while not happened():
-            if time.monotonic() > end:
-                raise TimeoutError(f"{what} does not start")
-            time.sleep(0.05)
 
 
 OPEN_POLICY = """<busconfig><policy context="default">
@@ -130,3 +132,4 @@ OPEN_POLICY = """<busconfig><policy context="default">
 def open_policy() -> str:
     """Lets everybody do everything."""
     return OPEN_POLICY
+

@@ -189,7 +189,8 @@ void Text_stream::open_pipe_anew()
     if (fstat(descriptor_, &status) != 0 || !S_ISFIFO(status.st_mode))
         return;
     const std::string path = "/proc/self/fd/" + std::to_string(descriptor_);
-    const int opened = ::open(path.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC);
+    const int flags = fcntl(descriptor_, F_GETFL);
+    const int opened = ::open(path.c_str(), flags | O_NONBLOCK | O_CLOEXEC);
     if (opened < 0)
         return;
     descriptor_ = opened;

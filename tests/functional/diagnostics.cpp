@@ -98,6 +98,15 @@ private:
     }
 
 private Q_SLOTS:
+    void a_shared_pipe_keeps_blocking_the_others()
+    {
+        Packet_pipe pipe;
+        Terminal terminal;
+        terminal.daemon.redirect(STDERR_FILENO, pipe.write_end());
+        terminal.start();
+        QCOMPARE(fcntl(pipe.write_end(), F_GETFL) & O_NONBLOCK, 0);
+    }
+
     void a_line_leaves_as_one_write_data()
     {
         QTest::addColumn<int>("stream");

@@ -87,6 +87,25 @@ private Q_SLOTS:
         }
     }
 
+    void numbers_that_come_again_read_the_same()
+    {
+        QByteArray wanted;
+        const auto found = pieces([&wanted](Text_stream& stream) {
+            const Console_batch batch;
+            for (int i = 0; i < 3000; ++i) {
+                const double number = (i * i % 1511 - 700) * (i % 3 == 0 ? 0.001 : 1.0);
+                for (int again = 0; again < 2; ++again)
+                    stream << number << ' ';
+                const QByteArray text = QString::asprintf("%g ", number).toLatin1();
+                wanted += text + text;
+            }
+            stream << -0.0 << ' ' << 0.0;
+            wanted += "-0 0";
+            stream.flush();
+        });
+        QCOMPARE(found.join(), wanted);
+    }
+
     void format_takes_any_length()
     {
         const QByteArray text(5000, 'x');

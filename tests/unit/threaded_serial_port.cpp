@@ -147,6 +147,22 @@ private Q_SLOTS:
         QVERIFY(!port->readAll().contains("secret"));
     }
 
+    void bytes_that_fill_whole_reads_are_announced()
+    {
+        const Pty pty;
+        auto* port = open_port(pty);
+        QByteArray received;
+        connect(port, &QIODevice::readyRead, port, [&] { received += port->readAll(); });
+        QByteArray sent;
+        for (const int size : {255, 510, 1, 2550, 255, 254, 256}) {
+            const QByteArray part(size, char('a' + sent.size() % 26));
+            QCOMPARE(::write(pty.master, part.constData(), std::size_t(size)), ssize_t{size});
+            sent += part;
+            QVERIFY(QTest::qWaitFor([&] { return received.size() >= sent.size(); }, patience_ms));
+        }
+        QCOMPARE(received, sent);
+    }
+
     void flood_comes_in_turns_and_is_bounded()
     {
         const Pty pty;

@@ -10,6 +10,7 @@ from __future__ import annotations
 
 import json
 import os
+import pwd
 import subprocess
 import sys
 import xml.etree.ElementTree as ET
@@ -45,13 +46,13 @@ CHANGES = {
 NOBODYS = {"Set"}
 
 # No user and no group of any machine.
-NOBODY_S_ID = 64123
+NO_ID = 64123
+MOST_SHOWN = 10
+# The message bus looks up who belongs to a group, so that a member has to be a user of the machine.
+MEMBER = pwd.getpwnam("daemon")
+OTHER = pwd.getpwnam("nobody")
 ROLES = ("root", "member", "other")
-IDS = {
-    "root": ["--reuid=0", "--regid=0", "--clear-groups"],
-    "member": [f"--reuid={NOBODY_S_ID}", f"--regid={NOBODY_S_ID}", "--groups={group}"],
-    "other": [f"--reuid={NOBODY_S_ID}", f"--regid={NOBODY_S_ID}", "--clear-groups"],
-}
+USERS = {"root": pwd.getpwnam("root"), "member": MEMBER, "other": OTHER}
 
 
 def allowed(role: str, member: str, interface: str) -> bool:
@@ -112,7 +113,7 @@ def check_calls(world: World, role: str, prefix: list[str], name_expected: str) 
     if outcomes["name"] != name_expected:
         wrong.append(f"{role}: {outcomes['name']}, not {name_expected}, when asking for the name")
     if wrong or len(calls) != len(outcomes["calls"]):
-        sys.exit("\n".join(wrong))
+        sys.exit("\n".join([f"{len(wrong)} wrong", *wrong[:MOST_SHOWN]]))
     return len(calls)
 
 
@@ -142,9 +143,9 @@ def as_this_user(program: str) -> int:
     """Whoever runs this, once in each role. The daemon has to own its name in all of them."""
     owner = (f'<policy user="{os.getuid()}"><allow own="{SERVICE}"/></policy>')
     policies = {
-        "root": with_roles(os.getuid(), NOBODY_S_ID),
-        "member": with_roles(NOBODY_S_ID, os.getgid(), owner),
-        "other": with_roles(NOBODY_S_ID, NOBODY_S_ID, owner),
+        "root": with_roles(os.getuid(), NO_ID),
+        "member": with_roles(NO_ID, os.getgid(), owner),
+        "other": with_roles(NO_ID, NO_ID, owner),
     }
     made = 0
     for role in ROLES:
@@ -156,11 +157,12 @@ def as_this_user(program: str) -> int:
 
 def as_real_users(program: str) -> int:
     """The policy as it is, but for the number of a group in place of a name."""
-    group = NOBODY_S_ID + 1
     made = 0
-    with World(program, with_roles("root", group)) as world:
+    with World(program, with_roles("root", MEMBER.pw_gid)) as world:
         for role in ROLES:
-            prefix = ["setpriv", *(option.format(group=group) for option in IDS[role])]
+            user = USERS[role]
+            prefix = ["setpriv", f"--reuid={user.pw_uid}", f"--regid={user.pw_gid}",
+                      "--init-groups"]
             made += check_calls(world, role, prefix, "taken" if role == "root" else "denied")
             check_signals(world, role, prefix)
     return made

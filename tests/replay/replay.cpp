@@ -52,6 +52,26 @@ QString difference(const Scenario::Outcome& seen, const Scenario::Outcome& expec
            difference("results", lines(seen.results), lines(expected.results));
 }
 
+/// Whether a delivery says something about a scenario. A lost answer costs 300 ms: of those that
+/// have answers to lose, one in three has to do.
+bool is_played(Delivery delivery, const Scenario& scenario)
+{
+    constexpr uint one_in = 3;
+    switch (delivery) {
+    case Delivery::whole:
+        return true;
+    case Delivery::split:
+    case Delivery::merged:
+        return !scenario.needs_own_daemon();
+    default:
+        if (scenario.needs_own_daemon() || scenario.has(Scenario::Step::Kind::raw) ||
+            !scenario.has(Scenario::Step::Kind::message))
+            return false;
+        return delivery == Delivery::duplicated || scenario.expected.requests.isEmpty() ||
+               qHash(scenario.name) % one_in == 0;
+    }
+}
+
 /// The identifiers of the messages that the output names.
 QByteArrayList named_messages(const QByteArray& out)
 {
@@ -103,9 +123,7 @@ private:
         int played = 0;
         int failed = 0;
         for (const Scenario& scenario : qAsConst(scenarios_)) {
-            const bool exact = delivery <= Delivery::merged;
-            if (!exact && (scenario.needs_own_daemon() || scenario.has(Scenario::Step::Kind::raw) ||
-                           !scenario.has(Scenario::Step::Kind::message)))
+            if (!is_played(delivery, scenario))
                 continue;
             QString found;
             if (scenario.needs_own_daemon()) {

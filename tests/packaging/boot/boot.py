@@ -165,7 +165,7 @@ def make_etc(etc: Path) -> None:
     for name in ("passwd", "nsswitch.conf", "ld.so.cache"):
         if Path("/etc", name).exists():
             shutil.copy(Path("/etc", name), etc)
-    write(etc / "group", Path("/etc/group").read_text() + "\ndov:x:64000:\n")
+    write(etc / "group", Path("/etc/group").read_text() + "\ndov:x:64000:daemon\n")
     write(etc / "machine-id", "0123456789abcdef0123456789abcdef\n")
     write(etc / "bsp_version_short", "1.2\n")
     for name in ("power_manage.conf", "oem_profile.conf"):
@@ -201,7 +201,8 @@ def sandbox(root: Path) -> list[str]:
     command = ["bwrap", "--unshare-ipc", "--unshare-pid", "--unshare-net", "--unshare-uts",
                "--unshare-cgroup", "--die-with-parent", "--as-pid-1", "--cap-add", "ALL",
                "--clearenv", "--setenv", "container", "test",
-               "--setenv", "PATH", "/usr/sbin:/usr/bin"]
+               "--setenv", "PATH", "/usr/sbin:/usr/bin", "--perms", "0755", "--dir", "/usr",
+               "--perms", "0755", "--dir", "/usr/share"]
     for name in ("bin", "sbin", "lib", "lib32", "lib64", "libx32"):
         if Path("/usr", name).exists() and name != "sbin":
             command += ["--ro-bind", f"/usr/{name}", f"/usr/{name}"]

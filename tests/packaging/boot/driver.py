@@ -197,6 +197,20 @@ def stops_cleanly(adapter: Adapter) -> None:
     wait_for("started by hand", serves)
 
 
+def dimming(user: str) -> str:
+    """What comes of a user's setting the brightness."""
+    return run("setpriv", f"--reuid={user}", f"--regid={user}", "--init-groups", "busctl", "call",
+               SERVICE, f"{PREFIX}/device/display/backlight", f"{SERVICE}.device.dimmable",
+               "set_brightness", "d", "50").stderr.strip()
+
+
+def obeys_its_group(adapter: Adapter) -> None:
+    del adapter
+    expect("a member of the group changes what the terminal does", dimming("daemon") == "")
+    expect("root does", dimming("root") == "")
+    expect("nobody else does", "denied" in dimming("games"))
+
+
 def can_do_its_work(adapter: Adapter) -> None:
     del adapter
     expect("nothing was switched off", not Path("/tmp/systemctl.calls").exists())
@@ -223,7 +237,7 @@ def can_do_its_work(adapter: Adapter) -> None:
 def main() -> None:
     adapter = Adapter()
     for part in (starts_with_its_device, survives_the_bus, survives_the_line,
-                 survives_its_own_end, stops_cleanly, can_do_its_work):
+                 survives_its_own_end, stops_cleanly, obeys_its_group, can_do_its_work):
         part(adapter)
 
 

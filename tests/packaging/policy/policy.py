@@ -8,6 +8,7 @@ where this is root, as users and groups of their own.
 """
 from __future__ import annotations
 
+import grp
 import json
 import os
 import pwd
@@ -48,11 +49,15 @@ NOBODYS = {"Set"}
 # No user and no group of any machine.
 NO_ID = 64123
 MOST_SHOWN = 10
-# The message bus looks up who belongs to a group, so that a member has to be a user of the machine.
-MEMBER = pwd.getpwnam("daemon")
-OTHER = pwd.getpwnam("nobody")
+# The message bus knows no users and groups but the machine's.
+GROUP = grp.getgrnam("daemon").gr_gid
+NOBODY = pwd.getpwnam("nobody").pw_uid
 ROLES = ("root", "member", "other")
-USERS = {"root": pwd.getpwnam("root"), "member": MEMBER, "other": OTHER}
+IDS = {
+    "root": ["--reuid=0", "--regid=0", "--clear-groups"],
+    "member": [f"--reuid={NOBODY}", f"--regid={NOBODY}", f"--groups={GROUP}"],
+    "other": [f"--reuid={NOBODY}", f"--regid={NOBODY}", "--clear-groups"],
+}
 
 
 def allowed(role: str, member: str, interface: str) -> bool:
@@ -158,11 +163,9 @@ def as_this_user(program: str) -> int:
 def as_real_users(program: str) -> int:
     """The policy as it is, but for the number of a group in place of a name."""
     made = 0
-    with World(program, with_roles("root", MEMBER.pw_gid)) as world:
+    with World(program, with_roles("root", GROUP)) as world:
         for role in ROLES:
-            user = USERS[role]
-            prefix = ["setpriv", f"--reuid={user.pw_uid}", f"--regid={user.pw_gid}",
-                      "--init-groups"]
+            prefix = ["setpriv", *IDS[role]]
             made += check_calls(world, role, prefix, "taken" if role == "root" else "denied")
             check_signals(world, role, prefix)
     return made

@@ -1,0 +1,95 @@
+# What packages.sh checks in the copy of the machine's files.
+set -euo pipefail
+export LC_ALL=C.UTF-8 DEBIAN_FRONTEND=noninteractive
+cd /tmp/packages
+
+fail() {
+    echo "$*" >&2
+    exit 1
+}
+
+# Everything but what every package changes.
+traces() {
+    find /etc /usr /lib /sbin /bin /var /home /opt /srv /root /media -xdev \
+        ! -path '/var/lib/dpkg/*' ! -path '/var/log/*' ! -path '/var/cache/*' \
+        ! -name '*.pyc' ! -path '*/__pycache__*' ! -path /etc/group- ! -path /etc/gshadow- \
+        -printf '%p %y %m %U %G %l\n' | sort
+    sha256sum /etc/group /etc/gshadow
+}
+
+traces >/tmp/before
+dpkg --install dov-dbus_*.deb dov-dbus-tools_*.deb dov-dbus-dev_*.deb >/tmp/install.log 2>&1 ||
+    fail "$(cat /tmp/install.log)"
+
+getent group dov >/dev/null || fail "no group dov"
+[ "$(getent group dov | cut -d: -f3)" -lt 1000 ] || fail "dov is not a system group"
+! systemctl_enabled=$(find /etc/systemd -name '*dov*' -o -name '*quorin*' | grep .) ||
+    fail "enabled: $systemctl_enabled"
+! grep -v daemon-reload /tmp/systemctl.calls 2>/dev/null || fail "more than a reload was asked for"
+! pgrep -x dov-dbus >/dev/null || fail "the daemon runs"
+[ ! -e /etc/power_manage.conf ] || fail "there is a configuration"
+
+cmp /usr/share/dbus-1/system.d/com.quorin.system.conf data/dbus/com.quorin.system.conf
+systemd-analyze verify /lib/systemd/system/dov-dbus.service 2>/tmp/verify.log
+! grep dov-dbus /tmp/verify.log || fail "the unit is not good"
+
+# The bus takes the policy with the group it names.
+cat >/tmp/bus.conf <<'BUS'
+<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
+ "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
+<busconfig>
+  <type>system</type>
+  <listen>unix:path=/tmp/bus</listen>
+  <include>/usr/share/dbus-1/system.d/com.quorin.system.conf</include>
+</busconfig>
+BUS
+timeout 10 dbus-daemon --config-file=/tmp/bus.conf --nofork --nosyslog --print-address \
+    >/tmp/bus.out 2>&1 &
+until grep -q 'unix:path' /tmp/bus.out; do
+    kill -0 $! 2>/dev/null || fail "the bus does not take the policy: $(cat /tmp/bus.out)"
+done
+kill $!
+! grep -i 'unknown' /tmp/bus.out || fail "the bus does not know what the policy names"
+
+# The check, on the examples, as the first steps say.
+cp /usr/share/doc/dov-dbus/examples/{power_manage,oem_profile}.conf /etc/
+dov-config-check >/dev/null || fail "the examples are not good"
+rm /etc/power_manage.conf
+status=0
+dov-config-check >/dev/null || status=$?
+[ "$status" -eq 5 ] || fail "no configuration, and dov-config-check says $status"
+rm /etc/oem_profile.conf
+dov-watch --version >/dev/null
+dov-controller --version >/dev/null
+man -w dov-dbus dov-watch dov-controller dov-config-check power_manage.conf oem_profile.conf \
+    >/dev/null
+
+# A client finds the interfaces.
+mkdir /tmp/client
+cat >/tmp/client/CMakeLists.txt <<'CMAKE'
+cmake_minimum_required(VERSION 3.16)
+project(client CXX)
+find_package(Qt5 REQUIRED COMPONENTS Core DBus)
+find_package(dov-dbus REQUIRED)
+dov_dbus_add_proxies(proxies com.quorin.system.atx)
+add_library(client OBJECT ${proxies})
+target_link_libraries(client Qt5::DBus)
+CMAKE
+cmake -S /tmp/client -B /tmp/client/build -G Ninja >/tmp/client.log 2>&1 &&
+    cmake --build /tmp/client/build >>/tmp/client.log 2>&1 || fail "$(cat /tmp/client.log)"
+[ -e "$(pkg-config --variable=interfaces_dir dov-dbus)/com.quorin.system.atx.xml" ] ||
+    fail "pkg-config does not lead to the interfaces"
+
+# Another port, by the commands of the manual.
+mkdir -p /etc/systemd/system /etc/udev/rules.d
+awk '/^## Another port/ { on = 1 } on && /^    / && !/udevadm|systemctl/' \
+    docs/integration.md >/tmp/another-port
+bash -e /tmp/another-port
+grep -q '^ExecStart=/usr/sbin/dov-dbus --port /dev/ttyUSB2$' /etc/systemd/system/dov-dbus.service
+! grep ttyUSB0 /etc/systemd/system/dov-dbus.service /etc/udev/rules.d/60-dov-dbus.rules ||
+    fail "the other port is not everywhere"
+rm /etc/systemd/system/dov-dbus.service /etc/udev/rules.d/60-dov-dbus.rules
+
+dpkg --purge dov-dbus-dev dov-dbus-tools dov-dbus >/tmp/purge.log 2>&1 || fail "$(cat /tmp/purge.log)"
+traces >/tmp/after
+diff /tmp/before /tmp/after || fail "the packages leave traces"

@@ -93,6 +93,7 @@ class World:
         for name in ("power_manage.conf", "oem_profile.conf"):
             text = (SOURCES / "data/examples" / name).read_text()
             (self.root / "etc" / name).write_text(text)
+        (self.root / "nv/info/SERIAL_NUMBER").write_text("SN-1\n")
         stub = self.root / "bin/systemctl"
         stub.write_text(f'#!/bin/sh\necho "$@" >>"{self.root}/systemctl.calls"\n')
         stub.chmod(0o755)

@@ -65,16 +65,7 @@ man -w dov-dbus dov-watch dov-controller dov-config-check power_manage.conf oem_
     >/dev/null
 
 # A client finds the interfaces.
-mkdir /tmp/client
-cat >/tmp/client/CMakeLists.txt <<'CMAKE'
-cmake_minimum_required(VERSION 3.16)
-project(client CXX)
-find_package(Qt5 REQUIRED COMPONENTS Core DBus)
-find_package(dov-dbus REQUIRED)
-dov_dbus_add_proxies(proxies com.quorin.system.atx)
-add_library(client OBJECT ${proxies})
-target_link_libraries(client Qt5::DBus)
-CMAKE
+cp -r /usr/share/doc/dov-dbus-dev/examples /tmp/client
 cmake -S /tmp/client -B /tmp/client/build -G Ninja >/tmp/client.log 2>&1 &&
     cmake --build /tmp/client/build >>/tmp/client.log 2>&1 || fail "$(cat /tmp/client.log)"
 [ -e "$(pkg-config --variable=interfaces_dir dov-dbus)/com.quorin.system.atx.xml" ] ||

@@ -1,0 +1,101 @@
+#!/usr/bin/python3
+"""The example clients against the running daemon, in C++ as users build it from what is installed.
+
+    clients.py PROGRAM BUILD CXX
+"""
+from __future__ import annotations
+
+import os
+import shlex
+import subprocess
+import sys
+import tempfile
+from pathlib import Path
+
+from world import SOURCES, World, open_policy
+
+EXAMPLES = SOURCES / "data/examples/clients"
+
+
+def run(*command: str | Path, **environment: str) -> str:
+    done = subprocess.run(command, env={**os.environ, **environment}, check=False, text=True,
+                          stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
+    if done.returncode != 0:
+        sys.exit(f"{command}: {done.stdout}")
+    return done.stdout
+
+
+def installed(build: str, directory: Path) -> Path:
+    prefix = directory / "installed"
+    run("cmake", "--install", build, "--prefix", prefix, "--component", "development")
+    return prefix
+
+
+def built_with_cmake(prefix: Path, directory: Path, compiler: str) -> Path:
+    build = directory / "with-cmake"
+    run("cmake", "-S", EXAMPLES, "-B", build, f"-DCMAKE_PREFIX_PATH={prefix}",
+        f"-DCMAKE_CXX_COMPILER={compiler}")
+    run("cmake", "--build", build)
+    return build / "client"
+
+
+def built_with_pkg_config(prefix: Path, directory: Path, compiler: str) -> Path:
+    package = next(prefix.glob("**/dov-dbus.pc"))
+    flags = run("pkg-config", "--cflags", "--libs", "dov-dbus",
+                PKG_CONFIG_PATH=str(package.parent))
+    program = directory / "with-pkg-config"
+    run(compiler, "-std=c++17", "-fPIC", "-o", program, EXAMPLES / "client.cpp",
+        *shlex.split(flags))
+    return program
+
+
+def check(world: World, client: Path, brightness: int) -> None:
+    printed = world.root / "printed"
+    medium = world.root / "media/usb0"
+    expected = f"terminal SN-1\nbrightness {brightness}\nwatching the media\n"
+    with printed.open("wb") as output:
+        running = subprocess.Popen(
+            [client, str(brightness)], env=world.environment(), stdout=output,
+            stderr=subprocess.STDOUT, start_new_session=True)
+    try:
+        world.wait_for(f"what {client} reads", lambda: printed.read_text().startswith(expected))
+        # Until the client's subscription is there, media come and go unheard.
+        world.wait_for(f"{client} to hear of a medium", lambda: hears(medium, printed))
+    except TimeoutError as error:
+        sys.exit(f"{error}; it printed:\n{printed.read_text()}")
+    finally:
+        os.killpg(running.pid, 15)
+        running.wait()
+    if medium.exists():
+        medium.rmdir()
+    print(f"{client.name} does", flush=True)
+
+
+def hears(medium: Path, printed: Path) -> bool:
+    text = printed.read_text()
+    if f"{medium} has come\n" in text and f"{medium} has gone\n" in text:
+        return True
+    if medium.exists():
+        medium.rmdir()
+    else:
+        medium.mkdir()
+    return False
+
+
+def main() -> None:
+    program, build, compiler = sys.argv[1:]
+    with tempfile.TemporaryDirectory(prefix="dov-clients-") as name, \
+            World(program, open_policy()) as world:
+        directory = Path(name)
+        prefix = installed(build, directory)
+        clients = (built_with_cmake(prefix, directory, compiler),
+                   built_with_pkg_config(prefix, directory, compiler),
+                   EXAMPLES / "client.py", EXAMPLES / "client.sh")
+        for number, client in enumerate(clients):
+            check(world, client, 50 + number)
+        if world.power_offs():
+            sys.exit("the daemon has switched the terminal off")
+
+
+if __name__ == "__main__":
+    main()

@@ -1,0 +1,111 @@
+// Faults of the process and of the machine: a hang-up of its terminal, errors of its device, a
+// second daemon, a clock that jumps.
+
+#include "Terminal.h"
+
+#include <csignal>
+
+class Process_faults : public QObject {
+    Q_OBJECT
+
+private:
+    static bool ends_cleanly(Terminal& terminal)
+    {
+        terminal.daemon.signal(SIGTERM);
+        return terminal.daemon.wait_for_end() && has_ended_once(terminal);
+    }
+
+    static bool has_ended_once(Terminal& terminal)
+    {
+        return terminal.daemon.exit_status() == 0 &&
+               terminal.log.lines().filter(QStringLiteral("Exiting")).size() == 1 &&
+               terminal.daemon.output().count("Quiting\n") == 1;
+    }
+
+private Q_SLOTS:
+    /// The leader of a session without a terminal gets its line as one, and SIGHUP when it breaks.
+    void controlling_terminal_hangs_up()
+    {
+        Terminal terminal;
+        terminal.daemon.start_program(QStringLiteral("setsid"), terminal.root.path(),
+                                      terminal.bus.address(),
+                                      {Daemon_process::test_program(), QStringLiteral("--port"),
+                                       terminal.controller.device()});
+        QVERIFY(terminal.wait_until_started());
+        terminal.controller.hang_up();
+        QVERIFY(terminal.daemon.wait_for_end());
+        QVERIFY(terminal.daemon.output().contains("\nQuit signal got 1\n"));
+        QVERIFY(has_ended_once(terminal));
+    }
+
+    /// Reading and writing this file at its beginning gives EIO.
+    void device_gives_input_output_errors()
+    {
+        Terminal terminal;
+        terminal.daemon.start(terminal.root.path(), terminal.bus.address(),
+                              {QStringLiteral("--port"), QStringLiteral("/proc/self/mem")});
+        QVERIFY(terminal.wait_until_started());
+        const QString voltage = QStringLiteral("device/operating_voltage");
+        terminal.call(voltage, QStringLiteral("set_operating_voltage"), {7U});
+        QCOMPARE(terminal.get(voltage, QStringLiteral("get_operating_voltage")).toUInt(), 7U);
+        QVERIFY(ends_cleanly(terminal));
+    }
+
+    /// The second, on a line of its own, finds the name taken; both go on, and the first is the
+    /// one that is asked.
+    void two_at_once()
+    {
+        Terminal terminal;
+        terminal.start();
+        Fake_controller second_controller;
+        Daemon_process second;
+        second.start(terminal.root.path(), terminal.bus.address(),
+                     {QStringLiteral("--port"), second_controller.device()});
+        QVERIFY(wait_for([&] { return second_controller.has_received("3502"); }));
+        second_controller.send(QByteArray::fromHex("1c01"));
+        QVERIFY(wait_for([&] { return second.output().contains("Got message 1c\n"); }));
+        const QString voltage = QStringLiteral("device/operating_voltage");
+        terminal.call(voltage, QStringLiteral("set_operating_voltage"), {7U});
+        QVERIFY(wait_for([&] { return terminal.controller.has_received("0d07"); }));
+        QVERIFY(!second_controller.has_received("0d07"));
+        second.signal(SIGTERM);
+        QVERIFY(second.wait_for_end());
+        QCOMPARE(second.exit_status(), 0);
+        terminal.log.clear();
+        QVERIFY(ends_cleanly(terminal));
+    }
+
+    /// Each look at the clock finds it a day off, to and fro. Answers are waited for as ever, and
+    /// the poll comes as ever.
+    void clock_steps()
+    {
+#ifdef DOV_STEPPING_CLOCK
+        Terminal terminal;
+        terminal.controller.ignore(0x1b);
+        terminal.daemon.set_environment(QStringLiteral("LD_PRELOAD"),
+                                        QStringLiteral(DOV_STEPPING_CLOCK));
+        terminal.start();
+        terminal.controller.clear();
+        const auto polls = [&] {
+            return terminal.controller.payloads().count(QStringLiteral("1b 00 00 00 00 00 00 00"));
+        };
+        QVERIFY(wait_for([&] { return polls() == 2 && terminal.controller.has_received("27"); }));
+        qint64 poll = 0;
+        qint64 next = 0;
+        for (const auto& request : terminal.controller.requests()) {
+            if (request.payload.startsWith('\x1b')) {
+                QVERIFY(poll == 0 || request.msecs - poll > 2500);
+                poll = request.msecs;
+            } else if (poll != 0 && next == 0) {
+                next = request.msecs;
+                QVERIFY(next - poll > 250); // the poll of the button stays without an answer
+            }
+        }
+        QVERIFY(ends_cleanly(terminal));
+#endif
+    }
+};
+
+QTEST_GUILESS_MAIN(Process_faults)
+
+#include "process.moc"

@@ -33,7 +33,7 @@ Text_stream& show_address(Text_stream& out, uchar address)
 {
     if (address >= 0x80)
         out << "ffffff";
-    return out.bytes({}, Byte_style::padded_joined, &address, 1);
+    return out.bytes("", Byte_style::padded_joined, &address, 1);
 }
 
 } // namespace

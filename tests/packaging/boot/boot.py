@@ -176,11 +176,9 @@ def make_sysfs(sysfs: Path) -> None:
     """One tty of one adapter."""
     device = sysfs / "devices/virtual/tty/ttyUSB0"
     write(device / "uevent", "MAJOR=188\nMINOR=0\nDEVNAME=ttyUSB0\n")
-    write(device / "dev", "188:0\n")
-    for directory in ("class/tty", "dev/char", "fs/cgroup"):
+    for directory in ("class/tty", "fs/cgroup"):
         (sysfs / directory).mkdir(parents=True)
     (device / "subsystem").symlink_to("../../../../class/tty")
-    (sysfs / "class/tty/ttyUSB0").symlink_to("../../devices/virtual/tty/ttyUSB0")
 
 
 def make_world(root: Path, program: str) -> None:

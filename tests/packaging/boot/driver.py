@@ -14,7 +14,7 @@ SYSTEMCTL = "/driver/systemctl"
 UNIT = "dov-dbus.service"
 SERVICE = "com.quorin.system"
 PREFIX = "/com/quorin/system"
-PORT = Path("/dev/ttyUSB0")
+PORT = Path("/dev/dov/controller")
 DEADLINE = 60.0
 # The unit waits two seconds before it starts the daemon again.
 QUIET = 5.0
@@ -81,9 +81,12 @@ def serves() -> bool:
 
 
 def tell_of_device(action: str) -> None:
-    """As udev tells those who listen, for a device that its rules have tagged for systemd."""
+    """As udev tells those who listen, for a device that its rules have tagged for systemd.
+
+    The port is the device itself here: a link to it would be looked up in a real /sys.
+    """
     facts = {"ACTION": action, "DEVPATH": "/devices/virtual/tty/ttyUSB0", "SUBSYSTEM": "tty",
-             "DEVNAME": "/dev/ttyUSB0", "MAJOR": "188", "MINOR": "0", "SEQNUM": "1",
+             "DEVNAME": str(PORT), "MAJOR": "188", "MINOR": "0", "SEQNUM": "1",
              "USEC_INITIALIZED": "1", "TAGS": ":systemd:", "CURRENT_TAGS": ":systemd:"}
     body = b"".join(f"{key}={value}\0".encode() for key, value in facts.items())
     header_size = 40
@@ -136,6 +139,7 @@ class Adapter:
     def _make_line(self) -> None:
         self.master, slave = pty.openpty()
         tty.setraw(slave)
+        PORT.parent.mkdir(exist_ok=True)
         PORT.symlink_to(os.ttyname(slave))
         os.close(slave)
 

@@ -14,8 +14,8 @@ def shell(command: str) -> bool:
 
 
 def opens_the_port() -> bool:
-    os.close(os.open("/dev/ttyUSB0", os.O_RDWR | os.O_NOCTTY))
-    return shell("stty -F /dev/ttyUSB0 115200 raw -echo")
+    os.close(os.open("/dev/dov/controller", os.O_RDWR | os.O_NOCTTY))
+    return shell("stty -F /dev/dov/controller 115200 raw -echo")
 
 
 def removes_the_marker() -> bool:

@@ -32,7 +32,8 @@ for package in dov-dbus dov-dbus-tools dov-dbus-dev; do
         echo "$package: wrong owner or mode" >&2
         exit 1
     fi
-    awk '$1 ~ /^[-l]/ { sub(/^\.\//, "/", $6); print $1, $6 }' "$work/$package.list" | LC_ALL=C sort -k2 |
+    awk '$1 ~ /^[-l]/ { sub(/^\.\//, "/", $6); print $1, $6 }' "$work/$package.list" |
+        sed "s,/$(dpkg-architecture -qDEB_HOST_MULTIARCH)/,/MULTIARCH/," | LC_ALL=C sort -k2 |
         grep -v ' /usr/share/doc/.*/\(changelog.gz\|copyright\)$' >"$work/$package.files"
     diff "$here/packages/$package.files" "$work/$package.files"
 done

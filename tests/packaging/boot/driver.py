@@ -70,14 +70,16 @@ def owner() -> int:
     return int(answer.stdout.split()[1]) if answer.returncode == 0 else 0
 
 
+def answers(auto_start: str) -> bool:
+    call = run("busctl", "call", f"--auto-start={auto_start}", SERVICE,
+               f"{PREFIX}/version/serial_number", f"{SERVICE}.version", "get")
+    return call.stdout.startswith('s "SN-1')
+
+
 def serves() -> bool:
     """Whether the unit's main process owns the name and answers on it."""
     main = int(state("MainPID"))
-    if main == 0 or owner() != main or state("ActiveState") != "active":
-        return False
-    call = run("busctl", "call", "--auto-start=no", SERVICE, f"{PREFIX}/version/serial_number",
-               f"{SERVICE}.version", "get")
-    return call.stdout.startswith('s "SN-1')
+    return main != 0 and owner() == main and state("ActiveState") == "active" and answers("no")
 
 
 def tell_of_device(action: str) -> None:
@@ -148,6 +150,7 @@ class Adapter:
 
 
 def starts_with_its_device(adapter: Adapter) -> None:
+    expect("not enabled, it is not started by a call", not answers("yes"))
     systemctl("enable", UNIT)
     expect("enabled, and the activation file finds it", Path(
         "/etc/systemd/system/dbus-com.quorin.system.service").is_symlink())
@@ -197,8 +200,7 @@ def stops_cleanly(adapter: Adapter) -> None:
     expect("stopped with status 0", (state("ActiveState"), state("Result"),
            state("ExecMainStatus")) == ("inactive", "success", "0"))
     stays("stays stopped", lambda: state("ActiveState") == "inactive" and owner() == 0)
-    systemctl("start", UNIT)
-    wait_for("started by hand", serves)
+    expect("enabled, it is started by a call", answers("yes"))
 
 
 def dimming(user: str) -> str:

@@ -44,5 +44,5 @@ if [ "$(id -u)" -ne 0 ]; then
 fi
 echo "installing and removing"
 unshare --mount --net --ipc --pid --fork --mount-proc "$here/packages/install.sh" "$packages" \
-    "$sources"
+    "$sources" "$work/stage"
 echo "the packages are good"

@@ -8,15 +8,18 @@ fail() {
     exit 1
 }
 
-# Everything but what every package changes.
+# Everything but what every package changes, and what the machine's other programs write.
 traces() {
-    find /etc /usr /lib /sbin /bin /var /home /opt /srv /root /media -xdev \
+    find /etc /usr /lib /sbin /bin /var /opt /srv /media -xdev \
+        ! -path '/var/lib/apt/*' ! -path '/var/tmp/*' \
         ! -path '/var/lib/dpkg/*' ! -path '/var/log/*' ! -path '/var/cache/*' \
         ! -name '*.pyc' ! -path '*/__pycache__*' ! -path /etc/group- ! -path /etc/gshadow- \
         -printf '%p %y %m %U %G %l\n' | sort
     sha256sum /etc/group /etc/gshadow
 }
 
+# The manual's commands want these.
+mkdir -p /etc/systemd/system /etc/udev/rules.d
 traces >/tmp/before
 dpkg --install dov-dbus_*.deb dov-dbus-tools_*.deb dov-dbus-dev_*.deb >/tmp/install.log 2>&1 ||
     fail "$(cat /tmp/install.log)"
@@ -72,7 +75,6 @@ cmake -S /tmp/client -B /tmp/client/build -G Ninja >/tmp/client.log 2>&1 &&
     fail "pkg-config does not lead to the interfaces"
 
 # Another port, by the commands of the manual.
-mkdir -p /etc/systemd/system /etc/udev/rules.d
 awk '/^## / { on = /Another port/ } on && /^    / && !/udevadm/' \
     docs/integration.md >/tmp/another-port
 bash -e /tmp/another-port

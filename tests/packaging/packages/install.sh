@@ -1,12 +1,14 @@
 #!/usr/bin/env bash
 # Installs and removes the packages in a copy of the machine's files. Runs in namespaces of its own,
 # which packages.sh makes.
-#     install.sh PACKAGES SOURCES
+#     install.sh PACKAGES SOURCES DIRECTORY
+# The copy lies in the directory, and is gone with the namespaces.
 set -euo pipefail
 
 packages=$(realpath "$1")
 sources=$2
-stage=$(mktemp -d)
+stage=$3
+mkdir "$stage"
 mount -t tmpfs tmpfs "$stage"
 mkdir "$stage"/{upper,work,root,packages}
 cp "$packages"/*.deb "$stage/packages"

@@ -11,6 +11,7 @@ import subprocess
 import tempfile
 import time
 from pathlib import Path
+from typing import Callable
 
 SERVICE = "com.quorin.system"
 PREFIX = "/com/quorin/system"
@@ -44,6 +45,7 @@ BUS_CONFIGURATION = """<!DOCTYPE busconfig PUBLIC
 class World:
     def __init__(self, program: str, policy_text: str) -> None:
         self._program = program
+        self._line: tuple[int, ...] = ()
         self._children: list[subprocess.Popen[bytes]] = []
         self._directory = tempfile.TemporaryDirectory(prefix="dov-packaging-")
         self.root = Path(self._directory.name)
@@ -65,6 +67,8 @@ class World:
             except subprocess.TimeoutExpired:
                 child.kill()
                 child.wait()
+        for end in self._line:
+            os.close(end)
         self._directory.cleanup()
 
     def environment(self) -> dict[str, str]:
@@ -80,7 +84,7 @@ class World:
         calls = self.root / "systemctl.calls"
         return calls.read_text().splitlines() if calls.exists() else []
 
-    def wait_for(self, what: str, happened) -> None:
+    def wait_for(self, what: str, happened: Callable[[], bool]) -> None:
         end = time.monotonic() + DEADLINE
         while not happened():
             if time.monotonic() > end:
@@ -109,9 +113,8 @@ class World:
         self.wait_for("the message bus", self._socket.exists)
 
     def _start_daemon(self) -> None:
-        self._master, slave = pty.openpty()
-        port = os.ttyname(slave)
-        self._slave = slave
+        self._line = pty.openpty()
+        port = os.ttyname(self._line[1])
         log = (self.root / "daemon.log").open("wb")
         self._children.append(subprocess.Popen(
             [self._program, "--port", port], env=self.environment(), cwd=self.root,

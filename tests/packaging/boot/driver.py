@@ -9,6 +9,7 @@ import subprocess
 import time
 import tty
 from pathlib import Path
+from typing import Callable
 
 SYSTEMCTL = "/driver/systemctl"
 UNIT = "dov-dbus.service"
@@ -38,7 +39,7 @@ def state(name: str, unit: str = UNIT) -> str:
     return systemctl("show", "--value", f"--property={name}", unit)
 
 
-def wait_for(what: str, happened) -> None:
+def wait_for(what: str, happened: Callable[[], bool]) -> None:
     end = time.monotonic() + DEADLINE
     while not happened():
         if time.monotonic() > end:
@@ -47,7 +48,7 @@ def wait_for(what: str, happened) -> None:
     print(f"seen: {what}", flush=True)
 
 
-def stays(what: str, holds) -> None:
+def stays(what: str, holds: Callable[[], bool]) -> None:
     end = time.monotonic() + QUIET
     while time.monotonic() < end:
         if not holds():

@@ -44,7 +44,7 @@ public:
     {
         const QByteArray rest = text_.mid(at_);
         at_ = text_.size();
-        const QByteArray bytes = QByteArray::fromHex(rest);
+        QByteArray bytes = QByteArray::fromHex(rest);
         if (bytes.toHex() != QByteArray(rest).replace(' ', "").toLower())
             refuse(where_, "these are no bytes");
         return bytes;

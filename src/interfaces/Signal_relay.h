@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QDBusConnection>
+#include <QDBusMessage>
 #include <QObject>
 #include <QString>
 #include <QVector>
@@ -26,15 +27,14 @@ public:
 
 private:
     struct Signal {
-        QString name;
-        QVector<int> types; ///< of its arguments, by QMetaType
+        QDBusMessage message; ///< sent again and again, each time with other arguments
+        QVector<int> types;   ///< of its arguments, by QMetaType
     };
 
-    void connect_signal(QDBusAbstractAdaptor* adaptor, int index);
-    void send(const Signal& signal, void** arguments);
+    void connect_signal(QDBusAbstractAdaptor* adaptor, int index, const QString& path,
+                        const QString& interface);
+    void send(Signal& signal, void** arguments);
 
     QDBusConnection bus_;
-    QString path_;
-    QString interface_;
     QVector<Signal> signals_; ///< by index among the adaptor's methods; other methods are empty
 };

@@ -4,6 +4,7 @@
 #include <QProcess>
 
 #include <future>
+#include <mutex>
 
 namespace {
 
@@ -14,12 +15,19 @@ QString text_up_to_nul(const QByteArray& bytes)
     return QString::fromUtf8(bytes.constData());
 }
 
+/// One at a time: forks of a process with threads wait for each other's locks.
+void start_alone(QProcess& process, QStringList words)
+{
+    static std::mutex mutex;
+    const std::lock_guard<std::mutex> guard(mutex);
+    process.start(words.isEmpty() ? QString() : words.takeFirst(), words);
+}
+
 QString run_command(const QString& command)
 {
-    QStringList words = QProcess::splitCommand(command);
     // Never deleted: deleting one whose command does not end would wait for it again.
     auto* process = new QProcess;
-    process->start(words.isEmpty() ? QString() : words.takeFirst(), words);
+    start_alone(*process, QProcess::splitCommand(command));
     process->waitForStarted(patience_ms);
     if (!process->waitForFinished(patience_ms))
         return QStringLiteral("failed to run cmd\n");

@@ -164,12 +164,14 @@ void Player::deliver(const QByteArray& bytes)
         terminal_->controller.send_bytes(bytes);
         return;
     }
+    terminal_->controller.set_listening(false);
     for (int at = 0; at < bytes.size();) {
         const int size = 1 + below(longest_piece);
         terminal_->controller.send_bytes(bytes.mid(at, size));
         terminal_->controller.wait_until_taken();
         at += size;
     }
+    terminal_->controller.set_listening(true);
 }
 
 QByteArray Player::damage(QByteArray frame, Played& played)

@@ -210,11 +210,9 @@ private:
     /// Notes the object, and its interface with its members.
     void introspect(const QString& path)
     {
-        const QDBusMessage answer = terminal_.connection().call(
-            QDBusMessage::createMethodCall(service, prefix + path,
-                                           QStringLiteral("org.freedesktop.DBus.Introspectable"),
-                                           QStringLiteral("Introspect")),
-            QDBus::BlockWithGui, patience_ms);
+        const QDBusMessage answer = terminal_.answer_to(QDBusMessage::createMethodCall(
+            service, prefix + path, QStringLiteral("org.freedesktop.DBus.Introspectable"),
+            QStringLiteral("Introspect")));
         QDomDocument xml;
         xml.setContent(answer.arguments().value(0).toString());
         for (QDomElement interface =

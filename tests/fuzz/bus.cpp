@@ -65,11 +65,9 @@ public:
 private:
     void find_methods(const QString& path)
     {
-        const QDBusMessage reply = terminal_.connection().call(
-            QDBusMessage::createMethodCall(service(), path,
-                                           QStringLiteral("org.freedesktop.DBus.Introspectable"),
-                                           QStringLiteral("Introspect")),
-            QDBus::BlockWithGui, patience_ms);
+        const QDBusMessage reply = terminal_.answer_to(QDBusMessage::createMethodCall(
+            service(), path, QStringLiteral("org.freedesktop.DBus.Introspectable"),
+            QStringLiteral("Introspect")));
         QDomDocument document;
         document.setContent(reply.arguments().value(0).toString());
         const QDomNodeList found = document.elementsByTagName(QStringLiteral("method"));

@@ -9,6 +9,7 @@
 #include "Temperature_input_interface.h"
 #include "Test_daemon.h"
 #include "Voltage_input_interface.h"
+#include "Waiting.h"
 
 #include <QSignalSpy>
 #include <QTimer>
@@ -401,7 +402,7 @@ private Q_SLOTS:
         offer(input, millivolts(1750)); // the latest, and no change
         QSignalSpy changed(&input, &Analog_input_interface::val_changed);
         input.set_time_out(1);
-        QVERIFY(QTest::qWaitFor([&] { return changed.count() >= 2; }, 30000));
+        QVERIFY(QTest::qWaitFor([&] { return changed.count() >= 2; }, patience_ms));
         input.set_time_out(0);
         QCOMPARE(changed[0], (QVariantList{1.75, true}));
         QCOMPARE(changed[1], (QVariantList{1.75, true}));

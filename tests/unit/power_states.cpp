@@ -4,6 +4,7 @@
 #include "Interface_base.h"
 #include "Power_interface.h"
 #include "Test_daemon.h"
+#include "Waiting.h"
 
 #include <QFile>
 #include <QTimer>
@@ -111,7 +112,7 @@ private Q_SLOTS:
     {
         go_to(state_on);
         daemon().set_power_state(state_low_power); // its time-out is 0
-        QVERIFY(QTest::qWaitFor([this] { return world_.lines().size() >= 3; }, 30000));
+        QVERIFY(QTest::qWaitFor([this] { return world_.lines().size() >= 3; }, patience_ms));
         QCOMPARE(world_.lines(), (QStringList{switching("on", "low-power"),
                                               QStringLiteral("Timeout in state low-power"),
                                               switching("low-power", "sleep")}));

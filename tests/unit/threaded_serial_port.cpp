@@ -2,6 +2,8 @@
 
 #include "Threaded_serial_port.h"
 
+#include "Waiting.h"
+
 #include <QSignalSpy>
 #include <QTest>
 
@@ -11,12 +13,11 @@
 #include <thread>
 
 #include <fcntl.h>
+#include <poll.h>
 #include <unistd.h>
 
 class Threaded_serial_port_test : public QObject {
     Q_OBJECT
-
-    static constexpr int patience_ms = 30000;
 
     class Pty {
     public:
@@ -34,8 +35,10 @@ class Threaded_serial_port_test : public QObject {
     {
         QByteArray bytes;
         while (bytes.size() < size) {
+            pollfd waited = {pty.master, POLLIN, 0};
             char part[256];
-            const ssize_t count = ::read(pty.master, part, sizeof part);
+            const ssize_t count =
+                poll(&waited, 1, patience_ms) > 0 ? ::read(pty.master, part, sizeof part) : 0;
             if (count <= 0)
                 break;
             bytes.append(part, static_cast<int>(count));

@@ -10,6 +10,7 @@
 #include "PC_version_interface.h"
 #include "Test_daemon.h"
 #include "UID_version_interface.h"
+#include "Waiting.h"
 
 #include <QDir>
 
@@ -260,7 +261,7 @@ private Q_SLOTS:
 
     static bool wait_for_signals(const QSignalSpy& spy, int count)
     {
-        return QTest::qWaitFor([&] { return spy.count() >= count; }, 30000);
+        return QTest::qWaitFor([&] { return spy.count() >= count; }, patience_ms);
     }
 
     void media_are_compared_with_the_last_scan()

@@ -8,7 +8,13 @@
 #include <QSemaphore>
 #include <QWaitCondition>
 
+#include <atomic>
+#include <cstdarg>
+
 #include <dlfcn.h>
+#include <sched.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 extern "C" {
 void __tsan_acquire(void* address);
@@ -71,4 +77,28 @@ bool QWaitCondition::wait(QMutex* mutex, QDeadlineTimer deadline)
     const bool woken = qt_wait(this, mutex, deadline);
     __tsan_acquire(mutex);
     return woken;
+}
+
+/// QProcess clones its children past the C library, by this function. The sanitizer learns nothing
+/// of that: what other threads have locked inside of it at that moment stays locked in the child,
+/// which can stand still then between fork and exec, and with it the parent. It knows fork().
+extern "C" long syscall(long number, ...) noexcept
+{
+    va_list list;
+    va_start(list, number);
+    long values[6];
+    for (long& value : values)
+        value = va_arg(list, long);
+    va_end(list);
+    // Without a guard, which would lock by this very function.
+    static std::atomic<long (*)(long, ...)> known{nullptr};
+    auto* c_syscall = known.load();
+    if (c_syscall == nullptr)
+        known = c_syscall = real<long (*)(long, ...)>("syscall");
+    if (number != SYS_clone || (values[0] & CLONE_PIDFD) == 0)
+        return c_syscall(number, values[0], values[1], values[2], values[3], values[4], values[5]);
+    const pid_t child = fork();
+    if (child > 0)
+        *reinterpret_cast<int*>(values[2]) = static_cast<int>(c_syscall(SYS_pidfd_open, child, 0));
+    return child;
 }

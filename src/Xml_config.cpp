@@ -1,6 +1,7 @@
 #include "Xml_config.h"
 
 #include <QFile>
+#include <QFileInfo>
 #include <QXmlStreamReader>
 
 namespace {
@@ -33,7 +34,8 @@ int load_xml_config(std::unique_ptr<QDomDocument>& document, const char* name, c
 {
     document = std::make_unique<QDomDocument>(QLatin1String(name));
     QFile file(QFile::decodeName(path));
-    if (!file.open(QIODevice::ReadOnly))
+    // Opening a pipe would wait for somebody who writes it.
+    if (!QFileInfo(file).isFile() || !file.open(QIODevice::ReadOnly))
         return config_not_opened;
     const QByteArray bytes = file.read(max_config_size + 1);
     if (bytes.size() > max_config_size || !is_within_limits(bytes) || !document->setContent(bytes))

@@ -15,8 +15,8 @@ constexpr int max_config_depth = 100;        ///< nested elements
 
 enum Load_result : int {
     config_loaded = 0,
-    config_not_opened = -1,
-    config_malformed = -2, ///< not well-formed, or beyond the limits
+    config_not_opened = -1, ///< or no file: a directory, a device, a pipe
+    config_malformed = -2,  ///< not well-formed, or beyond the limits
     config_wrong_root = -3,
 };
 

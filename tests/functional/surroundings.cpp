@@ -2,11 +2,16 @@
 
 #include "Terminal.h"
 
+#include <QDir>
 #include <QFile>
 
 #include <csignal>
 
 #include <sys/stat.h>
+
+/// Puts something in the place of a file; whether it could.
+using Replacement = bool (*)(const QString& path);
+Q_DECLARE_METATYPE(Replacement)
 
 class Surroundings : public QObject {
     Q_OBJECT
@@ -182,21 +187,24 @@ private Q_SLOTS:
 
     void configuration_that_cannot_be_read_data()
     {
-        QTest::addColumn<bool>("is_directory");
-        QTest::newRow("directory") << true;
-        QTest::newRow("device that never ends") << false;
+        QTest::addColumn<Replacement>("make");
+        QTest::newRow("directory") << +[](const QString& path) { return QDir().mkdir(path); };
+        QTest::newRow("device that never ends")
+            << +[](const QString& path) { return QFile::link(QStringLiteral("/dev/zero"), path); };
+        QTest::newRow("link to itself")
+            << +[](const QString& path) { return QFile::link(path, path); };
+        QTest::newRow("pipe that nobody writes")
+            << +[](const QString& path) { return mkfifo(path.toUtf8().constData(), 0600) == 0; };
     }
     void configuration_that_cannot_be_read()
     {
-        QFETCH(bool, is_directory);
+        QFETCH(Replacement, make);
         Terminal terminal;
         terminal.root.remove(power_configuration());
-        if (is_directory)
-            terminal.root.make_directory(power_configuration());
-        else
-            QVERIFY(QFile::link(QStringLiteral("/dev/zero"),
-                                terminal.root.path(power_configuration())));
+        QVERIFY(make(terminal.root.path(power_configuration())));
+        QVERIFY(make(terminal.root.path(oem_profile())));
         terminal.start();
+        QVERIFY(terminal.log.lines().filter(QStringLiteral("Configured OEM")).isEmpty());
         QCOMPARE(terminal.root.systemctl_calls(),
                  QStringList{QStringLiteral("poweroff --no-block")});
     }

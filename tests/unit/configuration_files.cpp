@@ -9,6 +9,7 @@
 #include <QTest>
 
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 class Configuration_files : public QObject {
@@ -84,6 +85,9 @@ private Q_SLOTS:
     {
         std::unique_ptr<QDomDocument> document;
         QCOMPARE(load_power_config(document, root_.path().toUtf8().constData()), -1); // a directory
+        const QByteArray pipe = root_.path(QStringLiteral("etc/pipe")).toUtf8();
+        QCOMPARE(mkfifo(pipe.constData(), 0600), 0);
+        QCOMPARE(load_power_config(document, pipe.constData()), -1);
         root_.write(QStringLiteral("etc/secret"), "<power/>");
         const QByteArray secret = root_.path(QStringLiteral("etc/secret")).toUtf8();
         QFile::setPermissions(QString::fromUtf8(secret), {});

@@ -180,7 +180,7 @@ private Q_SLOTS:
         terminal().settle();
         QVERIFY(terminal().output().isEmpty());
         QVERIFY(terminal().seen_signals().isEmpty());
-        QVERIFY(terminal().controller.requests().isEmpty());
+        QVERIFY(terminal().requests().isEmpty());
     }
 };
 

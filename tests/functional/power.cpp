@@ -187,10 +187,10 @@ private Q_SLOTS:
         const QString path = QStringLiteral("device/display/backlight/power");
         terminal.call(path, QStringLiteral("resume"));
         terminal.call(path, QStringLiteral("suspend"));
-        QVERIFY(wait_for([&] { return terminal.controller.requests().size() >= 4; }));
+        QVERIFY(wait_for([&] { return terminal.requests().size() >= 4; }));
         const QString on = QStringLiteral("0b 01 fe 00 00 00 00 00");
         const QString off = QStringLiteral("0b 00 fe 00 00 00 00 00");
-        QCOMPARE(terminal.controller.payloads().mid(0, 4), (QStringList{on, on, off, off}));
+        QCOMPARE(terminal.requests().mid(0, 4), (QStringList{on, on, off, off}));
         QCOMPARE(terminal.log.lines(), (QStringList{QStringLiteral("Display backlight => ON"),
                                                     QStringLiteral("Display backlight => OFF")}));
     }

@@ -17,6 +17,9 @@ const QByteArrayList poll_errors = {"Updated val=12.345", "Updated val=77"};
 const QStringList polled_paths = {QStringLiteral("device/io/input/voltage/"),
                                   QStringLiteral("device/io/input/temperature/")};
 
+/// An old controller, which the poll tells by its versions.
+const QByteArray old_versions[] = {QByteArray::fromHex("12"), QByteArray::fromHex("16")};
+
 /// What the poll logs once, three seconds after the start, of a controller that answers so.
 const QString detection_text = QStringLiteral("Legacy PMC FW detected. Current Line 15 mode is 2");
 
@@ -66,6 +69,8 @@ void Player::start(const Scenario* scenario)
 {
     terminal_ = std::make_unique<Terminal>();
     for (const QByteArray& answer : poll_answers)
+        terminal_->controller.set_answer(answer);
+    for (const QByteArray& answer : old_versions)
         terminal_->controller.set_answer(answer);
     if (scenario != nullptr) {
         for (const auto& [below, content] : scenario->files)

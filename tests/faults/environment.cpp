@@ -1,0 +1,154 @@
+// What the daemon inherits from its parent: variables, signals, limits, arguments, streams.
+
+#include "Terminal.h"
+
+#include <QDir>
+
+#include <csignal>
+
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+class Environment : public QObject {
+    Q_OBJECT
+
+private:
+    static bool ends_cleanly(Terminal& terminal)
+    {
+        terminal.daemon.signal(SIGTERM);
+        return terminal.daemon.wait_for_end() && terminal.daemon.exit_status() == 0 &&
+               wait_for([&] {
+                   return terminal.log.lines().filter(QStringLiteral("Exiting")).size() == 1;
+               });
+    }
+
+    static QString serial_number(Terminal& terminal)
+    {
+        return terminal.get(QStringLiteral("version/serial_number"), QStringLiteral("get"))
+            .toString();
+    }
+
+    /// Starts it by a shell script, of which $0 is the program and $1 the device.
+    static void start_by(const char* script, Terminal& terminal)
+    {
+        terminal.daemon.start_program(
+            QStringLiteral("/bin/sh"), terminal.root.path(), terminal.bus.address(),
+            {QStringLiteral("-c"), QString::fromLatin1(script), Daemon_process::test_program(),
+             terminal.controller.device()});
+    }
+
+    static int open_descriptors(const Terminal& terminal)
+    {
+        const QDir descriptors(QStringLiteral("/proc/%1/fd").arg(terminal.daemon.pid()));
+        return descriptors.entryList(QDir::Files | QDir::System).size();
+    }
+
+private Q_SLOTS:
+    /// No HOME, no locale, nothing but what the test itself is made of.
+    void bare_variables()
+    {
+        Terminal terminal;
+        start_by("exec env -i PATH=\"$PATH\" DOV_TEST_ROOT=\"$DOV_TEST_ROOT\" "
+                 "DBUS_SYSTEM_BUS_ADDRESS=\"$DBUS_SYSTEM_BUS_ADDRESS\" "
+                 "TSAN_OPTIONS=\"$TSAN_OPTIONS\" \"$0\" --port \"$1\"",
+                 terminal);
+        QVERIFY(terminal.wait_until_started());
+        QCOMPARE(serial_number(terminal), QStringLiteral("1234\n"));
+        QVERIFY(ends_cleanly(terminal));
+    }
+
+    void blocked_signals_end_it_all_the_same()
+    {
+        Terminal terminal;
+        start_by("exec env --block-signal=TERM,INT,HUP,CHLD \"$0\" --port \"$1\"", terminal);
+        QVERIFY(terminal.wait_until_started());
+        QCOMPARE(serial_number(terminal), QStringLiteral("1234\n"));
+        QVERIFY(ends_cleanly(terminal));
+    }
+
+    /// The system removes children at once then, and there is nothing to wait for.
+    void ignored_signals_of_children()
+    {
+        Terminal terminal;
+        terminal.root.remove(QStringLiteral("etc/power_manage.conf"));
+        start_by("exec env --ignore-signal=CHLD \"$0\" --port \"$1\"", terminal);
+        QVERIFY(terminal.wait_until_started());
+        QCOMPARE(serial_number(terminal), QStringLiteral("1234\n"));
+        QCOMPARE(terminal.root.systemctl_calls(),
+                 QStringList{QStringLiteral("poweroff --no-block")});
+        QVERIFY(ends_cleanly(terminal));
+    }
+
+    /// Too few descriptors for the commands: their objects say so, everything else is there.
+    void few_descriptors()
+    {
+        Terminal terminal;
+        start_by("ulimit -n 18; exec \"$0\" --port \"$1\"", terminal);
+        QVERIFY(wait_for([&] { return terminal.controller.has_received("3502"); }));
+        const QStringList texts = {QStringLiteral("1234\n"), QStringLiteral("failed to run cmd\n")};
+        QVERIFY(texts.contains(serial_number(terminal)));
+        terminal.send("1e0bb8");
+        QVERIFY(ends_cleanly(terminal));
+    }
+
+    void no_more_descriptors_while_running()
+    {
+        Terminal terminal;
+        terminal.start();
+        const auto used = static_cast<rlim_t>(open_descriptors(terminal));
+        const rlimit limit = {used, used};
+        QCOMPARE(prlimit(static_cast<pid_t>(terminal.daemon.pid()), RLIMIT_NOFILE, &limit, nullptr),
+                 0);
+        terminal.send("1e0bb8");
+        terminal.call(QStringLiteral("media"), QStringLiteral("media_changed"),
+                      {terminal.root.path(QStringLiteral("media")) + QLatin1Char('/')});
+        QCOMPARE(
+            terminal.get(QStringLiteral("device/io/input/analog/0"), QStringLiteral("get_value"))
+                .toDouble(),
+            3.0);
+        QVERIFY(ends_cleanly(terminal));
+    }
+
+    void arguments_that_are_no_text_are_echoed_as_they_are()
+    {
+        Terminal terminal;
+        start_by("exec \"$0\" --port \"$1\" \"--$(printf 'a\\377\\302')\"", terminal);
+        QVERIFY(terminal.wait_until_started());
+        QVERIFY(terminal.daemon.output().contains("\nGot --a\xff\xc2\nDBus\n"));
+        QVERIFY(terminal.daemon.output().contains("Unknown command a\xff\xc2\nUsage: "));
+        QVERIFY(ends_cleanly(terminal));
+    }
+
+    /// Every write fails for want of room, or because the terminal has hung up.
+    void output_that_takes_nothing_data()
+    {
+        QTest::addColumn<bool>("is_terminal");
+        QTest::newRow("full disk") << false;
+        QTest::newRow("terminal that has hung up") << true;
+    }
+    void output_that_takes_nothing()
+    {
+        QFETCH(const bool, is_terminal);
+        int output = ::open("/dev/full", O_WRONLY | O_CLOEXEC);
+        if (is_terminal) {
+            Fake_controller gone;
+            dup3(::open(gone.device().toLatin1().constData(), O_RDWR | O_NOCTTY | O_CLOEXEC),
+                 output, O_CLOEXEC);
+        }
+        Terminal terminal;
+        terminal.daemon.redirect(STDOUT_FILENO, output);
+        terminal.launch();
+        QVERIFY(terminal.wait_until_started());
+        terminal.controller.send(QByteArray::fromHex("40"));
+        QVERIFY(wait_for([&] {
+            return terminal.log.lines().contains(QLatin1String("ATX acknowledge received"));
+        }));
+        QCOMPARE(serial_number(terminal), QStringLiteral("1234\n"));
+        QVERIFY(ends_cleanly(terminal));
+        ::close(output);
+    }
+};
+
+QTEST_GUILESS_MAIN(Environment)
+#include "environment.moc"

@@ -1,0 +1,147 @@
+// The daemon, its bus, a client or its controller stand still for a while, or are gone and return.
+
+#include "Terminal.h"
+
+#include <csignal>
+
+class Pauses : public QObject {
+    Q_OBJECT
+
+private:
+    static bool ends_cleanly(Terminal& terminal)
+    {
+        terminal.daemon.signal(SIGTERM);
+        return terminal.daemon.wait_for_end() && terminal.daemon.exit_status() == 0;
+    }
+
+    static QByteArray digest(int frequency)
+    {
+        QByteArray message = QByteArray::fromHex("360000000000");
+        message.append(static_cast<char>(frequency / 256));
+        return message.append(static_cast<char>(frequency % 256));
+    }
+
+    static double frequency(Terminal& terminal)
+    {
+        return terminal
+            .get(QStringLiteral("device/io/input/frequency/0"), QStringLiteral("get_value"))
+            .toDouble();
+    }
+
+    /// Has every digest change the first digital input.
+    static void send_changes(Terminal& terminal, int count)
+    {
+        QByteArray frames;
+        for (int i = 0; i < count; ++i)
+            frames += Fake_controller::frame(QByteArray::fromHex(i % 2 == 0 ? "1001" : "1000"));
+        terminal.controller.send_bytes(frames);
+    }
+
+    static int changes(const Terminal& terminal)
+    {
+        int count = 0;
+        for (const Terminal::Signal& signal : terminal.seen_signals())
+            count += signal.path == QLatin1String("device/io/input/digital/0");
+        return count;
+    }
+
+private Q_SLOTS:
+    /// The line holds what comes meanwhile.
+    void daemon_is_stopped_while_the_line_fills()
+    {
+        constexpr int frames = 250; // less than a pseudo terminal holds
+        Terminal terminal;
+        terminal.start();
+        terminal.clear();
+        terminal.daemon.signal(SIGSTOP);
+        for (int i = 1; i <= frames; ++i)
+            terminal.controller.send(digest(i));
+        terminal.daemon.signal(SIGCONT);
+        QCOMPARE(terminal.output().count("Got message 36\n"), frames);
+        QCOMPARE(frequency(terminal), double{frames});
+        QVERIFY(ends_cleanly(terminal));
+    }
+
+    /// The halves of a frame may be as far apart as they like.
+    void frame_is_split_by_a_poll()
+    {
+        Terminal terminal;
+        terminal.start();
+        terminal.clear();
+        const QByteArray frame = Fake_controller::frame(digest(4711));
+        terminal.controller.set_silent(true); // no answer between the halves
+        terminal.controller.send_bytes(frame.left(6));
+        QVERIFY(wait_for([&] { return terminal.controller.has_received("1b"); }));
+        terminal.controller.send_bytes(frame.mid(6));
+        QCOMPARE(terminal.output().count("Got message 36\n"), 1);
+        QCOMPARE(frequency(terminal), 4711.0);
+        QVERIFY(ends_cleanly(terminal));
+    }
+
+    /// Signals wait for the bus, the line does not.
+    void bus_stands_still()
+    {
+        constexpr int messages = 2000;
+        Terminal terminal;
+        terminal.start();
+        terminal.clear();
+        terminal.bus.signal(SIGSTOP);
+        send_changes(terminal, messages);
+        QVERIFY(wait_for(
+            [&] { return terminal.daemon.output().count("Got message 10\n") == messages; }));
+        terminal.bus.signal(SIGCONT);
+        QVERIFY(wait_for([&] { return changes(terminal) == messages; }));
+        QVERIFY(ends_cleanly(terminal));
+    }
+
+    /// The end does not wait for a bus that stands still.
+    void end_while_the_bus_stands_still()
+    {
+        Terminal terminal;
+        terminal.start();
+        terminal.bus.signal(SIGSTOP);
+        send_changes(terminal, 2000);
+        const bool ended = ends_cleanly(terminal);
+        terminal.bus.signal(SIGCONT);
+        QVERIFY(ended);
+    }
+
+    /// The bus that takes its place knows nothing of the daemon; the line goes on.
+    void bus_is_started_again()
+    {
+        Terminal terminal;
+        terminal.start();
+        terminal.bus.stop();
+        terminal.bus.start();
+        terminal.controller.clear();
+        send_changes(terminal, 100);
+        QVERIFY(
+            wait_for([&] { return terminal.daemon.output().count("Got message 10\n") == 100; }));
+        QVERIFY(wait_for([&] { return terminal.controller.has_received("1b"); }));
+        QVERIFY(ends_cleanly(terminal));
+    }
+
+    /// The bus keeps the signals for it; nobody else waits.
+    void client_never_reads_its_signals()
+    {
+        constexpr int messages = 20000;
+        Terminal terminal;
+        Bound_process client;
+        client.start(QStringLiteral("dbus-monitor"),
+                     {QStringLiteral("--address"), terminal.bus.address()});
+        QVERIFY(wait_for([&] { return client.bytesAvailable() > 0; }));
+        terminal.start();
+        terminal.clear();
+        ::kill(static_cast<pid_t>(client.processId()), SIGSTOP);
+        send_changes(terminal, messages);
+        QVERIFY(wait_for([&] { return changes(terminal) == messages; }));
+        QVERIFY(!terminal.get(QStringLiteral("device/io/input/digital/0"), QStringLiteral("is_on"))
+                     .toBool());
+        client.kill();
+        client.waitForFinished();
+        QVERIFY(ends_cleanly(terminal));
+    }
+};
+
+QTEST_GUILESS_MAIN(Pauses)
+#include "pauses.moc"

@@ -46,10 +46,10 @@ using Maker = Interface_base* (*)(const Place& place);
 /// One kind of object at one or more paths.
 struct Object_row {
     const char* path; ///< relative; %1 is the index, from 0
-    uint count;
-    uint first;             ///< channel or power kind of the first
-    const char* power_name; ///< %1 is the index, from 1; null for none
     Maker make;
+    uint count = 1;
+    const char* power_name = nullptr;      ///< %1 is the index, from 1
+    uint first = 0;                        ///< channel or power kind of the first
     const char* Paths::*command = nullptr; ///< whose output the object publishes
 };
 
@@ -83,42 +83,42 @@ Interface_base* command_version(const Place& place)
 
 /// In the order of creation, which is that of Device_object.
 constexpr Object_row object_rows[] = {
-    {"device/io/input/digital/%1", 4, 0, nullptr, indexed<Digital_input_interface>},
-    {"device/io/input/analog/0", 1, 0, nullptr, analog_input},
-    {"device/io/input/frequency/0", 1, 0, nullptr, plain<Frequency_input_interface>},
-    {"device/io/input/voltage/%1", 6, 0, nullptr, indexed<Voltage_input_interface>},
-    {"device/io/input/temperature/%1", 6, 0, nullptr, indexed<Temperature_input_interface>},
-    {"device/io/output/frequency/0", 1, 0, nullptr, plain<Radar_output_interface>},
-    {"device/io/output/digital/%1", 4, 0, nullptr, indexed<Digital_output_interface>},
-    {"device/io/input/ambientlight/0", 1, 0, nullptr, plain<Ambientlight_input_interface>},
-    {"device/system/power", 1, Power_interface::kind_system, "system", power_switch},
-    {"device/lvds/power", 1, 1, "display", power_switch},
-    {"device/display/power", 1, 2, "display", power_switch},
-    {"device/display/backlight", 1, 0, nullptr, plain<LCD_backlight_interface>},
-    {"device/display/backlight/power", 1, Power_interface::kind_backlight, "display", power_switch},
-    {"device/operating_voltage", 1, 0, nullptr, plain<Operating_voltage_interface>},
-    {"multi_led/%1", 20, 0, nullptr, plain<Dimmable_interface>},
-    {"device/buzzer", 1, 0, nullptr, plain<Buzzer_interface>},
-    {"power/ignition", 1, 0, nullptr, plain<Ignition_interface>},
-    {"power/lock", 1, 0, nullptr, plain<Lock_interface>},
-    {"power/button", 1, 0, nullptr, plain<Power_button_interface>},
-    {"device/can/%1/power", 4, 4, "can_%1", power_switch},
-    {"device/eth/power", 1, 8, "eth", power_switch},
-    {"device/video/power", 1, 9, "video", power_switch},
-    {"device/camera/power", 1, 10, "camera", power_switch},
-    {"device/uart/power", 1, 11, "uart_1", power_switch},
-    {"device/usb/power", 1, 12, "usb_1", power_switch},
-    {"device/camera", 1, 0, nullptr, plain<Camera_interface>},
-    {"version/bootloader", 1, 0, nullptr, plain<PC_version_interface>},
-    {"version/kernel", 1, 0, nullptr, command_version, &Paths::kernel_version},
-    {"version/unique_device_id", 1, 0, nullptr, plain<UID_version_interface>},
-    {"version/serial_number", 1, 0, nullptr, command_version, &Paths::serial_number},
-    {"version/customer_part_number", 1, 0, nullptr, command_version, &Paths::part_number},
-    {"version/hardware", 1, 0, nullptr, plain<HW_version_interface>},
-    {"media", 1, 0, nullptr, plain<Media_interface>},
-    {"configuration", 1, 0, nullptr, plain<Configuration_interface>},
-    {"oem_profile", 1, 0, nullptr, plain<OEMprofile_interface>},
-    {"atx", 1, 0, nullptr, plain<ATX_interface>},
+    {"device/io/input/digital/%1", indexed<Digital_input_interface>, 4},
+    {"device/io/input/analog/0", analog_input},
+    {"device/io/input/frequency/0", plain<Frequency_input_interface>},
+    {"device/io/input/voltage/%1", indexed<Voltage_input_interface>, 6},
+    {"device/io/input/temperature/%1", indexed<Temperature_input_interface>, 6},
+    {"device/io/output/frequency/0", plain<Radar_output_interface>},
+    {"device/io/output/digital/%1", indexed<Digital_output_interface>, 4},
+    {"device/io/input/ambientlight/0", plain<Ambientlight_input_interface>},
+    {"device/system/power", power_switch, 1, "system", Power_interface::kind_system},
+    {"device/lvds/power", power_switch, 1, "display", 1},
+    {"device/display/power", power_switch, 1, "display", 2},
+    {"device/display/backlight", plain<LCD_backlight_interface>},
+    {"device/display/backlight/power", power_switch, 1, "display", Power_interface::kind_backlight},
+    {"device/operating_voltage", plain<Operating_voltage_interface>},
+    {"multi_led/%1", plain<Dimmable_interface>, 20},
+    {"device/buzzer", plain<Buzzer_interface>},
+    {"power/ignition", plain<Ignition_interface>},
+    {"power/lock", plain<Lock_interface>},
+    {"power/button", plain<Power_button_interface>},
+    {"device/can/%1/power", power_switch, 4, "can_%1", 4},
+    {"device/eth/power", power_switch, 1, "eth", 8},
+    {"device/video/power", power_switch, 1, "video", 9},
+    {"device/camera/power", power_switch, 1, "camera", 10},
+    {"device/uart/power", power_switch, 1, "uart_1", 11},
+    {"device/usb/power", power_switch, 1, "usb_1", 12},
+    {"device/camera", plain<Camera_interface>},
+    {"version/bootloader", plain<PC_version_interface>},
+    {"version/kernel", command_version, 1, nullptr, 0, &Paths::kernel_version},
+    {"version/unique_device_id", plain<UID_version_interface>},
+    {"version/serial_number", command_version, 1, nullptr, 0, &Paths::serial_number},
+    {"version/customer_part_number", command_version, 1, nullptr, 0, &Paths::part_number},
+    {"version/hardware", plain<HW_version_interface>},
+    {"media", plain<Media_interface>},
+    {"configuration", plain<Configuration_interface>},
+    {"oem_profile", plain<OEMprofile_interface>},
+    {"atx", plain<ATX_interface>},
 };
 
 constexpr std::size_t object_count()

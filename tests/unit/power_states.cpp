@@ -9,6 +9,8 @@
 #include <QFile>
 #include <QTimer>
 
+#include <algorithm>
+
 namespace {
 
 /// Keeps what it is told, and how far the log had come by then.
@@ -222,6 +224,11 @@ private Q_SLOTS:
 
     void states_that_are_none_are_null()
     {
+        go_to(state_on);
+        daemon().set_power_state(state_none);
+        const QList<QTimer*> timers = daemon().findChildren<QTimer*>();
+        QVERIFY(std::none_of(timers.begin(), timers.end(),
+                             [](const QTimer* timer) { return timer->isActive(); }));
         go_to(state_on);
         daemon().set_power_state(7);
         daemon().set_power_state(-1);

@@ -117,8 +117,9 @@ private Q_SLOTS:
     void messages_of_every_length_and_identifier()
     {
         const auto least = least_lengths();
-        const Captured_descriptor output(STDOUT_FILENO);
-        const Captured_descriptor errors(STDERR_FILENO);
+        QStringList wrong;
+        auto output = std::make_unique<Captured_descriptor>(STDOUT_FILENO);
+        auto errors = std::make_unique<Captured_descriptor>(STDERR_FILENO);
         for (std::size_t i = 0; i < device_object_count; ++i) {
             Interface_base* object = world_.daemon->devices()[static_cast<Device_object>(i)];
             for (uint id = 0; id < 256; ++id) {
@@ -129,13 +130,16 @@ private Q_SLOTS:
                         message[0] = static_cast<uchar>(id);
                     const bool used = len > 0 && len >= least.value({i, id}, 9);
                     if (object->handle_message(message.get(), len) != used)
-                        QFAIL(qPrintable(QStringLiteral("object %1, identifier %2, length %3")
-                                             .arg(i)
-                                             .arg(id)
-                                             .arg(len)));
+                        wrong.append(QStringLiteral("object %1, identifier %2, length %3")
+                                         .arg(i)
+                                         .arg(id)
+                                         .arg(len));
                 }
             }
         }
+        errors.reset();
+        output.reset();
+        QCOMPARE(wrong, QStringList());
     }
 
     void refused_message_is_reported_in_decimal()

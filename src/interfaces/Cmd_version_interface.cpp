@@ -47,7 +47,9 @@ QHash<QString, std::shared_future<QString>>& started_texts()
 
 void Cmd_version_interface::start(const QString& command)
 {
-    started_texts().insert(command, std::async(std::launch::async, run_command, command));
+    // Deferred where no thread can be made: the object that is made with it runs the command.
+    constexpr auto policy = std::launch::async | std::launch::deferred;
+    started_texts().insert(command, std::async(policy, run_command, command));
 }
 
 Cmd_version_interface::Cmd_version_interface(DBus_daemon* owner, const QString& command,

@@ -47,6 +47,21 @@ private Q_SLOTS:
         QVERIFY(ends_cleanly(terminal));
     }
 
+    /// Opened, but its other end has gone: EIO from the start.
+    void device_is_a_closed_pty()
+    {
+        Terminal terminal;
+        const int slave = ::open(terminal.controller.device().toLatin1().constData(),
+                                 O_RDWR | O_NOCTTY | O_CLOEXEC);
+        const QString path = QStringLiteral("/proc/%1/fd/%2").arg(getpid()).arg(slave);
+        terminal.controller.hang_up();
+        terminal.daemon.start(terminal.root.path(), terminal.bus.address(),
+                              {QStringLiteral("--port"), path});
+        QVERIFY(wait_for([&] { return serves(terminal); }));
+        QVERIFY(ends_cleanly(terminal));
+        ::close(slave);
+    }
+
     /// A line that nobody reads fills up and blocks the writer; everything else goes on, and the
     /// end does not wait for it.
     void line_that_never_drains()

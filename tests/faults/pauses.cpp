@@ -94,6 +94,21 @@ private Q_SLOTS:
         QVERIFY(ends_cleanly(terminal));
     }
 
+    /// Start-up waits for the bus as long as it takes.
+    void bus_stands_still_at_the_start()
+    {
+        Terminal terminal;
+        terminal.bus.signal(SIGSTOP);
+        terminal.launch();
+        QVERIFY(wait_for([&] {
+            return terminal.log.lines().contains(QLatin1String("Timeout for sleep is 100"));
+        }));
+        QVERIFY(terminal.controller.requests().isEmpty());
+        terminal.bus.signal(SIGCONT);
+        QVERIFY(terminal.wait_until_started());
+        QVERIFY(ends_cleanly(terminal));
+    }
+
     /// The end does not wait for a bus that stands still.
     void end_while_the_bus_stands_still()
     {

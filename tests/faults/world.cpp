@@ -9,6 +9,7 @@
 #include <cstdio>
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 class World : public QObject {
@@ -80,6 +81,36 @@ private Q_SLOTS:
                                         {media + QStringLiteral("usb1"), true}};
         QVERIFY(terminal.seen_signals().contains(added));
         QVERIFY(ends_cleanly(terminal));
+    }
+
+    void very_many_media()
+    {
+        constexpr int count = 3000;
+        Terminal terminal;
+        terminal.start();
+        const QDir tmp(terminal.root.path(QStringLiteral("tmp")));
+        for (int i = 0; i < count; ++i)
+            QVERIFY(tmp.mkdir(QStringLiteral("usb%1").arg(i)));
+        terminal.call(QStringLiteral("media"), QStringLiteral("media_changed"),
+                      {tmp.path() + QLatin1Char('/')});
+        QVERIFY(wait_for([&] { return media_signals(terminal) == count; }));
+        QVERIFY(ends_cleanly(terminal));
+    }
+
+    /// Nobody could be told of it: it is no medium, and the others are.
+    void name_of_a_medium_is_no_text()
+    {
+        Terminal terminal;
+        terminal.start();
+        const QByteArray media = terminal.root.path(QStringLiteral("media")).toUtf8();
+        const QByteArray odd = media + "/usb\xff\n";
+        QCOMPARE(::mkdir(odd.constData(), 0700), 0);
+        QCOMPARE(::mkdir((media + "/usb1").constData(), 0700), 0);
+        QVERIFY(wait_for([&] { return media_signals(terminal) == 1; }));
+        terminal.settle();
+        QCOMPARE(media_signals(terminal), 1);
+        QVERIFY(ends_cleanly(terminal));
+        QCOMPARE(::rmdir(odd.constData()), 0);
     }
 
     void command_prints_a_megabyte()

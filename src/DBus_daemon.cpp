@@ -1,6 +1,5 @@
 #include "DBus_daemon.h"
 
-#include "Command_line.h"
 #include "Console.h"
 #include "Dispatch.h"
 #include "Interface_base.h"
@@ -30,6 +29,7 @@ DBus_daemon* the_daemon = nullptr;
 
 namespace {
 
+constexpr unsigned int default_baud_rate = 115200;
 constexpr int poll_period_ms = 3000;
 constexpr int digest_interval = 2; ///< in 50 ms, the unit of the digest request
 constexpr int digest_requests = 3;
@@ -44,7 +44,7 @@ DBus_daemon::DBus_daemon(int& count, char** arguments)
     : QCoreApplication(count, arguments),
       count_(count),
       arguments_(arguments),
-      port_(paths().controller_port),
+      options_{paths().controller_port, default_baud_rate},
       power_config_(std::make_unique<Power_config>()),
       power_timer_(new QTimer(this)),
       oem_profile_(std::make_unique<OEM_profile>()),
@@ -109,18 +109,7 @@ void DBus_daemon::run()
 
 bool DBus_daemon::handle_option(const char* name, const char* value)
 {
-    if (std::strcmp(name, "port") == 0) {
-        port_ = value;
-        return true;
-    }
-    if (std::strcmp(name, "baudrate") == 0) {
-        baud_rate_ = parse_baud_rate(value);
-        return baud_rate_ != 0;
-    }
-    if (std::strcmp(name, "help") != 0)
-        Console::out().format("Unknown command %s\n", name);
-    print_usage();
-    return true;
+    return take_link_option(name, value, options_, [this] { print_usage(); });
 }
 
 void DBus_daemon::print_usage() const
@@ -136,8 +125,8 @@ void DBus_daemon::add_object(Interface_base* object)
 void DBus_daemon::open_link()
 {
     set_link(new Power_controller_interface);
-    link_->open(port_);
-    link_->set_baud(static_cast<int>(std::min<quint32>(baud_rate_, INT_MAX)));
+    link_->open(options_.port);
+    link_->set_baud(static_cast<int>(std::min<quint32>(options_.baud_rate, INT_MAX)));
     connect(link_, &Power_controller_interface::handle_packet, this, &DBus_daemon::handle_packet);
 }
 

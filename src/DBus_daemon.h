@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Command_line.h"
 #include "Device_object.h"
 #include "Logger.h"
 #include "OEM_profile.h"
@@ -116,8 +117,7 @@ private:
 
     int count_;
     char** arguments_;
-    const char* port_;
-    quint32 baud_rate_ = 115200;
+    Link_options options_;
     Power_controller_interface* link_ = nullptr;
     QList<Interface_base*> objects_;
     Device_objects devices_;

@@ -3,6 +3,7 @@
 #include "Console.h"
 
 #include <cstdlib>
+#include <cstring>
 
 bool walk_options(int count, char** arguments, const Option_handler& handle_option)
 {
@@ -22,6 +23,23 @@ bool walk_options(int count, char** arguments, const Option_handler& handle_opti
 unsigned int parse_baud_rate(const char* value)
 {
     return value == nullptr ? 0 : static_cast<unsigned int>(std::strtoul(value, nullptr, 0));
+}
+
+bool take_link_option(const char* name, const char* value, Link_options& options,
+                      const std::function<void()>& print_usage)
+{
+    if (std::strcmp(name, "port") == 0) {
+        options.port = value;
+        return true;
+    }
+    if (std::strcmp(name, "baudrate") == 0) {
+        options.baud_rate = parse_baud_rate(value);
+        return options.baud_rate != 0;
+    }
+    if (std::strcmp(name, "help") != 0)
+        Console::out().format("Unknown command %s\n", name);
+    print_usage();
+    return true;
 }
 
 void print_option_usage(const char* program)

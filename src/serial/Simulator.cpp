@@ -1,6 +1,5 @@
 #include "Simulator.h"
 
-#include "Command_line.h"
 #include "Console.h"
 #include "Message_id.h"
 #include "Simulator_waveform.h"
@@ -52,18 +51,7 @@ bool Simulator::handle_option(const char* name, const char* value)
 {
     if (std::strcmp(name, "simulate") == 0)
         return true;
-    if (std::strcmp(name, "port") == 0) {
-        port_ = value;
-        return true;
-    }
-    if (std::strcmp(name, "baudrate") == 0) {
-        baud_rate_ = parse_baud_rate(value);
-        return baud_rate_ != 0;
-    }
-    if (std::strcmp(name, "help") != 0)
-        Console::out().format("Unknown command %s\n", name);
-    print_option_usage(arguments_[0]);
-    return true;
+    return take_link_option(name, value, options_, [this] { print_option_usage(arguments_[0]); });
 }
 
 void Simulator::handle_read()

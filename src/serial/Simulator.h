@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Command_line.h"
 #include "Power_controller_interface.h"
 
 #include <QCoreApplication>
@@ -46,7 +47,6 @@ private:
     char** arguments_;
     const char* path_;
     std::unique_ptr<Power_controller_interface> link_;
-    const char* port_ = nullptr; ///< as given by --port
-    uint baud_rate_ = 0;         ///< as given by --baudrate
+    Link_options options_{}; ///< taken, and without effect
     std::array<bool, 4> outputs_{};
 };

@@ -126,6 +126,27 @@ private Q_SLOTS:
         QVERIFY(after.ru_maxrss - before.ru_maxrss < 100 * 1024);
     }
 
+    void files_within_the_limits_are_loaded()
+    {
+        const auto nested = [](int depth) {
+            return "<power>" + QByteArray("<a>").repeated(depth - 1) +
+                   QByteArray("</a>").repeated(depth - 1) + "</power>";
+        };
+        const auto filled = [](int size) {
+            return "<power>" + QByteArray(size - 15, 'x') + "</power>";
+        };
+        const auto result = [this](const QByteArray& content) {
+            root_.write(file_, content);
+            std::unique_ptr<QDomDocument> document;
+            return load_power_config(document, path().constData());
+        };
+        QCOMPARE(result(nested(100)), 0);
+        QCOMPARE(result(nested(101)), -2);
+        QCOMPARE(result("<power>" + QByteArray("<a></a>").repeated(200) + "</power>"), 0);
+        QCOMPARE(result(filled(1024 * 1024)), 0);
+        QCOMPARE(result(filled(1024 * 1024 + 1)), -2);
+    }
+
     void lookup_does_not_go_back()
     {
         const auto document = power(R"(<power>text<!-- c --><state name="low-power"/>

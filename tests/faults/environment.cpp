@@ -84,7 +84,9 @@ private Q_SLOTS:
     void few_descriptors()
     {
         Terminal terminal;
-        start_by("ulimit -n 18; exec \"$0\" --port \"$1\"", terminal);
+        // Without what the test has inherited itself.
+        start_by("exec 3>&- 4>&- 5>&- 6>&- 7>&- 8>&- 9>&-; ulimit -n 20; exec \"$0\" --port \"$1\"",
+                 terminal);
         QVERIFY(wait_for([&] { return terminal.controller.has_received("3502"); }));
         const QStringList texts = {QStringLiteral("1234\n"), QStringLiteral("failed to run cmd\n")};
         QVERIFY(texts.contains(serial_number(terminal)));

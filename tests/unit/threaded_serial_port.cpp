@@ -2,6 +2,7 @@
 
 #include "Threaded_serial_port.h"
 
+#include "Power_controller_interface.h"
 #include "Waiting.h"
 
 #include <QSignalSpy>
@@ -148,6 +149,60 @@ private Q_SLOTS:
         QCOMPARE(::write(ends[1], "secret", 6), ssize_t{6});
         spy.wait(200);
         QVERIFY(!port->readAll().contains("secret"));
+    }
+
+    void closed_descriptor_is_an_empty_pipe()
+    {
+        const Pty pty;
+        auto* port = open_port(pty);
+        port->close();
+        pollfd waited = {port->handle(), POLLIN, 0};
+        QCOMPARE(poll(&waited, 1, 0), 0); // open, nothing to read, and no end of the file
+        QCOMPARE(fcntl(port->handle(), F_GETFL) & O_ACCMODE, O_RDONLY);
+    }
+
+    void descriptor_0_is_as_good_as_any()
+    {
+        ::close(STDIN_FILENO);
+        const Pty pty;
+        auto* port = new Threaded_serial_port;
+        // The pty's own end has taken the number.
+        const int master = dup(pty.master);
+        ::close(STDIN_FILENO);
+        port->open(pty.name.constData());
+        QCOMPARE(port->handle(), STDIN_FILENO);
+        QVERIFY(port->isOpen());
+        port->write("x");
+        char byte = 0;
+        pollfd waited = {master, POLLIN, 0};
+        QCOMPARE(poll(&waited, 1, patience_ms), 1);
+        QCOMPARE(::read(master, &byte, 1), ssize_t{1});
+        const Pty other;
+        port->open(other.name.constData()); // is open
+        QCOMPARE(port->handle(), STDIN_FILENO);
+        port->close();
+        waited = {STDIN_FILENO, POLLIN, 0};
+        QCOMPARE(poll(&waited, 1, 0), 0);
+    }
+
+    void arrived_bytes_can_be_read_before_they_are_announced()
+    {
+        const Pty pty;
+        auto* port = open_port(pty);
+        QCOMPARE(::write(pty.master, "abc", 3), ssize_t{3});
+        QByteArray received;
+        for (const QDeadlineTimer deadline(patience_ms);
+             received.size() < 3 && !deadline.hasExpired();)
+            received += port->read(3); // and no event loop
+        QCOMPARE(received, QByteArray("abc"));
+    }
+
+    void link_opens_at_115200_baud()
+    {
+        const Pty pty;
+        auto* link = new Power_controller_interface;
+        link->open(pty.name.constData());
+        QCOMPARE(link->baud(), 115200U);
     }
 
     void bytes_that_fill_whole_reads_are_announced()

@@ -175,6 +175,18 @@ private Q_SLOTS:
         }
     }
 
+    void payload_of_one_byte_is_delivered()
+    {
+        Variable_link link(1);
+        int delivered = 0;
+        connect(&link, &Packet_serial_interface::handle_packet, &link,
+                [&delivered](const uchar* payload, uint len) {
+                    delivered += payload[0] == 7 && len == 1 ? 1 : 0;
+                });
+        link.arrive(frame("\x07") + frame("\x07"));
+        QCOMPARE(delivered, 2);
+    }
+
     void random_bytes_give_what_a_slow_scanner_finds()
     {
         QRandomGenerator random(7);

@@ -159,6 +159,14 @@ private Q_SLOTS:
         pollfd waited = {port->handle(), POLLIN, 0};
         QCOMPARE(poll(&waited, 1, 0), 0); // open, nothing to read, and no end of the file
         QCOMPARE(fcntl(port->handle(), F_GETFL) & O_ACCMODE, O_RDONLY);
+        QCOMPARE(fcntl(port->handle(), F_GETFD), FD_CLOEXEC);
+    }
+
+    void commands_do_not_inherit_the_device()
+    {
+        const Pty pty;
+        auto* port = open_port(pty);
+        QCOMPARE(fcntl(port->handle(), F_GETFD), FD_CLOEXEC);
     }
 
     void descriptor_0_is_as_good_as_any()

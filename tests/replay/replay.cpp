@@ -72,6 +72,14 @@ bool is_played(Delivery delivery, const Scenario& scenario)
     }
 }
 
+/// What decides how messages are split and damaged: 1, or as DOV_REPLAY_SEED says.
+quint32 seed()
+{
+    bool is_number = false;
+    const uint number = qEnvironmentVariable("DOV_REPLAY_SEED").toUInt(&is_number);
+    return is_number ? number : 1;
+}
+
 /// The identifiers of the messages that the output names.
 QByteArrayList named_messages(const QByteArray& out)
 {
@@ -107,7 +115,7 @@ class Replay : public QObject {
 
 private:
     QVector<Scenario> scenarios_;
-    Player shared_{1};
+    Player shared_{seed()};
 
     static void add_deliveries(std::initializer_list<QPair<const char*, Delivery>> deliveries)
     {
@@ -127,7 +135,7 @@ private:
                 continue;
             QString found;
             if (scenario.needs_own_daemon()) {
-                Player own(1);
+                Player own(seed());
                 own.start(&scenario);
                 found = judge(own, scenario);
             } else {

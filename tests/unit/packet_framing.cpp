@@ -3,9 +3,12 @@
 #include "Captured_console.h"
 #include "Loopback_link.h"
 
+#include <QElapsedTimer>
 #include <QRandomGenerator>
 #include <QSignalSpy>
 #include <QTest>
+
+#include <algorithm>
 
 class Packet_framing : public QObject {
     Q_OBJECT
@@ -315,6 +318,20 @@ private Q_SLOTS:
         link.close();
         QCOMPARE(link.written.size(), 2);
         QCOMPARE(link.written[1], hex("18ef785935000000000000000d"));
+    }
+
+    void closing_waits_for_50_ms_of_silence()
+    {
+        qint64 fastest_ms = 1000;
+        for (int i = 0; i < 20 && fastest_ms > 60; ++i) {
+            Loopback_link link;
+            QElapsedTimer clock;
+            clock.start();
+            link.close();
+            fastest_ms = std::min(fastest_ms, clock.elapsed());
+        }
+        QVERIFY(fastest_ms >= 49);
+        QVERIFY(fastest_ms < 90);
     }
 
     void null_port_is_a_closed_port()

@@ -41,10 +41,10 @@ private Q_SLOTS:
         Terminal terminal;
         terminal.controller.set_silent(true);
         terminal.start();
-        QVERIFY(wait_for_periods(terminal, 2));
-        QCOMPARE(terminal.daemon.output().count("Periodic\nSend No PC Comms\nSend No PC Comms\n"
-                                                "Send No PC Comms\n"),
-                 2);
+        QVERIFY(wait_for([&] {
+            return terminal.daemon.output().count("Periodic\nSend No PC Comms\nSend No PC Comms\n"
+                                                  "Send No PC Comms\n") == 2;
+        }));
         QVERIFY(detection_lines(terminal).isEmpty());
         const QStringList poll = {QStringLiteral("1b"), QStringLiteral("21"), QStringLiteral("23"),
                                   QStringLiteral("27"), QStringLiteral("19"), QStringLiteral("11"),

@@ -201,7 +201,10 @@ private Q_SLOTS:
         QVERIFY(shows(screen, "4.386 V"));
         QVERIFY(shows(screen, "\u25B8input 0            \u25CF on"));
         terminal().controller.clear();
-        screen.type("/output 3\r ");
+        screen.type("/output 3\r");
+        // What is not known yet is not switched.
+        QVERIFY(shows(screen, "output 3           \u25CB off"));
+        screen.type(" ");
         QVERIFY(shows(screen, "output 3           \u25CF on"));
         QVERIFY(wait_for([this] { return terminal().controller.has_received("338080"); }));
         screen.type("b50\r");

@@ -203,7 +203,7 @@ private Q_SLOTS:
         terminal().controller.clear();
         screen.type("/output 3\r");
         // What is not known yet is not switched.
-        QVERIFY(shows(screen, "output 3           \u25CB off"));
+        QVERIFY(shows(screen, "output 3          \u25CB off"));
         screen.type(" ");
         QVERIFY(shows(screen, "output 3           \u25CF on"));
         QVERIFY(wait_for([this] { return terminal().controller.has_received("338080"); }));

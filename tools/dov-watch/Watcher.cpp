@@ -65,6 +65,7 @@ void Watcher::take_owner(const QString& owner)
 void Watcher::take_signal(const QDBusMessage& message)
 {
     const QString path = message.path();
+    ++signals_[path];
     const std::optional<Change> change = model_.take_signal(
         path, message.interface(), message.member(), message.arguments(), now_ms());
     tell(change);
@@ -113,11 +114,17 @@ void Watcher::read(const Value_place& place)
     if (reading_.contains(key))
         return;
     reading_ += key;
+    const QString path = entry.path;
     bus_.call(
-        entry.path, entry.interface, getter, {},
-        [this, place, key](const QVariant& value) {
+        path, entry.interface, getter, {},
+        [this, place, key, path, before = signals_.value(path)](const QVariant& value) {
             reading_ -= key;
-            if (!owner_.isEmpty())
+            if (owner_.isEmpty())
+                return;
+            // An answer can be handed over behind a signal that has been sent after it.
+            if (signals_.value(path) != before)
+                read(place);
+            else
                 tell(model_.take_reading(place, value, now_ms()));
         },
         [this, key](const QString& /*message*/) { reading_ -= key; });

@@ -5,6 +5,7 @@
 #include "Watch_model.h"
 
 #include <QElapsedTimer>
+#include <QHash>
 #include <QObject>
 #include <QTimer>
 
@@ -71,6 +72,7 @@ private:
     QTimer again_timer_;
     QString owner_;
     bool bus_connected_ = false;
-    QSet<QString> reading_; ///< what has been asked and not answered
+    QSet<QString> reading_;       ///< what has been asked and not answered
+    QHash<QString, int> signals_; ///< how many have come, by path
     std::vector<Setting> settings_;
 };

@@ -16,10 +16,11 @@ struct Route {
     static constexpr std::size_t longest_chain = 7;
 
     uchar id;
-    uint min_length;                                ///< counts the identifier
-    Trace trace;                                    ///< printed before the chain; null for nothing
-    Device_object told_first;                       ///< its answer is ignored; count for nobody
     std::array<Device_object, longest_chain> chain; ///< ends at the first count
+    Trace trace = nullptr;                          ///< printed before the chain
+    uint min_length = 0;                            ///< counts the identifier
+    /// Its answer is ignored; count for nobody.
+    Device_object told_first = Device_object::count;
 };
 
 void trace_digital_inputs(const uchar* buf, uint len)
@@ -64,34 +65,36 @@ using D = Device_object;
 
 /// Ascending by identifier.
 constexpr Route routes[] = {
-    {Message_id::start_up_answer, 0, nullptr, nobody, chain()},
-    {Message_id::power_response, 0, trace_power_response, D::ignition,
-     chain(D::digital_input_0, D::digital_input_1, D::digital_input_2, D::digital_input_3)},
-    {Message_id::digital_inputs, 0, trace_digital_inputs, nobody,
-     chain(D::digital_input_0, D::digital_input_1, D::digital_input_2, D::digital_input_3)},
-    {Message_id::hardware_version, 0, nullptr, nobody, chain(D::hardware_version)},
-    {Message_id::firmware_version, 0, nullptr, nobody, chain(D::firmware_version)},
-    {Message_id::unique_id, 0, nullptr, nobody, chain(D::unique_device_id)},
-    {Message_id::power_button, 0, nullptr, nobody, chain(D::power_button)},
-    {Message_id::analog_input, 0, nullptr, nobody, chain(D::analog_input_0)},
-    {Message_id::ambient_light, 0, nullptr, nobody, chain(D::ambient_light_input_0)},
-    {Message_id::voltages_low, 0, nullptr, nobody,
-     chain(D::voltage_input_0, D::voltage_input_1, D::voltage_input_2)},
-    {Message_id::voltages_high, 0, nullptr, nobody,
-     chain(D::voltage_input_3, D::voltage_input_4, D::voltage_input_5)},
-    {Message_id::temperatures, 0, nullptr, nobody,
+    {Message_id::start_up_answer, chain()},
+    {Message_id::power_response,
+     chain(D::digital_input_0, D::digital_input_1, D::digital_input_2, D::digital_input_3),
+     trace_power_response, 0, D::ignition},
+    {Message_id::digital_inputs,
+     chain(D::digital_input_0, D::digital_input_1, D::digital_input_2, D::digital_input_3),
+     trace_digital_inputs},
+    {Message_id::hardware_version, chain(D::hardware_version)},
+    {Message_id::firmware_version, chain(D::firmware_version)},
+    {Message_id::unique_id, chain(D::unique_device_id)},
+    {Message_id::power_button, chain(D::power_button)},
+    {Message_id::analog_input, chain(D::analog_input_0)},
+    {Message_id::ambient_light, chain(D::ambient_light_input_0)},
+    {Message_id::voltages_low, chain(D::voltage_input_0, D::voltage_input_1, D::voltage_input_2)},
+    {Message_id::voltages_high, chain(D::voltage_input_3, D::voltage_input_4, D::voltage_input_5)},
+    {Message_id::temperatures,
      chain(D::temperature_input_0, D::temperature_input_1, D::temperature_input_2,
            D::temperature_input_3, D::temperature_input_4, D::temperature_input_5)},
-    {Message_id::frequency_output_report, 0, nullptr, nobody, chain(D::frequency_output_0)},
-    {Message_id::configuration_report, 0, nullptr, nobody, chain(D::configuration)},
-    {Message_id::backlight_report, 0, trace_backlight, nobody, chain(D::display_backlight)},
-    {Message_id::digital_outputs_report, 3, trace_digital_outputs, nobody,
-     chain(D::digital_output_0, D::digital_output_1, D::digital_output_2, D::digital_output_3)},
-    {Message_id::digest, 6, trace_digest, nobody,
+    {Message_id::frequency_output_report, chain(D::frequency_output_0)},
+    {Message_id::configuration_report, chain(D::configuration)},
+    {Message_id::backlight_report, chain(D::display_backlight), trace_backlight},
+    {Message_id::digital_outputs_report,
+     chain(D::digital_output_0, D::digital_output_1, D::digital_output_2, D::digital_output_3),
+     trace_digital_outputs, 3},
+    {Message_id::digest,
      chain(D::digital_input_0, D::digital_input_1, D::digital_input_2, D::digital_input_3,
-           D::ambient_light_input_0, D::analog_input_0, D::frequency_input_0)},
-    {Message_id::oem_code_report, 0, nullptr, nobody, chain(D::oem_profile)},
-    {Message_id::atx, 0, nullptr, nobody, chain(D::atx)},
+           D::ambient_light_input_0, D::analog_input_0, D::frequency_input_0),
+     trace_digest, 6},
+    {Message_id::oem_code_report, chain(D::oem_profile)},
+    {Message_id::atx, chain(D::atx)},
 };
 
 constexpr bool is_ascending()

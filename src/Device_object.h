@@ -6,7 +6,7 @@
 class Interface_base;
 
 /// The objects on the bus, in the order in which they are created.
-enum class Device_object : std::size_t {
+enum class Device_object : unsigned char {
     digital_input_0,
     digital_input_1,
     digital_input_2,

@@ -48,8 +48,8 @@ struct Object_row {
     const char* path; ///< relative; %1 is the index, from 0
     Maker make;
     uint count = 1;
-    const char* power_name = nullptr;      ///< %1 is the index, from 1
     uint first = 0;                        ///< channel or power kind of the first
+    const char* power_name = nullptr;      ///< %1 is the index, from 1
     const char* Paths::*command = nullptr; ///< whose output the object publishes
 };
 
@@ -91,29 +91,29 @@ constexpr Object_row object_rows[] = {
     {"device/io/output/frequency/0", plain<Radar_output_interface>},
     {"device/io/output/digital/%1", indexed<Digital_output_interface>, 4},
     {"device/io/input/ambientlight/0", plain<Ambientlight_input_interface>},
-    {"device/system/power", power_switch, 1, "system", Power_interface::kind_system},
-    {"device/lvds/power", power_switch, 1, "display", 1},
-    {"device/display/power", power_switch, 1, "display", 2},
+    {"device/system/power", power_switch, 1, Power_interface::kind_system, "system"},
+    {"device/lvds/power", power_switch, 1, 1, "display"},
+    {"device/display/power", power_switch, 1, 2, "display"},
     {"device/display/backlight", plain<LCD_backlight_interface>},
-    {"device/display/backlight/power", power_switch, 1, "display", Power_interface::kind_backlight},
+    {"device/display/backlight/power", power_switch, 1, Power_interface::kind_backlight, "display"},
     {"device/operating_voltage", plain<Operating_voltage_interface>},
     {"multi_led/%1", plain<Dimmable_interface>, 20},
     {"device/buzzer", plain<Buzzer_interface>},
     {"power/ignition", plain<Ignition_interface>},
     {"power/lock", plain<Lock_interface>},
     {"power/button", plain<Power_button_interface>},
-    {"device/can/%1/power", power_switch, 4, "can_%1", 4},
-    {"device/eth/power", power_switch, 1, "eth", 8},
-    {"device/video/power", power_switch, 1, "video", 9},
-    {"device/camera/power", power_switch, 1, "camera", 10},
-    {"device/uart/power", power_switch, 1, "uart_1", 11},
-    {"device/usb/power", power_switch, 1, "usb_1", 12},
+    {"device/can/%1/power", power_switch, 4, 4, "can_%1"},
+    {"device/eth/power", power_switch, 1, 8, "eth"},
+    {"device/video/power", power_switch, 1, 9, "video"},
+    {"device/camera/power", power_switch, 1, 10, "camera"},
+    {"device/uart/power", power_switch, 1, 11, "uart_1"},
+    {"device/usb/power", power_switch, 1, 12, "usb_1"},
     {"device/camera", plain<Camera_interface>},
     {"version/bootloader", plain<PC_version_interface>},
-    {"version/kernel", command_version, 1, nullptr, 0, &Paths::kernel_version},
+    {"version/kernel", command_version, 1, 0, nullptr, &Paths::kernel_version},
     {"version/unique_device_id", plain<UID_version_interface>},
-    {"version/serial_number", command_version, 1, nullptr, 0, &Paths::serial_number},
-    {"version/customer_part_number", command_version, 1, nullptr, 0, &Paths::part_number},
+    {"version/serial_number", command_version, 1, 0, nullptr, &Paths::serial_number},
+    {"version/customer_part_number", command_version, 1, 0, nullptr, &Paths::part_number},
     {"version/hardware", plain<HW_version_interface>},
     {"media", plain<Media_interface>},
     {"configuration", plain<Configuration_interface>},

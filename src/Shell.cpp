@@ -10,10 +10,11 @@
 
 void run_in_shell(const char* command)
 {
-    // The daemon ignores SIGPIPE; a command expects it as it is by default.
+    // The daemon ignores these; a command expects them as they are by default.
     sigset_t defaults;
     sigemptyset(&defaults);
     sigaddset(&defaults, SIGPIPE);
+    sigaddset(&defaults, SIGXFSZ);
     posix_spawnattr_t attributes;
     posix_spawnattr_init(&attributes);
     posix_spawnattr_setsigdefault(&attributes, &defaults);

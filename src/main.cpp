@@ -71,6 +71,7 @@ int main(int count, char** arguments)
 {
     mask_quit_signals(SIG_BLOCK);
     std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN); // of output that has reached its limit
     // Qt's own event loop, which is cheaper than the one it builds on GLib.
     qputenv("QT_NO_GLIB", "1");
     Console::open();

@@ -18,7 +18,7 @@ struct Route {
     uchar id;
     std::array<Device_object, longest_chain> chain; ///< ends at the first count
     Trace trace = nullptr;                          ///< printed before the chain
-    uint min_length = 0;                            ///< counts the identifier
+    uint min_length = 1;                            ///< counts the identifier
     /// Its answer is ignored; count for nobody.
     Device_object told_first = Device_object::count;
 };
@@ -68,7 +68,7 @@ constexpr Route routes[] = {
     {Message_id::start_up_answer, chain()},
     {Message_id::power_response,
      chain(D::digital_input_0, D::digital_input_1, D::digital_input_2, D::digital_input_3),
-     trace_power_response, 0, D::ignition},
+     trace_power_response, 1, D::ignition},
     {Message_id::digital_inputs,
      chain(D::digital_input_0, D::digital_input_1, D::digital_input_2, D::digital_input_3),
      trace_digital_inputs},

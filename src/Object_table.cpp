@@ -132,16 +132,14 @@ static_assert(object_count() == device_object_count && object_count() == 74);
 
 QString object_path(const Object_row& row, uint index)
 {
-    const QString pattern = QLatin1String(row.path);
-    return row.count == 1 ? pattern : pattern.arg(index);
+    return QString(QLatin1String(row.path)).replace(QLatin1String("%1"), QString::number(index));
 }
 
 QByteArray power_name(const Object_row& row, uint index)
 {
     if (row.power_name == nullptr)
         return {};
-    const QString pattern = QLatin1String(row.power_name);
-    return (row.count == 1 ? pattern : pattern.arg(index + 1)).toUtf8();
+    return QByteArray(row.power_name).replace("%1", QByteArray::number(index + 1));
 }
 
 QString command(const Object_row& row)

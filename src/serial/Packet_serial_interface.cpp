@@ -85,7 +85,7 @@ uint Packet_serial_interface::read_packet(unsigned char* buf, uint size)
 void Packet_serial_interface::handle_read()
 {
     const Console_batch batch;
-    unsigned char payload[256];
+    unsigned char payload[max_payload];
     for (;;) {
         const uint length = read_packet(payload, sizeof payload);
         if (length < 1)

@@ -65,7 +65,7 @@ bool Posix_serial_port::set_baud(int rate)
 {
     if (!is_ready())
         return false;
-    put_speed(static_cast<unsigned int>(std::max(rate, 0)));
+    put_speed(rate);
     write_settings();
     return true;
 }
@@ -127,9 +127,8 @@ bool Posix_serial_port::get_flow(Serial_settings::Flow& flow)
     flow.mode = (current.c_cflag & CRTSCTS) != 0          ? flow_hardware
                 : (current.c_iflag & (IXON | IXOFF)) != 0 ? flow_software
                                                           : flow_none;
-    int lines = 0;
-    if (ioctl(handle(), TIOCMGET, &lines) != 0)
-        lines = 0;
+    int lines = 0; // and remains so without modem lines
+    ioctl(handle(), TIOCMGET, &lines);
     flow.dtr = (lines & TIOCM_DTR) != 0;
     flow.rts = (lines & TIOCM_RTS) != 0;
     flow.cts = (lines & TIOCM_CTS) != 0;
@@ -175,14 +174,14 @@ bool Posix_serial_port::write_settings()
 
 bool Posix_serial_port::set_modem_lines(int mask, int lines)
 {
-    int current = 0;
+    int current;
     if (!is_ready() || ioctl(handle(), TIOCMGET, &current) != 0)
         return false;
     const int wanted = (current & ~mask) | lines;
     return wanted == current || ioctl(handle(), TIOCMSET, &wanted) == 0;
 }
 
-void Posix_serial_port::put_speed(unsigned int rate)
+void Posix_serial_port::put_speed(qint64 rate)
 {
     const auto* row = std::find_if(std::begin(baud_rows), std::end(baud_rows),
                                    [rate](const Baud_row& known) { return known.rate >= rate; });

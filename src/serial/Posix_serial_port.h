@@ -76,7 +76,7 @@ private:
     bool is_ready();
     bool write_settings();
     bool set_modem_lines(int mask, int lines);
-    void put_speed(unsigned int rate);
+    void put_speed(qint64 rate);
     void put_format(const Serial_settings::Format& format);
     void put_flow(unsigned int mode);
 

@@ -10,7 +10,7 @@ namespace {
 constexpr int read_size = 255;
 
 /// In a flood, what is kept before anybody is woken for it, in bytes.
-constexpr int batch = 4096;
+constexpr int batch = 16 * read_size;
 
 } // namespace
 
@@ -53,6 +53,6 @@ bool Threaded_serial_port_reader::keep(const char* bytes, int count)
 
 bool Threaded_serial_port_reader::has_more() const
 {
-    int waiting = 0;
+    int waiting;
     return ioctl(descriptor_, FIONREAD, &waiting) == 0 && waiting > 0;
 }

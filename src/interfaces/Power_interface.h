@@ -22,6 +22,8 @@ public:
     Power_interface(DBus_daemon* owner, const QString& relative_path, int kind,
                     const char* power_name);
 
+    int kind() const { return kind_; }
+
     void power_state_changed(int state) override;
 
 public Q_SLOTS:

@@ -159,6 +159,8 @@ private Q_SLOTS:
                                  << 7;
         QTest::newRow("10 of 1") << QByteArray("10") << QByteArray("Got message 10\nDINRAW: 10 \n")
                                  << 4;
+        QTest::newRow("06 of 1") << QByteArray("06")
+                                 << QByteArray("Got message  6\nPower Res\nDINRAW: 06 \n") << 5;
         QTest::newRow("empty") << QByteArray() << QByteArray("Unhandled message default\n") << 0;
     }
     void short_messages()

@@ -3,9 +3,10 @@
 #include "Object_table.h"
 
 #include "Captured_console.h"
-#include "Interface_base.h"
+#include "Power_interface.h"
 #include "Test_daemon.h"
 
+#include <QFile>
 #include <QHash>
 
 class Object_table_test : public QObject {
@@ -53,7 +54,31 @@ private:
         return least;
     }
 
+    /// Has the commands find a `cat` that notes what it reads, and for the serial number waits
+    /// until the part number is read as well.
+    void note_what_commands_read()
+    {
+        world_.root.write(QStringLiteral("bin/cat"),
+                          "#!/bin/sh\n"
+                          "cd \"$DOV_TEST_ROOT\"\n"
+                          "echo \"${1##*/}\" >> read\n"
+                          "tries=500\n"
+                          "if [ \"${1##*/}\" = SERIAL_NUMBER ]; then\n"
+                          "    while [ $tries -gt 0 ] && ! grep -q PART_NUMBER read; do\n"
+                          "        sleep 0.01\n"
+                          "        tries=$((tries - 1))\n"
+                          "    done\n"
+                          "    [ $tries -gt 0 ] || echo alone >> read\n"
+                          "fi\n"
+                          "exec /bin/cat \"$@\"\n");
+        QFile stub(world_.root.path(QStringLiteral("bin/cat")));
+        QVERIFY(stub.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
+        qputenv("PATH", world_.root.path(QStringLiteral("bin")).toUtf8() + ":" + qgetenv("PATH"));
+    }
+
 private Q_SLOTS:
+    void initTestCase() { note_what_commands_read(); }
+
     void switches_have_their_power_names_and_channels_their_numbers()
     {
         {
@@ -80,6 +105,34 @@ private Q_SLOTS:
         QCOMPARE(world_.link->sent,
                  (QVector<QByteArray>{"2901000000000000", "3301010000000000", "3304040000000000",
                                       "3310100000000000", "3340400000000000", "31ffff0000000000"}));
+    }
+
+    void switches_have_the_controllers_numbers()
+    {
+        QList<int> kinds;
+        for (std::size_t i = 0; i < device_object_count; ++i) {
+            auto* object = world_.daemon->devices()[static_cast<Device_object>(i)];
+            if (const auto* power = qobject_cast<Power_interface*>(object))
+                kinds.append(power->kind());
+        }
+        QCOMPARE(kinds, (QList<int>{0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12}));
+    }
+
+    void commands_run_once_and_side_by_side()
+    {
+        QFile notes(world_.root.path(QStringLiteral("read")));
+        QVERIFY(notes.open(QIODevice::ReadOnly));
+        QList<QByteArray> read = notes.readAll().trimmed().split('\n');
+        std::sort(read.begin(), read.end());
+        QCOMPARE(read, (QList<QByteArray>{"BRAND_CODE", "PART_NUMBER", "SERIAL_NUMBER",
+                                          "VEHICLE_PLATFORM_CODE", "bsp_version_short"}));
+    }
+
+    void every_power_name_is_listed_once()
+    {
+        QCOMPARE(power_names(),
+                 (QVector<QByteArray>{"system", "display", "can_1", "can_2", "can_3", "can_4",
+                                      "eth", "video", "camera", "uart_1", "usb_1"}));
     }
 
     void every_object_is_where_the_dispatch_looks_for_it()

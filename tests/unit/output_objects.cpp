@@ -302,6 +302,14 @@ private Q_SLOTS:
         QTEST(output_of(made, &Dimmable_interface::get_brightness), "stored");
     }
 
+    void backlight_of_minus_0_is_kept_as_given()
+    {
+        auto& made = make<LCD_backlight_interface>();
+        const Captured_descriptor output(STDOUT_FILENO);
+        made.set_brightness(-0.0);
+        QVERIFY(std::signbit(output_of(made, &Dimmable_interface::get_brightness)));
+    }
+
     void backlight_takes_its_report()
     {
         auto& made = make<LCD_backlight_interface>();

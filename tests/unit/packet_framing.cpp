@@ -53,11 +53,12 @@ class Packet_framing : public QObject {
     public:
         explicit Variable_link(uint length) : length_(length) {}
 
+        QVector<int> shown; ///< how many bytes were to tell the length, each time
+
     protected:
         uint packet_length(const QByteArray& head) override
         {
-            if (head.size() < 3)
-                qFatal("too little is shown");
+            shown.append(head.size());
             return length_;
         }
 
@@ -176,6 +177,25 @@ private Q_SLOTS:
                 continue;
             QCOMPARE(link.read_packet(buffer, sizeof buffer), length);
         }
+    }
+
+    void length_is_told_by_3_to_260_bytes()
+    {
+        const Captured_descriptor output(STDOUT_FILENO);
+        Variable_link link(255);
+        const QByteArray bytes = hex("18ef5978") + QByteArray(259, '\0');
+        for (const auto& [from, to] : {std::pair{0, 2}, {2, 3}, {3, 4}, {4, 259}, {259, 263}})
+            link.arrive(bytes.mid(from, to - from));
+        QCOMPARE(link.shown, (QVector<int>{3, 4, 259, 260}));
+    }
+
+    void payload_of_255_bytes_is_delivered()
+    {
+        Variable_link link(255);
+        QSignalSpy spy(&link, &Packet_serial_interface::handle_packet);
+        link.arrive(frame(QByteArray(255, '\x07')));
+        QCOMPARE(spy.count(), 1);
+        QCOMPARE(spy[0][1].toUInt(), 255U);
     }
 
     void payload_of_one_byte_is_delivered()

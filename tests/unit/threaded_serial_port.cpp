@@ -6,6 +6,7 @@
 #include "Waiting.h"
 
 #include <QSignalSpy>
+#include <QTemporaryDir>
 #include <QTest>
 
 #include <atomic>
@@ -15,6 +16,8 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/ioctl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 class Threaded_serial_port_test : public QObject {
@@ -45,6 +48,17 @@ class Threaded_serial_port_test : public QObject {
             bytes.append(part, static_cast<int>(count));
         }
         return bytes;
+    }
+
+    /// Reads what is in sight; how much it was.
+    static int take_in_sight(Threaded_serial_port& port)
+    {
+        class Peek : public Threaded_serial_port {
+        public:
+            using Threaded_serial_port::received_size;
+        };
+        QByteArray bytes((port.*(&Peek::received_size))(), '\0');
+        return int(port.read(bytes.data(), bytes.size()));
     }
 
     static Threaded_serial_port* open_port(const Pty& pty)
@@ -228,24 +242,110 @@ private Q_SLOTS:
         QCOMPARE(received, sent);
     }
 
+    /// What a reader tells of, each time that it has something to tell, when so much is there from
+    /// the start.
+    static QVector<int> told_of(int size)
+    {
+        int ends[2];
+        if (pipe2(ends, O_CLOEXEC) != 0 ||
+            ::write(ends[1], QByteArray(size, 'r').constData(), std::size_t(size)) != size)
+            qFatal("no pipe");
+        auto* reader = new Threaded_serial_port_reader;
+        reader->set_descriptor(ends[0]);
+        std::mutex mutex;
+        QVector<int> sizes;
+        int left = size;
+        const auto take = [&] {
+            const std::lock_guard<std::mutex> guard(mutex);
+            QByteArray bytes;
+            while (reader->take(bytes)) {
+                sizes.append(bytes.size());
+                left -= bytes.size();
+                bytes.clear();
+            }
+        };
+        const auto connection = connect(reader, &Threaded_serial_port_reader::data_rx, reader, take,
+                                        Qt::DirectConnection);
+        reader->start();
+        (void)wait_for([&] {
+            const std::lock_guard<std::mutex> guard(mutex);
+            return left <= 0;
+        });
+        disconnect(connection);
+        const std::lock_guard<std::mutex> guard(mutex);
+        return sizes;
+    }
+
+    void reader_tells_of_full_batches_and_of_what_is_left()
+    {
+        // 16 reads of 255 bytes, and what remains.
+        QCOMPARE(told_of(3 * 4080 + 511), (QVector<int>{4080, 4080, 4080, 511}));
+    }
+
+    void reader_holds_a_mebibyte_at_most()
+    {
+        int ends[2];
+        QCOMPARE(pipe2(ends, O_CLOEXEC | O_DIRECT), 0); // what is written at once is read at once
+        auto* reader = new Threaded_serial_port_reader;
+        reader->set_descriptor(ends[0]);
+        reader->start();
+        constexpr char packet[128] = {};
+        constexpr int size = sizeof packet;
+        constexpr int held = 1024 * 1024;
+        constexpr int waiting = 7;
+        // One more is in the reader's hand.
+        for (int sent = 0; sent < held + size * (1 + waiting); sent += size)
+            QCOMPARE(::write(ends[1], packet, sizeof packet), ssize_t{size});
+        const auto is_waiting = [&] {
+            int left = -1;
+            return ioctl(ends[0], FIONREAD, &left) == 0 && left <= size * waiting;
+        };
+        QVERIFY(wait_for(is_waiting));
+        QByteArray bytes;
+        QVERIFY(reader->take(bytes));
+        QCOMPARE(bytes.size(), held);
+        // It goes on once there is room.
+        QVERIFY(wait_for([&] {
+            reader->take(bytes);
+            return bytes.size() == held + size * (1 + waiting);
+        }));
+    }
+
+    void bytes_come_in_sight_16_KiB_at_a_time()
+    {
+        const QTemporaryDir directory;
+        const QByteArray path = directory.filePath(QStringLiteral("fifo")).toUtf8();
+        QCOMPARE(mkfifo(path.constData(), 0600), 0);
+        auto* port = new Threaded_serial_port;
+        port->open(path.constData());
+        QVector<int> sizes;
+        connect(port, &QIODevice::readyRead, port, [&] { sizes.append(take_in_sight(*port)); });
+        const QByteArray bytes(40000, 'b');
+        QCOMPARE(::write(port->handle(), bytes.constData(), std::size_t(bytes.size())),
+                 ssize_t{bytes.size()});
+        // All but its last read is with the reader before the port hears of any.
+        int left = bytes.size();
+        for (const QDeadlineTimer deadline(patience_ms); left > 0 && !deadline.hasExpired();)
+            QCOMPARE(ioctl(port->handle(), FIONREAD, &left), 0);
+        QVERIFY(sizes.isEmpty());
+        QVERIFY(wait_for([&] { return sizes.size() >= 2; }));
+        QCOMPARE(sizes.mid(0, 2), (QVector<int>{16384, 16384}));
+        port->disconnect();
+    }
+
     void flood_comes_in_turns_and_is_bounded()
     {
         const Pty pty;
         auto* port = open_port(pty);
         int turns = 0;
-        qint64 most = 0;
+        int most = 0;
         qint64 total = 0;
         QVERIFY(port->isOpen());
-        class Peek : public Threaded_serial_port {
-        public:
-            using Threaded_serial_port::received_size;
-        };
         connect(port, &QIODevice::readyRead, port, [&] {
             ++turns;
-            const qint64 in_sight = (port->*(&Peek::received_size))();
-            most = std::max(most, in_sight);
-            QByteArray bytes(int(in_sight), '\0');
-            total += port->read(bytes.data(), bytes.size());
+            const int taken = take_in_sight(*port);
+            most = std::max(most, taken);
+            total += taken;
         });
         constexpr qint64 size = 300000;
         std::thread sender([&pty] {

@@ -311,7 +311,7 @@ private Q_SLOTS:
         }));
     }
 
-    void bytes_come_in_sight_16_KiB_at_a_time()
+    void bytes_come_in_sight_16_kib_at_a_time()
     {
         const QTemporaryDir directory;
         const QByteArray path = directory.filePath(QStringLiteral("fifo")).toUtf8();

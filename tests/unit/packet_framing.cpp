@@ -247,6 +247,16 @@ private Q_SLOTS:
         }
     }
 
+    void arguments_are_0_unless_given()
+    {
+        Loopback_link link;
+        link.send_message(0x01);
+        QCOMPARE(link.written, QVector<QByteArray>{hex("18ef78590100000000000000d9")});
+        link.timeout();
+        link.send_message(0x01, 2, 3, 4, 5, 6, 7, 8);
+        QCOMPARE(link.written.value(1), hex("18ef78590102030405060708fc"));
+    }
+
     void one_request_at_a_time()
     {
         Loopback_link link;

@@ -192,6 +192,17 @@ private Q_SLOTS:
         QCOMPARE(device.lines_set, QVector<int>{TIOCM_RTS});
     }
 
+    void settings_begin_as_9600_8n1_with_hardware_flow_control()
+    {
+        const Serial_settings settings;
+        QCOMPARE(settings.baud, 9600U);
+        QCOMPARE(settings.format.data_bits, 8U);
+        QCOMPARE(settings.format.stop_bits, 1U);
+        QCOMPARE(settings.format.parity, 0U);
+        QCOMPARE(settings.flow.mode, 1U);
+        QCOMPARE(settings.flow.dtr + settings.flow.rts + settings.flow.cts + settings.flow.dsr, 0);
+    }
+
     void everything_at_once()
     {
         Serial_settings all;

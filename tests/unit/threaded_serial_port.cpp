@@ -17,6 +17,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/ioctl.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -240,6 +241,37 @@ private Q_SLOTS:
             QVERIFY(QTest::qWaitFor([&] { return received.size() >= sent.size(); }, patience_ms));
         }
         QCOMPARE(received, sent);
+    }
+
+    void writer_writes_13_bytes_at_a_time_and_counts_them()
+    {
+        int ends[2];
+        QCOMPARE(socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends), 0);
+        auto* writer = new Threaded_serial_port_writer;
+        std::mutex mutex;
+        QVector<int> counts;
+        connect(
+            writer, &Threaded_serial_port_writer::bytes_tx, writer,
+            [&](int count) {
+                const std::lock_guard<std::mutex> guard(mutex);
+                counts.append(count);
+            },
+            Qt::DirectConnection);
+        const auto counts_are = [&](const QVector<int>& wanted) {
+            const std::lock_guard<std::mutex> guard(mutex);
+            return counts == wanted;
+        };
+        writer->set_descriptor(ends[0]);
+        writer->start();
+        QVERIFY(wait_for([&] { return counts_are({0}); }));
+        writer->append("abcdefghijklmnopqrstuvwxyz1234", 30);
+        QVERIFY(wait_for([&] { return counts_are({0, 30}); }));
+        for (const char* piece : {"abcdefghijklm", "nopqrstuvwxyz", "1234"}) {
+            char bytes[64];
+            const ssize_t count = ::recv(ends[1], bytes, sizeof bytes, 0);
+            QCOMPARE(QByteArray(bytes, int(count)), QByteArray(piece));
+        }
+        writer->disconnect();
     }
 
     /// What a reader tells of, each time that it has something to tell, when so much is there from

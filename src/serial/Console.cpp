@@ -107,8 +107,8 @@ void Console::open()
     }
     if (same_file(STDOUT_FILENO, STDERR_FILENO))
         err_.collector_ = &out_;
-    out_.open_pipe_anew();
-    err_.open_pipe_anew();
+    out_.open_anew();
+    err_.open_anew();
 }
 
 void Console::flush()
@@ -181,16 +181,20 @@ void Text_stream::append_in_parts(std::string_view text)
     }
 }
 
-/// Leads a pipe's text through an opening of its own, which does not block: it takes as much at a
-/// time as the pipe has room for. Those who share the pipe keep their opening as it is.
-void Text_stream::open_pipe_anew()
+/// Leads the text to a pipe or a terminal through an opening of its own, which does not block: it
+/// takes as much at a time as there is room for. Those who share the file keep their opening as it
+/// is.
+void Text_stream::open_anew()
 {
     struct stat status;
-    if (fstat(descriptor_, &status) != 0 || !S_ISFIFO(status.st_mode))
+    if (fstat(descriptor_, &status) != 0)
+        return;
+    const bool can_stall = S_ISFIFO(status.st_mode) || isatty(descriptor_) == 1;
+    if (!can_stall)
         return;
     const std::string path = "/proc/self/fd/" + std::to_string(descriptor_);
     const int flags = fcntl(descriptor_, F_GETFL);
-    const int opened = ::open(path.c_str(), flags | O_NONBLOCK | O_CLOEXEC);
+    const int opened = ::open(path.c_str(), flags | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
     if (opened < 0)
         return;
     descriptor_ = opened;

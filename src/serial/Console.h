@@ -59,7 +59,7 @@ private:
     void append(std::string_view text);
     void append_in_parts(std::string_view text);
     void end_line();
-    void open_pipe_anew();
+    void open_anew();
     bool wait_until_writable();
 
     static constexpr std::size_t capacity = 32768;

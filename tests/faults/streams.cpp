@@ -1,0 +1,160 @@
+// Standard streams that are closed, limited, or led to somebody who does not read.
+
+#include "Terminal.h"
+
+#include <QElapsedTimer>
+#include <QFile>
+
+#include <csignal>
+
+#include <fcntl.h>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+class Streams : public QObject {
+    Q_OBJECT
+
+private:
+    static bool ends_cleanly(Terminal& terminal)
+    {
+        terminal.daemon.signal(SIGTERM);
+        return terminal.daemon.wait_for_end() && terminal.daemon.exit_status() == 0 &&
+               terminal.log.lines().filter(QStringLiteral("Exiting")).size() == 1;
+    }
+
+    /// Starts it by a shell script, of which $0 is the program and $1 the device.
+    static void start_by(const QString& script, Terminal& terminal)
+    {
+        terminal.daemon.start_program(QStringLiteral("/bin/sh"), terminal.root.path(),
+                                      terminal.bus.address(),
+                                      {QStringLiteral("-c"), script, Daemon_process::test_program(),
+                                       terminal.controller.device()});
+    }
+
+    static QString serial_number(Terminal& terminal)
+    {
+        return terminal.get(QStringLiteral("version/serial_number"), QStringLiteral("get"))
+            .toString();
+    }
+
+    /// The master of a new pseudo terminal, and its other side.
+    static std::pair<int, int> make_terminal()
+    {
+        const int master = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
+        if (master < 0 || grantpt(master) != 0 || unlockpt(master) != 0)
+            qFatal("no pseudo terminal");
+        return {master, ::open(ptsname(master), O_RDWR | O_NOCTTY | O_CLOEXEC)};
+    }
+
+    static std::pair<int, int> make_sockets()
+    {
+        int ends[2];
+        if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0)
+            qFatal("no sockets");
+        const int size = 16384;
+        setsockopt(ends[1], SOL_SOCKET, SO_SNDBUF, &size, sizeof size);
+        return {ends[0], ends[1]};
+    }
+
+    /// Waits until no more text comes, for now.
+    static void wait_until_still(int reader)
+    {
+        int before = 0;
+        QElapsedTimer since;
+        since.start();
+        wait_for([&] {
+            int waiting = 0;
+            ioctl(reader, FIONREAD, &waiting);
+            if (waiting != before)
+                since.start();
+            before = waiting;
+            return waiting > 0 && since.hasExpired(200);
+        });
+    }
+
+private Q_SLOTS:
+    /// No file that is opened later gets the number of one, and no text reaches the line.
+    void closed_at_the_start_data()
+    {
+        QTest::addColumn<QString>("closed");
+        QTest::newRow("input") << "<&-";
+        QTest::newRow("output") << ">&-";
+        QTest::newRow("errors") << "2>&-";
+        QTest::newRow("input and output") << "<&- >&-";
+        QTest::newRow("input and errors") << "<&- 2>&-";
+        QTest::newRow("output and errors") << ">&- 2>&-";
+        QTest::newRow("all") << "<&- >&- 2>&-";
+    }
+    void closed_at_the_start()
+    {
+        QFETCH(const QString, closed);
+        Terminal terminal;
+        start_by(QStringLiteral("exec \"$0\" --port \"$1\" ") + closed, terminal);
+        QVERIFY(terminal.wait_until_started());
+        QCOMPARE(serial_number(terminal), QStringLiteral("1234\n"));
+        QVERIFY(ends_cleanly(terminal));
+        QVERIFY(wait_for([&] { return terminal.controller.has_received("3500"); }));
+        QCOMPARE(terminal.controller.received().size(), terminal.controller.requests().size() * 13);
+    }
+
+    /// What is written beyond the limit is a signal to the process and an error to the call.
+    void files_may_not_grow()
+    {
+        Terminal terminal;
+        start_by(QStringLiteral("ulimit -f 4; exec \"$0\" --port \"$1\" >\"$DOV_TEST_ROOT/text\""),
+                 terminal);
+        QVERIFY(terminal.wait_until_started());
+        QCOMPARE(serial_number(terminal), QStringLiteral("1234\n"));
+        QVERIFY(ends_cleanly(terminal));
+        QFile text(terminal.root.path(QStringLiteral("text")));
+        QVERIFY(text.open(QIODevice::ReadOnly));
+        QVERIFY(text.readAll().startsWith("Bah\n"));
+    }
+
+    /// The text waits for who would read it; the end does not. How much room is left when the
+    /// writer has to stop depends on what it has written before.
+    void output_that_nobody_reads_data()
+    {
+        QTest::addColumn<bool>("is_terminal");
+        QTest::addColumn<int>("frames");
+        QTest::newRow("socket") << false << 100;
+        for (const int frames : {68, 136, 153, 221, 323, 391, 408, 425})
+            QTest::addRow("terminal, %d frames", frames) << true << frames;
+    }
+    void output_that_nobody_reads()
+    {
+        QFETCH(const bool, is_terminal);
+        QFETCH(const int, frames);
+        const auto [reader, output] = is_terminal ? make_terminal() : make_sockets();
+        Terminal terminal;
+        terminal.daemon.redirect(STDOUT_FILENO, output);
+        terminal.daemon.redirect(STDERR_FILENO, output);
+        terminal.launch();
+        QVERIFY(wait_for([&] { return !terminal.log.lines().isEmpty(); }));
+        for (int i = 0; i < frames; ++i)
+            terminal.controller.send(QByteArray::fromHex("1000"));
+        wait_until_still(reader);
+        terminal.daemon.signal(SIGTERM);
+        QVERIFY(terminal.daemon.wait_for_end());
+        QCOMPARE(terminal.daemon.exit_status(), 0);
+        ::close(reader);
+        ::close(output);
+    }
+
+    void reader_of_the_output_goes()
+    {
+        const auto [reader, output] = make_sockets();
+        Terminal terminal;
+        terminal.daemon.redirect(STDOUT_FILENO, output);
+        terminal.launch();
+        ::close(reader);
+        QVERIFY(terminal.wait_until_started());
+        QCOMPARE(serial_number(terminal), QStringLiteral("1234\n"));
+        QVERIFY(ends_cleanly(terminal));
+        ::close(output);
+    }
+};
+
+QTEST_GUILESS_MAIN(Streams)
+#include "streams.moc"

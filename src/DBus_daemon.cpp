@@ -3,6 +3,7 @@
 #include "Console.h"
 #include "Dispatch.h"
 #include "Interface_base.h"
+#include "Main_thread_bus.h"
 #include "Message_id.h"
 #include "Object_table.h"
 #include "Paths.h"
@@ -95,6 +96,7 @@ void DBus_daemon::run()
     if (!walk_options(count_, arguments_, handler))
         return;
     QDBusConnection::systemBus().registerService(QStringLiteral("com.quorin.system"));
+    bus_ = std::make_unique<Main_thread_bus>();
     open_link();
     connect(this, &QCoreApplication::aboutToQuit, this, &DBus_daemon::handle_quit);
     create_objects(this);
@@ -277,6 +279,7 @@ void DBus_daemon::send_periodic_cmds()
 void DBus_daemon::handle_quit()
 {
     Console::out() << "Quiting\n";
+    bus_.reset(); // QtDBus waits for its own thread when an object is deleted
     devices_ = {};
     while (!objects_.isEmpty())
         delete objects_.takeFirst();

@@ -14,6 +14,7 @@
 #include <memory>
 
 class Interface_base;
+class Main_thread_bus;
 class Power_controller_interface;
 class QSocketNotifier;
 class QTimer;
@@ -134,6 +135,7 @@ private:
     QMutex exit_mutex_;
     quint32 exiting_ = 0;
     QSocketNotifier* quit_notifier_ = nullptr;
+    std::unique_ptr<Main_thread_bus> bus_; ///< while the objects are on it
 };
 
 /// The process's daemon, null until the entry point has made it.

@@ -75,8 +75,9 @@ bool Interface_base::is_powered_in(int state) const
 
 void Interface_base::register_object()
 {
-    QDBusConnection::systemBus().registerObject(*path_, holder(), QDBusConnection::ExportAdaptors);
-    relay_ = std::make_unique<Signal_relay>(this, *path_);
+    if (QDBusConnection::systemBus().registerObject(*path_, holder(),
+                                                    QDBusConnection::ExportAdaptors))
+        relay_ = std::make_unique<Signal_relay>(this, *path_);
 }
 
 void Interface_base::send(const Message& command) const

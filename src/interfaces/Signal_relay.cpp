@@ -1,27 +1,57 @@
 #include "Signal_relay.h"
 
+#include "Main_thread_bus.h"
+
 #include <QDBusAbstractAdaptor>
 #include <QMetaClassInfo>
 #include <QMetaMethod>
 
+#include <dbus/dbus.h>
+
 namespace {
 
-constexpr uint signals_between_waits = 1024;
-constexpr int bus_patience_ms = 5000;
+using Message = std::shared_ptr<DBusMessage>;
 
-/// Waits until the bus has taken everything that was sent to it.
-void wait_for_bus(const QDBusConnection& bus)
+void append(DBusMessage* message, int type, const void* value)
 {
-    bus.call(QDBusMessage::createMethodCall(
-                 QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
-                 QStringLiteral("org.freedesktop.DBus.Peer"), QStringLiteral("Ping")),
-             QDBus::Block, bus_patience_ms);
+    dbus_message_append_args(message, type, value, DBUS_TYPE_INVALID);
+}
+
+/// Appends an argument of a signal: `value` points at one of the QMetaType `type`.
+void append_argument(DBusMessage* message, int type, const void* value)
+{
+    switch (type) {
+    case QMetaType::Bool: {
+        const dbus_bool_t flag = *static_cast<const bool*>(value) ? TRUE : FALSE;
+        append(message, DBUS_TYPE_BOOLEAN, &flag);
+        break;
+    }
+    case QMetaType::UChar:
+        append(message, DBUS_TYPE_BYTE, value);
+        break;
+    case QMetaType::Int:
+        append(message, DBUS_TYPE_INT32, value);
+        break;
+    case QMetaType::UInt:
+        append(message, DBUS_TYPE_UINT32, value);
+        break;
+    case QMetaType::Double:
+        append(message, DBUS_TYPE_DOUBLE, value);
+        break;
+    case QMetaType::QString: {
+        const QByteArray utf8 = static_cast<const QString*>(value)->toUtf8();
+        const char* const text = utf8.constData();
+        append(message, DBUS_TYPE_STRING, &text);
+        break;
+    }
+    default:
+        qFatal("no argument of a signal: %s", QMetaType::typeName(type));
+    }
 }
 
 } // namespace
 
 Signal_relay::Signal_relay(QDBusAbstractAdaptor* adaptor, const QString& path)
-    : bus_(QDBusConnection::systemBus())
 {
     for (QObject* sibling : adaptor->parent()->children())
         disconnect(adaptor, nullptr, sibling, nullptr); // the relay that comes with an adaptor
@@ -41,7 +71,11 @@ int Signal_relay::qt_metacall(QMetaObject::Call call, int id, void** arguments)
     const int index = QObject::qt_metacall(call, id, arguments);
     if (index < 0 || call != QMetaObject::InvokeMetaMethod)
         return index;
-    send(signals_[index], arguments);
+    const Signal& signal = signals_[index];
+    const Message message(dbus_message_copy(signal.message.get()), dbus_message_unref);
+    for (int i = 0; i < signal.types.size(); ++i)
+        append_argument(message.get(), signal.types[i], arguments[i + 1]); // [0] is the result
+    Main_thread_bus::send(message.get());
     return -1;
 }
 
@@ -51,22 +85,11 @@ void Signal_relay::connect_signal(QDBusAbstractAdaptor* adaptor, int index, cons
     const QMetaMethod method = adaptor->metaObject()->method(index);
     Signal& signal = signals_[index];
     signal.message =
-        QDBusMessage::createSignal(path, interface, QString::fromLatin1(method.name()));
+        Message(dbus_message_new_signal(path.toUtf8().constData(), interface.toUtf8().constData(),
+                                        method.name().constData()),
+                dbus_message_unref);
     for (int i = 0; i < method.parameterCount(); ++i)
         signal.types.append(method.parameterType(i));
     QMetaObject::connect(adaptor, index, this, QObject::staticMetaObject.methodCount() + index,
                          Qt::DirectConnection);
-}
-
-void Signal_relay::send(Signal& signal, void** arguments)
-{
-    static uint sent = 0;
-    QVariantList values;
-    values.reserve(signal.types.size());
-    for (int i = 0; i < signal.types.size(); ++i)
-        values.append(QVariant(signal.types[i], arguments[i + 1])); // [0] is the result
-    signal.message.setArguments(values);
-    bus_.send(signal.message);
-    if (++sent % signals_between_waits == 0)
-        wait_for_bus(bus_);
 }

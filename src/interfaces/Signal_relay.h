@@ -1,22 +1,22 @@
 #pragma once
 
-#include <QDBusConnection>
-#include <QDBusMessage>
 #include <QObject>
 #include <QString>
 #include <QVector>
 
+#include <memory>
+
+struct DBusMessage;
 class QDBusAbstractAdaptor;
 
 /// Sends an adaptor's signals to the bus, from the one path at which the adaptor is registered.
 ///
 /// Takes the place of the relay that comes with an adaptor, which looks through every registered
-/// path for the object anew at each signal. The adaptor's signals stay ordinary Qt signals.
+/// path for the object anew at each signal, and builds each message from its parts. The adaptor's
+/// signals stay ordinary Qt signals. So that messages cannot pile up without limit, a signal waits
+/// for the bus when too many wait already.
 ///
-/// Signals leave by way of the bus connection's own thread. So that they cannot pile up there
-/// without limit, every 1024th waits until the bus has taken those before it.
-///
-/// Thread: main.
+/// Thread: main, with the bus in it (Main_thread_bus).
 class Signal_relay : public QObject {
 public:
     /// `adaptor`, registered already, is the only adaptor of its parent and outlives the relay.
@@ -27,14 +27,12 @@ public:
 
 private:
     struct Signal {
-        QDBusMessage message; ///< sent again and again, each time with other arguments
-        QVector<int> types;   ///< of its arguments, by QMetaType
+        std::shared_ptr<DBusMessage> message; ///< without arguments; copied for each sending
+        QVector<int> types;                   ///< of the arguments, by QMetaType
     };
 
     void connect_signal(QDBusAbstractAdaptor* adaptor, int index, const QString& path,
                         const QString& interface);
-    void send(Signal& signal, void** arguments);
 
-    QDBusConnection bus_;
     QVector<Signal> signals_; ///< by index among the adaptor's methods; other methods are empty
 };

@@ -61,6 +61,7 @@ private:
     QStringList log() { return world_.lines(); }
 
 private Q_SLOTS:
+    void initTestCase() { QVERIFY(!world_.daemon->firmware_detection_done()); }
     void init()
     {
         make<UID_version_interface>(Device_object::unique_device_id);

@@ -3,9 +3,6 @@
 #include <QHash>
 #include <QProcess>
 
-#include <future>
-#include <mutex>
-
 namespace {
 
 constexpr int patience_ms = 30000;
@@ -15,47 +12,48 @@ QString text_up_to_nul(const QByteArray& bytes)
     return QString::fromUtf8(bytes.constData());
 }
 
-/// One at a time: forks of a process with threads wait for each other's locks.
-void start_alone(QProcess& process, QStringList words)
+/// Never deleted: deleting one whose command does not end would wait for it.
+QProcess* start_process(const QString& command)
 {
-    static std::mutex mutex;
-    const std::lock_guard<std::mutex> guard(mutex);
-    process.start(words.isEmpty() ? QString() : words.takeFirst(), words);
+    QStringList words = QProcess::splitCommand(command);
+    auto* process = new QProcess;
+    process->start(words.isEmpty() ? QString() : words.takeFirst(), words);
+    return process;
 }
 
-QString run_command(const QString& command)
+/// Waits for the command's end.
+QString text_of(QProcess& process)
 {
-    // Never deleted: deleting one whose command does not end would wait for it again.
-    auto* process = new QProcess;
-    start_alone(*process, QProcess::splitCommand(command));
-    process->waitForStarted(patience_ms);
-    if (!process->waitForFinished(patience_ms))
+    process.waitForStarted(patience_ms);
+    if (!process.waitForFinished(patience_ms)) {
+        // What it prints from now on is not kept.
+        process.closeReadChannel(QProcess::StandardOutput);
+        process.closeReadChannel(QProcess::StandardError);
         return QStringLiteral("failed to run cmd\n");
-    const QByteArray output = process->readAllStandardOutput();
-    const QByteArray errors = process->readAllStandardError();
+    }
+    const QByteArray output = process.readAllStandardOutput();
+    const QByteArray errors = process.readAllStandardError();
     return text_up_to_nul(errors.isEmpty() ? output : errors);
 }
 
-/// The texts that are on their way, by the command.
-QHash<QString, std::shared_future<QString>>& started_texts()
+/// Those that nobody waits for yet, by the command.
+QHash<QString, QProcess*>& started_processes()
 {
-    static QHash<QString, std::shared_future<QString>> texts;
-    return texts;
+    static QHash<QString, QProcess*> processes;
+    return processes;
 }
 
 } // namespace
 
 void Cmd_version_interface::start(const QString& command)
 {
-    // Deferred where no thread can be made: the object that is made with it runs the command.
-    constexpr auto policy = std::launch::async | std::launch::deferred;
-    started_texts().insert(command, std::async(policy, run_command, command));
+    started_processes().insert(command, start_process(command));
 }
 
 Cmd_version_interface::Cmd_version_interface(DBus_daemon* owner, const QString& command,
                                              const QString& path)
     : Version_interface(owner, path)
 {
-    const std::shared_future<QString> text = started_texts().take(command);
-    set_text(text.valid() ? text.get() : run_command(command));
+    QProcess* const started = started_processes().take(command);
+    set_text(text_of(started != nullptr ? *started : *start_process(command)));
 }

@@ -10,8 +10,8 @@
 class Cmd_version_interface : public Version_interface {
     Q_OBJECT
 public:
-    /// Runs a command in a thread of its own, for the object that is going to be made with it: the
-    /// daemon does something else meanwhile. Without it the object runs the command itself.
+    /// Starts a command for the object that is going to be made with it: the daemon does something
+    /// else meanwhile. Without it the object starts the command itself.
     static void start(const QString& command);
 
     /// `command` is split at blanks; double quotes keep words together.

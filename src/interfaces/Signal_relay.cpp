@@ -10,8 +10,6 @@
 
 namespace {
 
-using Message = std::shared_ptr<DBusMessage>;
-
 void append(DBusMessage* message, int type, const void* value)
 {
     dbus_message_append_args(message, type, value, DBUS_TYPE_INVALID);
@@ -52,17 +50,17 @@ void append_argument(DBusMessage* message, int type, const void* value)
 } // namespace
 
 Signal_relay::Signal_relay(QDBusAbstractAdaptor* adaptor, const QString& path)
+    : path_(path.toUtf8())
 {
     for (QObject* sibling : adaptor->parent()->children())
         disconnect(adaptor, nullptr, sibling, nullptr); // the relay that comes with an adaptor
 
     const QMetaObject* meta = adaptor->metaObject();
-    const QString interface =
-        QString::fromLatin1(meta->classInfo(meta->indexOfClassInfo("D-Bus Interface")).value());
+    interface_ = meta->classInfo(meta->indexOfClassInfo("D-Bus Interface")).value();
     signals_.resize(meta->methodCount());
     for (int i = QDBusAbstractAdaptor::staticMetaObject.methodCount(); i < signals_.size(); ++i) {
         if (meta->method(i).methodType() == QMetaMethod::Signal)
-            connect_signal(adaptor, i, path, interface);
+            connect_signal(adaptor, i);
     }
 }
 
@@ -71,25 +69,32 @@ int Signal_relay::qt_metacall(QMetaObject::Call call, int id, void** arguments)
     const int index = QObject::qt_metacall(call, id, arguments);
     if (index < 0 || call != QMetaObject::InvokeMetaMethod)
         return index;
-    const Signal& signal = signals_[index];
-    const Message message(dbus_message_copy(signal.message.get()), dbus_message_unref);
+    Signal& signal = signals_[index];
+    if (signal.message == nullptr)
+        prepare(signal);
+    DBusMessage* const message = dbus_message_copy(signal.message.get());
     for (int i = 0; i < signal.types.size(); ++i)
-        append_argument(message.get(), signal.types[i], arguments[i + 1]); // [0] is the result
-    Main_thread_bus::send(message.get());
+        append_argument(message, signal.types[i], arguments[i + 1]); // [0] is the result
+    Main_thread_bus::send(message);
+    dbus_message_unref(message);
     return -1;
 }
 
-void Signal_relay::connect_signal(QDBusAbstractAdaptor* adaptor, int index, const QString& path,
-                                  const QString& interface)
+void Signal_relay::connect_signal(QDBusAbstractAdaptor* adaptor, int index)
 {
     const QMetaMethod method = adaptor->metaObject()->method(index);
     Signal& signal = signals_[index];
-    signal.message =
-        Message(dbus_message_new_signal(path.toUtf8().constData(), interface.toUtf8().constData(),
-                                        method.name().constData()),
-                dbus_message_unref);
+    signal.name = method.name();
     for (int i = 0; i < method.parameterCount(); ++i)
         signal.types.append(method.parameterType(i));
     QMetaObject::connect(adaptor, index, this, QObject::staticMetaObject.methodCount() + index,
                          Qt::DirectConnection);
+}
+
+/// Done when the signal is first sent: most never are, and the start has to be quick.
+void Signal_relay::prepare(Signal& signal) const
+{
+    signal.message.reset(
+        dbus_message_new_signal(path_.constData(), interface_.constData(), signal.name.constData()),
+        dbus_message_unref);
 }

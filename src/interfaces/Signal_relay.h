@@ -27,12 +27,16 @@ public:
 
 private:
     struct Signal {
-        std::shared_ptr<DBusMessage> message; ///< without arguments; copied for each sending
+        QByteArray name;
         QVector<int> types;                   ///< of the arguments, by QMetaType
+        std::shared_ptr<DBusMessage> message; ///< without arguments; copied for each sending
     };
 
-    void connect_signal(QDBusAbstractAdaptor* adaptor, int index, const QString& path,
-                        const QString& interface);
+    void connect_signal(QDBusAbstractAdaptor* adaptor, int index);
+    void prepare(Signal& signal) const;
+
+    QByteArray path_;
+    QByteArray interface_;
 
     QVector<Signal> signals_; ///< by index among the adaptor's methods; other methods are empty
 };

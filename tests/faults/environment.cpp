@@ -106,19 +106,6 @@ private Q_SLOTS:
         QCOMPARE(terminal.daemon.exit_status(), 0);
     }
 
-    /// The commands run one after the other then.
-    void no_threads_for_the_commands()
-    {
-#ifdef DOV_FAILING_THREADS
-        Terminal terminal;
-        terminal.daemon.set_environment(QStringLiteral("LD_PRELOAD"),
-                                        QStringLiteral(DOV_FAILING_THREADS));
-        terminal.start();
-        QCOMPARE(serial_number(terminal), QStringLiteral("1234\n"));
-        QVERIFY(ends_cleanly(terminal));
-#endif
-    }
-
     void arguments_that_are_no_text_are_echoed_as_they_are()
     {
         Terminal terminal;

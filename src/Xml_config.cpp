@@ -4,7 +4,22 @@
 #include <QFileInfo>
 #include <QXmlStreamReader>
 
+#include <algorithm>
+
 namespace {
+
+/// Whether it stays within the limits even if it is nothing but references to its longest entity.
+bool may_expand(const QXmlStreamReader& reader, int size)
+{
+    constexpr int shortest_reference = 3;
+    qint64 longest = 0;
+    for (const QXmlStreamEntityDeclaration& entity : reader.entityDeclarations()) {
+        const bool refers = entity.value().contains(QLatin1Char('&'));
+        longest = std::max<qint64>(longest,
+                                   refers ? reader.entityExpansionLimit() : entity.value().size());
+    }
+    return size / shortest_reference * longest <= max_expanded_config;
+}
 
 bool is_within_limits(const QByteArray& bytes)
 {
@@ -14,6 +29,8 @@ bool is_within_limits(const QByteArray& bytes)
     while (!reader.atEnd()) {
         const auto token = reader.readNext();
         if (token == QXmlStreamReader::StartElement && ++depth > max_config_depth)
+            return false;
+        if (token == QXmlStreamReader::DTD && !may_expand(reader, bytes.size()))
             return false;
         if (token == QXmlStreamReader::EndElement)
             --depth;

@@ -9,9 +9,10 @@
 /// Reading of the XML configuration files, shared by both.
 
 /// What a configuration file may be: beyond these it is no configuration of this system's, and
-/// reading it would cost the memory and the stack of the daemon.
-constexpr int max_config_size = 1024 * 1024; ///< bytes
-constexpr int max_config_depth = 100;        ///< nested elements
+/// reading it would cost the memory, the stack or, by very many attributes, the time of the daemon.
+constexpr int max_config_size = 64 * 1024;       ///< bytes
+constexpr int max_config_depth = 100;            ///< nested elements
+constexpr int max_expanded_config = 1024 * 1024; ///< characters, with all entities in their place
 
 enum Load_result : int {
     config_loaded = 0,

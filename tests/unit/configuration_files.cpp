@@ -143,8 +143,21 @@ private Q_SLOTS:
         QCOMPARE(result(nested(100)), 0);
         QCOMPARE(result(nested(101)), -2);
         QCOMPARE(result("<power>" + QByteArray("<a></a>").repeated(200) + "</power>"), 0);
-        QCOMPARE(result(filled(1024 * 1024)), 0);
-        QCOMPARE(result(filled(1024 * 1024 + 1)), -2);
+        QCOMPARE(result(filled(64 * 1024)), 0);
+        QCOMPARE(result(filled(64 * 1024 + 1)), -2);
+
+        const auto with_entity = [](int length, int size) {
+            const QByteArray start =
+                "<!DOCTYPE power [<!ENTITY a \"" + QByteArray(length, 'x') + "\">]><power>";
+            return start + QByteArray(size - start.size() - 8, ' ') + "</power>";
+        };
+        // A thousandth of what the file could hold, 1024 times as long.
+        QCOMPARE(result(with_entity(1024, 3 * 1024)), 0);
+        QCOMPARE(result(with_entity(1025, 3 * 1024)), -2);
+        QCOMPARE(result(with_entity(1024, 3 * 1025)), -2);
+        const QByteArray referring = "<!DOCTYPE power [<!ENTITY a \"&b;\">]><power>";
+        QCOMPARE(result(referring + QByteArray(700, ' ') + "</power>"), 0);
+        QCOMPARE(result(referring + QByteArray(800, ' ') + "</power>"), -2);
     }
 
     void lookup_does_not_go_back()

@@ -93,12 +93,23 @@ std::tuple<int, QString> parse_error(QFile& file)
     return {0, root};
 }
 
+QString beyond_limits()
+{
+    return QStringLiteral("it is larger than %1 bytes, nested deeper than %2 elements, or could be "
+                          "larger than %3 characters with its entities")
+        .arg(max_config_size)
+        .arg(max_config_depth)
+        .arg(max_expanded_config);
+}
+
 /// Why the daemon does not take a file.
 Problem load_problem(Problem_kind kind, const QString& path, int result, const char* root)
 {
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly))
         return {kind, path, 0, QStringLiteral("it cannot be opened: ") + file.errorString()};
+    if (file.size() > max_config_size)
+        return {kind, path, 0, beyond_limits()};
     const auto [line, text] = parse_error(file);
     if (line != 0)
         return {kind, path, line, text};
@@ -107,10 +118,7 @@ Problem load_problem(Problem_kind kind, const QString& path, int result, const c
                 QStringLiteral("its root element is <%1>, not <%2>")
                     .arg(on_one_line(text), QLatin1String(root))};
     }
-    return {kind, path, 0,
-            QStringLiteral("it is larger than %1 bytes or nested deeper than %2 elements")
-                .arg(max_config_size)
-                .arg(max_config_depth)};
+    return {kind, path, 0, beyond_limits()};
 }
 
 void add_unless_recognised(QVector<Problem>& problems, const QString& file, const QString& entry,

@@ -5,6 +5,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QSet>
 
 namespace {
 
@@ -13,6 +14,18 @@ QStringList media_in(const QString& path)
     return QDir(path).entryList({QStringLiteral("usb*")},
                                 QDir::Dirs | QDir::Files | QDir::Drives | QDir::CaseSensitive,
                                 QDir::Name | QDir::IgnoreCase);
+}
+
+/// Those of `wanted` that are not among `names`, in their order.
+QStringList missing_in(const QStringList& names, const QStringList& wanted)
+{
+    const QSet<QString> present(names.begin(), names.end());
+    QStringList missing;
+    for (const QString& name : wanted) {
+        if (!present.contains(name))
+            missing.append(name);
+    }
+    return missing;
 }
 
 void print(const char* what, const QString& name)
@@ -39,17 +52,13 @@ void Media_interface::media_changed(const QString& path)
     const Console_batch batch;
     print("Media changed", path);
     const QStringList found = media_in(path);
-    for (const QString& name : qAsConst(known_)) {
-        if (!found.contains(name)) {
-            print("Removed", name);
-            Q_EMIT connection(path + name, false);
-        }
+    for (const QString& name : missing_in(found, known_)) {
+        print("Removed", name);
+        Q_EMIT connection(path + name, false);
     }
-    for (const QString& name : found) {
-        if (!known_.contains(name)) {
-            print("Added", name);
-            Q_EMIT connection(path + name, true);
-        }
+    for (const QString& name : missing_in(known_, found)) {
+        print("Added", name);
+        Q_EMIT connection(path + name, true);
     }
     known_ = found;
     for (const QString& name : found)

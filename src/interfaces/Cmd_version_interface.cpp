@@ -1,11 +1,14 @@
 #include "Cmd_version_interface.h"
 
+#include <QDeadlineTimer>
 #include <QHash>
 #include <QProcess>
 
 namespace {
 
 constexpr int patience_ms = 30000;
+constexpr int look_again_ms = 20;
+constexpr qint64 most_printed = 16 * 1024 * 1024; ///< bytes; more than one call could return
 
 QString text_up_to_nul(const QByteArray& bytes)
 {
@@ -21,14 +24,35 @@ QProcess* start_process(const QString& command)
     return process;
 }
 
-/// Waits for the command's end.
+qint64 printed_by(QProcess& process)
+{
+    process.setReadChannel(QProcess::StandardError);
+    const qint64 errors = process.bytesAvailable();
+    process.setReadChannel(QProcess::StandardOutput);
+    return errors + process.bytesAvailable();
+}
+
+/// Waits for the command's end; whether it comes, before too much text does.
+bool wait_for_end(QProcess& process)
+{
+    const QDeadlineTimer deadline(patience_ms);
+    while (!process.waitForFinished(look_again_ms)) {
+        if (process.state() == QProcess::NotRunning || deadline.hasExpired() ||
+            printed_by(process) > most_printed)
+            return false;
+    }
+    return true;
+}
+
 QString text_of(QProcess& process)
 {
     process.waitForStarted(patience_ms);
-    if (!process.waitForFinished(patience_ms)) {
+    if (!wait_for_end(process)) {
         // What it prints from now on is not kept.
         process.closeReadChannel(QProcess::StandardOutput);
         process.closeReadChannel(QProcess::StandardError);
+        process.readAllStandardOutput();
+        process.readAllStandardError();
         return QStringLiteral("failed to run cmd\n");
     }
     const QByteArray output = process.readAllStandardOutput();

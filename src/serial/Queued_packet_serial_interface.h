@@ -28,6 +28,9 @@ public:
     /// Empties the queue. A running response time goes on.
     virtual void clear_queue();
 
+    /// How many payloads wait, the one on the line included. Thread: any.
+    int waiting() const { return queue_.size(); }
+
 public Q_SLOTS:
     /// Gives the oldest request up and sends the next.
     void timeout();

@@ -30,6 +30,12 @@ void SendQueue::clear()
     entries_.clear();
 }
 
+int SendQueue::size() const
+{
+    const QMutexLocker locker(&mutex_);
+    return entries_.size();
+}
+
 std::optional<QByteArray> SendQueue::first() const
 {
     if (entries_.isEmpty())

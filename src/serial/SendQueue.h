@@ -22,6 +22,8 @@ public:
 
     void clear();
 
+    int size() const;
+
 private:
     std::optional<QByteArray> first() const;
 

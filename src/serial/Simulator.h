@@ -35,7 +35,8 @@ public Q_SLOTS:
     /// Handles every request that has arrived.
     void handle_read();
 
-    /// Reports the inputs of the next tick.
+    /// Reports the inputs of the next tick, unless 10000 messages wait already: the next tick is
+    /// reported when there is room, so that the line carries the same reports.
     void handle_timeout();
 
 private:

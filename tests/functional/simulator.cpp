@@ -87,6 +87,21 @@ private Q_SLOTS:
         QVERIFY(wait_for([this] { return terminal().daemon.output().endsWith("8:01\n"); }));
     }
 
+    /// Reports come as fast as the event loop turns and leave three a second.
+    void reports_that_wait_do_not_fill_the_memory()
+    {
+        start();
+        for (int i = 0; i < 100; ++i)
+            ask("350000");
+        const auto timers = [this] { return terminal().daemon.output().count("Request digest\n"); };
+        QVERIFY(wait_for([&] { return timers() == 100; }));
+        QVERIFY(wait_for([this] { return terminal().controller.requests().size() >= 5; }));
+        QFile status(QStringLiteral("/proc/%1/statm").arg(terminal().daemon.pid()));
+        QVERIFY(status.open(QIODevice::ReadOnly));
+        const int resident_pages = status.readAll().split(' ')[1].toInt();
+        QVERIFY2(resident_pages < 16 * 1024, qPrintable(QString::number(resident_pages)));
+    }
+
     void controllers_own_addresses_are_not_reported()
     {
         start();

@@ -106,7 +106,7 @@ private Q_SLOTS:
                    "<power>", "<power " +
                                   [] {
                                       QByteArray all;
-                                      for (int i = 0; i < 6000; ++i)
+                                      for (int i = 0; i < 4000; ++i)
                                           all += "a" + QByteArray::number(i) + "=\"\" ";
                                       return all;
                                   }() +

@@ -21,8 +21,31 @@ bool may_expand(const QXmlStreamReader& reader, int size)
     return size / shortest_reference * longest <= max_expanded_config;
 }
 
+/// Whether no piece of markup has more than the quotes of so many attributes. Looked at before
+/// anything else: the reader compares each two of an element.
+bool has_few_attributes(const QByteArray& bytes)
+{
+    int quotes = 0;
+    for (const char character : bytes) {
+        if (character == '<')
+            quotes = 0;
+        else if (character == '"' || character == '\'')
+            ++quotes;
+        if (quotes > 2 * max_config_attributes)
+            return false;
+    }
+    return true;
+}
+
+bool is_small_doctype(const QXmlStreamReader& reader, int size)
+{
+    return reader.text().size() <= max_config_doctype && may_expand(reader, size);
+}
+
 bool is_within_limits(const QByteArray& bytes)
 {
+    if (bytes.size() > max_config_size || !has_few_attributes(bytes))
+        return false;
     QXmlStreamReader reader(bytes);
     reader.setNamespaceProcessing(false);
     int depth = 0;
@@ -30,7 +53,7 @@ bool is_within_limits(const QByteArray& bytes)
         const auto token = reader.readNext();
         if (token == QXmlStreamReader::StartElement && ++depth > max_config_depth)
             return false;
-        if (token == QXmlStreamReader::DTD && !may_expand(reader, bytes.size()))
+        if (token == QXmlStreamReader::DTD && !is_small_doctype(reader, bytes.size()))
             return false;
         if (token == QXmlStreamReader::EndElement)
             --depth;
@@ -55,7 +78,7 @@ int load_xml_config(std::unique_ptr<QDomDocument>& document, const char* name, c
     if (!QFileInfo(file).isFile() || !file.open(QIODevice::ReadOnly))
         return config_not_opened;
     const QByteArray bytes = file.read(max_config_size + 1);
-    if (bytes.size() > max_config_size || !is_within_limits(bytes) || !document->setContent(bytes))
+    if (!is_within_limits(bytes) || !document->setContent(bytes))
         return config_malformed;
     if (document->documentElement().tagName() != QLatin1String(root)) {
         document.reset();

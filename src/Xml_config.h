@@ -9,9 +9,11 @@
 /// Reading of the XML configuration files, shared by both.
 
 /// What a configuration file may be: beyond these it is no configuration of this system's, and
-/// reading it would cost the memory, the stack or, by very many attributes, the time of the daemon.
-constexpr int max_config_size = 64 * 1024;       ///< bytes
+/// reading it would cost the memory, the stack or the time of the daemon.
+constexpr int max_config_size = 1024 * 1024;     ///< bytes
 constexpr int max_config_depth = 100;            ///< nested elements
+constexpr int max_config_attributes = 4096;      ///< of one element, all of which are compared
+constexpr int max_config_doctype = 64 * 1024;    ///< characters of the document type
 constexpr int max_expanded_config = 1024 * 1024; ///< characters, with all entities in their place
 
 enum Load_result : int {

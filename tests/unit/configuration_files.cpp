@@ -143,8 +143,24 @@ private Q_SLOTS:
         QCOMPARE(result(nested(100)), 0);
         QCOMPARE(result(nested(101)), -2);
         QCOMPARE(result("<power>" + QByteArray("<a></a>").repeated(200) + "</power>"), 0);
-        QCOMPARE(result(filled(64 * 1024)), 0);
-        QCOMPARE(result(filled(64 * 1024 + 1)), -2);
+        QCOMPARE(result(filled(1024 * 1024)), 0);
+        QCOMPARE(result(filled(1024 * 1024 + 1)), -2);
+
+        const auto with_attributes = [](int count) {
+            QByteArray element = "<power>\"<a ";
+            for (int i = 0; i < count; ++i)
+                element += "a" + QByteArray::number(i) + (i % 2 == 0 ? "=\"\" " : "='' ");
+            return element + "/></power>";
+        };
+        QCOMPARE(result(with_attributes(4096)), 0);
+        QCOMPARE(result(with_attributes(4097)), -2);
+        QCOMPARE(result(with_attributes(150000)), -2); // which would take minutes
+
+        const auto with_doctype = [](int length) {
+            return "<!DOCTYPE power [" + QByteArray(length - 19, ' ') + "]><power></power>";
+        };
+        QCOMPARE(result(with_doctype(64 * 1024)), 0);
+        QCOMPARE(result(with_doctype(64 * 1024 + 1)), -2);
 
         const auto with_entity = [](int length, int size) {
             const QByteArray start =

@@ -95,10 +95,13 @@ std::tuple<int, QString> parse_error(QFile& file)
 
 QString beyond_limits()
 {
-    return QStringLiteral("it is larger than %1 bytes, nested deeper than %2 elements, or could be "
-                          "larger than %3 characters with its entities")
+    return QStringLiteral("it is larger than %1 bytes, nested deeper than %2 elements, has an "
+                          "element of more than %3 attributes or a document type of more than %4 "
+                          "characters, or could be larger than %5 characters with its entities")
         .arg(max_config_size)
         .arg(max_config_depth)
+        .arg(max_config_attributes)
+        .arg(max_config_doctype)
         .arg(max_expanded_config);
 }
 

@@ -263,7 +263,7 @@ private Q_SLOTS:
         write("power.conf", "<power>" + QByteArray(200, 'x').replace("x", "<x>") +
                                 QByteArray(200, 'x').replace("x", "</x>") + "</power>");
         QCOMPARE(check(), 5);
-        QVERIFY(output_.contains("it is larger than 65536 bytes, nested deeper than 100 elements, "));
+        QVERIFY(output_.contains("it is larger than 1048576 bytes, nested deeper than 100 elements, "));
     }
 
     void without_a_file_everything_is_off()

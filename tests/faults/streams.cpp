@@ -6,10 +6,12 @@
 #include <QFile>
 
 #include <csignal>
+#include <cstdio>
 
 #include <fcntl.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
+#include <sys/un.h>
 #include <unistd.h>
 
 class Streams : public QObject {
@@ -140,6 +142,34 @@ private Q_SLOTS:
         QCOMPARE(terminal.daemon.exit_status(), 0);
         ::close(reader);
         ::close(output);
+    }
+
+    /// The daemon waits for the log, as everybody who writes to it, and nothing is lost.
+    void log_that_is_read_late()
+    {
+        constexpr int lines = 50; // more than wait for a reader
+        Terminal terminal;
+        terminal.start();
+        const QByteArray path = QFile::encodeName(terminal.root.path(QStringLiteral("log")));
+        QCOMPARE(std::rename(path.constData(), (path + ".aside").constData()), 0);
+        const int log = ::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+        sockaddr_un address{};
+        address.sun_family = AF_UNIX;
+        std::copy(path.begin(), path.end(), address.sun_path);
+        QCOMPARE(bind(log, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+        for (int i = 0; i < lines; ++i)
+            terminal.controller.send(QByteArray::fromHex("40"));
+        terminal.controller.wait_until_taken();
+        int count = 0;
+        char text[256];
+        QVERIFY(wait_for([&] {
+            while (::recv(log, text, sizeof text, 0) > 0)
+                ++count;
+            return count == lines;
+        }));
+        ::close(log);
+        QCOMPARE(std::rename((path + ".aside").constData(), path.constData()), 0);
+        QVERIFY(ends_cleanly(terminal));
     }
 
     void reader_of_the_output_goes()

@@ -2,6 +2,7 @@
 
 #include "Captured_console.h"
 #include "Loopback_link.h"
+#include "Waiting.h"
 
 #include <QElapsedTimer>
 #include <QRandomGenerator>
@@ -362,6 +363,22 @@ private Q_SLOTS:
         }
         QVERIFY(fastest_ms >= 49);
         QVERIFY(fastest_ms < 90);
+    }
+
+    void unanswered_request_gives_way_after_300_ms()
+    {
+        qint64 fastest_ms = 10000;
+        for (int i = 0; i < 20 && fastest_ms > 320; ++i) {
+            Loopback_link link;
+            QElapsedTimer clock;
+            clock.start();
+            link.send_message(0x01);
+            link.send_message(0x11);
+            QVERIFY(wait_for([&link] { return link.written.size() == 2; }));
+            fastest_ms = std::min(fastest_ms, clock.elapsed());
+        }
+        QVERIFY(fastest_ms >= 299);
+        QVERIFY(fastest_ms < 500);
     }
 
     void null_port_is_a_closed_port()

@@ -5,6 +5,7 @@
 // Each function takes the place of the one in QtCore, calls that, and announces the order it makes.
 
 #include <QMutex>
+#include <QObject>
 #include <QSemaphore>
 #include <QWaitCondition>
 
@@ -77,6 +78,51 @@ bool QWaitCondition::wait(QMutex* mutex, QDeadlineTimer deadline)
     const bool woken = qt_wait(this, mutex, deadline);
     __tsan_acquire(mutex);
     return woken;
+}
+
+namespace {
+
+/// What a thread asks another to call: in order behind the asking, and before the asking one goes
+/// on when it waits.
+class Ordered_call : public QtPrivate::QSlotObjectBase {
+public:
+    explicit Ordered_call(QSlotObjectBase* call) : QSlotObjectBase(run), call_(call) {}
+
+    static char order; ///< its address stands for that of Qt's queue of events
+
+private:
+    static void run(int which, QSlotObjectBase* base, QObject* receiver, void** arguments, bool*)
+    {
+        auto* const self = static_cast<Ordered_call*>(base);
+        __tsan_acquire(&order);
+        if (which == Call)
+            self->call_->call(receiver, arguments);
+        if (which == Destroy) {
+            self->call_->destroyIfLastRef();
+            delete self;
+        }
+        __tsan_release(&order);
+    }
+
+    QSlotObjectBase* call_;
+};
+
+char Ordered_call::order;
+
+} // namespace
+
+bool QMetaObject::invokeMethodImpl(QObject* object, QtPrivate::QSlotObjectBase* slot,
+                                   Qt::ConnectionType type, void* result)
+{
+    static const auto qt_invoke =
+        real<bool (*)(QObject*, QtPrivate::QSlotObjectBase*, Qt::ConnectionType, void*)>(
+            "_ZN11QMetaObject16invokeMethodImplEP7QObjectPN9QtPrivate15QSlotObjectBaseEN2Qt14Connec"
+            "tionTypeEPv");
+    auto* const call = new Ordered_call(slot);
+    __tsan_release(&Ordered_call::order);
+    const bool invoked = qt_invoke(object, call, type, result);
+    __tsan_acquire(&Ordered_call::order);
+    return invoked;
 }
 
 /// QProcess clones its children past the C library, by this function. The sanitizer learns nothing

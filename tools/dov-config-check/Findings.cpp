@@ -7,6 +7,7 @@
 #include "Unused_entries.h"
 
 #include <QFile>
+#include <QFileInfo>
 #include <QXmlStreamReader>
 
 #include <algorithm>
@@ -109,6 +110,10 @@ QString beyond_limits()
 Problem load_problem(Problem_kind kind, const QString& path, int result, const char* root)
 {
     QFile file(path);
+    const QFileInfo info(file);
+    // Opening a pipe would wait for somebody who writes it.
+    if (info.exists() && !info.isFile())
+        return {kind, path, 0, QStringLiteral("it is no regular file")};
     if (!file.open(QIODevice::ReadOnly))
         return {kind, path, 0, QStringLiteral("it cannot be opened: ") + file.errorString()};
     if (file.size() > max_config_size)

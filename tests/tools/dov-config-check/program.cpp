@@ -13,6 +13,7 @@
 #include <cstdlib>
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
@@ -263,7 +264,19 @@ private Q_SLOTS:
         write("power.conf", "<power>" + QByteArray(200, 'x').replace("x", "<x>") +
                                 QByteArray(200, 'x').replace("x", "</x>") + "</power>");
         QCOMPARE(check(), 5);
-        QVERIFY(output_.contains("it is larger than 1048576 bytes, nested deeper than 100 elements, "));
+        QVERIFY(
+            output_.contains("it is larger than 1048576 bytes, nested deeper than 100 elements, "));
+    }
+
+    /// A pipe that nobody writes would be waited for, as the daemon does not.
+    void what_is_no_file_is_rejected()
+    {
+        QVERIFY(QFile::remove(path("power.conf")));
+        QCOMPARE(mkfifo(path("power.conf").toUtf8().constData(), 0600), 0);
+        const int status = check();
+        QVERIFY(QFile::remove(path("power.conf"))); // or the next test's file would be the pipe
+        QCOMPARE(status, 5);
+        QVERIFY(output_.contains("it is no regular file"));
     }
 
     void without_a_file_everything_is_off()

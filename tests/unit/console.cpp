@@ -55,6 +55,23 @@ private Q_SLOTS:
         QCOMPARE(found, QList<QByteArray>{"a\nb\n"});
     }
 
+    void bytes_of_any_number()
+    {
+        for (const int count : {63, 64, 65, 128, 255}) {
+            QByteArray data(count, '\0');
+            for (int i = 0; i < count; ++i)
+                data[i] = static_cast<char>(i);
+            const auto found = pieces([&data](Text_stream& stream) {
+                stream
+                    .bytes("DINRAW: ", Byte_style::lower_spaced,
+                           reinterpret_cast<const uchar*>(data.constData()),
+                           static_cast<uint>(data.size()))
+                    .flush();
+            });
+            QCOMPARE(found.join(), "DINRAW: " + data.toHex(' ') + " ");
+        }
+    }
+
     void bytes_data()
     {
         QTest::addColumn<int>("style");

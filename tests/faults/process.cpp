@@ -81,6 +81,30 @@ private Q_SLOTS:
         QVERIFY(ends_cleanly(terminal));
     }
 
+    void clock_is_far_off_data()
+    {
+        QTest::addColumn<QString>("seconds");
+        QTest::newRow("1901") << QStringLiteral("-2147483649");
+        QTest::newRow("1969") << QStringLiteral("-1");
+        QTest::newRow("1970") << QStringLiteral("0");
+        QTest::newRow("2106") << QStringLiteral("4294967296");
+        QTest::newRow("beyond the year 200000") << QStringLiteral("9999999999999");
+    }
+    void clock_is_far_off()
+    {
+#ifdef DOV_STEPPING_CLOCK
+        QFETCH(const QString, seconds);
+        Terminal terminal;
+        terminal.daemon.set_environment(QStringLiteral("LD_PRELOAD"),
+                                        QStringLiteral(DOV_STEPPING_CLOCK));
+        terminal.daemon.set_environment(QStringLiteral("DOV_CLOCK_S"), seconds);
+        terminal.start();
+        terminal.send("1e0bb8");
+        QVERIFY(terminal.daemon.output().contains("Got message 1e\n"));
+        QVERIFY(ends_cleanly(terminal));
+#endif
+    }
+
     /// Each look at the clock finds it a day off, to and fro. Answers are waited for as ever, and
     /// the poll comes as ever.
     void clock_steps()

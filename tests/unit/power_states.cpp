@@ -133,6 +133,7 @@ private Q_SLOTS:
             if (each->isSingleShot())
                 timer = each;
         }
+        QVERIFY(timer->isSingleShot()); // a time that is over is logged once
         QVERIFY(!timer->isActive());
         daemon().set_power_state(state_on);
         QVERIFY(timer->isActive());

@@ -12,13 +12,6 @@ class Arguments : public QObject {
     Q_OBJECT
 
 private:
-    static bool ends_cleanly(Terminal& terminal)
-    {
-        terminal.daemon.signal(SIGTERM);
-        return terminal.daemon.wait_for_end() && terminal.daemon.exit_status() == 0 &&
-               terminal.log.lines().filter(QStringLiteral("Exiting")).size() == 1;
-    }
-
     static QString serial_number(Terminal& terminal)
     {
         return terminal.get(QStringLiteral("version/serial_number"), QStringLiteral("get"))
@@ -43,7 +36,7 @@ private Q_SLOTS:
         start_by("os.execv(program, [program] + 10000 * ['-x'] + ['--port', device])\n", terminal);
         QVERIFY(terminal.wait_until_started());
         QCOMPARE(terminal.daemon.output().count("Unknown command x\n"), 10000);
-        QVERIFY(ends_cleanly(terminal));
+        QVERIFY(terminal.ends_cleanly());
     }
 
     void option_of_100000_characters()
@@ -58,7 +51,7 @@ private Q_SLOTS:
         QVERIFY(text.contains("Got --" + name + "\n"));
         QVERIFY(text.contains("Unknown command " + name + "\n"));
         QCOMPARE(text.count("Unknown command \n"), 2);
-        QVERIFY(ends_cleanly(terminal));
+        QVERIFY(terminal.ends_cleanly());
     }
 
     void empty_option_ends_the_start()
@@ -91,7 +84,7 @@ private Q_SLOTS:
         start_by(script, terminal);
         QVERIFY(terminal.wait_until_started());
         QCOMPARE(serial_number(terminal), QStringLiteral("1234\n"));
-        QVERIFY(ends_cleanly(terminal));
+        QVERIFY(terminal.ends_cleanly());
     }
 
     /// Settings of the libraries' own that a developer may have left behind.
@@ -124,7 +117,7 @@ private Q_SLOTS:
         terminal.controller.clear();
         QVERIFY(wait_for([&] { return terminal.controller.has_received("1b"); }));
         terminal.controller.hang_up();
-        QVERIFY(ends_cleanly(terminal));
+        QVERIFY(terminal.ends_cleanly());
     }
 
     void huge_environment()
@@ -136,7 +129,7 @@ private Q_SLOTS:
                  terminal);
         QVERIFY(terminal.wait_until_started());
         QCOMPARE(serial_number(terminal), QStringLiteral("1234\n"));
-        QVERIFY(ends_cleanly(terminal));
+        QVERIFY(terminal.ends_cleanly());
     }
 
     void small_stack_and_address_space()
@@ -152,7 +145,7 @@ private Q_SLOTS:
         QVERIFY(terminal.wait_until_started());
         QCOMPARE(serial_number(terminal), QStringLiteral("1234\n"));
         terminal.send("1e0bb8");
-        QVERIFY(ends_cleanly(terminal));
+        QVERIFY(terminal.ends_cleanly());
 #endif
     }
 
@@ -170,7 +163,7 @@ private Q_SLOTS:
         for (int i = 0; i < 1000; ++i)
             terminal.controller.send(QByteArray::fromHex("1001"));
         terminal.settle();
-        QVERIFY(ends_cleanly(terminal));
+        QVERIFY(terminal.ends_cleanly());
 #endif
     }
 
@@ -186,7 +179,7 @@ private Q_SLOTS:
         for (int i = 0; i < 100; ++i)
             terminal.controller.send(QByteArray::fromHex("1001"));
         terminal.settle();
-        QVERIFY(ends_cleanly(terminal));
+        QVERIFY(terminal.ends_cleanly());
     }
 };
 

@@ -113,20 +113,6 @@ class Bus : public QObject {
     Q_OBJECT
 
 private:
-    static bool ends_cleanly(Terminal& terminal)
-    {
-        terminal.daemon.signal(SIGTERM);
-        return terminal.daemon.wait_for_end() && terminal.daemon.exit_status() == 0 &&
-               terminal.log.lines().filter(QStringLiteral("Exiting")).size() == 1;
-    }
-
-    static bool serves(Terminal& terminal)
-    {
-        static uint value = 0;
-        terminal.call(voltage, QStringLiteral("set_operating_voltage"), {++value});
-        return terminal.get(voltage, QStringLiteral("get_operating_voltage")).toUInt() == value;
-    }
-
     static QStringList descriptors(const Terminal& terminal)
     {
         return QDir(QStringLiteral("/proc/%1/fd").arg(terminal.daemon.pid()))
@@ -188,14 +174,14 @@ private Q_SLOTS:
         for (int i = 0; i < paths.size(); ++i)
             paths += ask_all(terminal, paths[i]);
         QVERIFY(paths.contains(QStringLiteral("/com/quorin/system/version/kernel")));
-        QVERIFY(ends_cleanly(terminal));
+        QVERIFY(terminal.ends_cleanly());
     }
 
     void file_descriptors_are_refused_and_closed()
     {
         Terminal terminal;
         terminal.start();
-        QVERIFY(serves(terminal));
+        QVERIFY(terminal.serves());
         const int before = descriptors(terminal).size();
         const QDBusUnixFileDescriptor file(STDIN_FILENO);
         for (int i = 0; i < 200; ++i) {
@@ -204,9 +190,9 @@ private Q_SLOTS:
                               {QVariant::fromValue(file), QVariant::fromValue(file)});
             QCOMPARE(reply.type(), QDBusMessage::ErrorMessage);
         }
-        QVERIFY(serves(terminal));
+        QVERIFY(terminal.serves());
         QCOMPARE(descriptors(terminal).size(), before);
-        QVERIFY(ends_cleanly(terminal));
+        QVERIFY(terminal.ends_cleanly());
     }
 
     /// About as much as the bus lets through.
@@ -221,8 +207,8 @@ private Q_SLOTS:
         const QDBusMessage refused =
             terminal.call(buzzer, QStringLiteral("set_buzzer_file"), {QByteArray(size, 'x')});
         QCOMPARE(refused.type(), QDBusMessage::ErrorMessage);
-        QVERIFY(serves(terminal));
-        QVERIFY(ends_cleanly(terminal));
+        QVERIFY(terminal.serves());
+        QVERIFY(terminal.ends_cleanly());
     }
 
     void calls_that_want_no_reply()
@@ -237,7 +223,7 @@ private Q_SLOTS:
             QVERIFY(terminal.connection().send(call));
         }
         QCOMPARE(terminal.get(voltage, QStringLiteral("get_operating_voltage")).toUInt(), 1000U);
-        QVERIFY(ends_cleanly(terminal));
+        QVERIFY(terminal.ends_cleanly());
     }
 
     void variants_in_variants()
@@ -250,8 +236,8 @@ private Q_SLOTS:
         const QDBusMessage reply =
             terminal.call(voltage, QStringLiteral("set_operating_voltage"), {value});
         QCOMPARE(reply.type(), QDBusMessage::ErrorMessage);
-        QVERIFY(serves(terminal));
-        QVERIFY(ends_cleanly(terminal));
+        QVERIFY(terminal.serves());
+        QVERIFY(terminal.ends_cleanly());
     }
 
     void client_that_reads_no_answers()
@@ -264,9 +250,9 @@ private Q_SLOTS:
             calls += Raw_call::make("com.quorin.system", "/com/quorin/system/version/kernel",
                                     "com.quorin.system.version", "get", i + 2);
         client.send(calls);
-        QVERIFY(serves(terminal));
-        QVERIFY(serves(terminal));
-        QVERIFY(ends_cleanly(terminal));
+        QVERIFY(terminal.serves());
+        QVERIFY(terminal.serves());
+        QVERIFY(terminal.ends_cleanly());
     }
 
     void clients_that_leave_before_the_answer()
@@ -278,8 +264,8 @@ private Q_SLOTS:
                            "com.quorin.system.version", "get", 2);
         for (int i = 0; i < 1000; ++i)
             Deaf_client(terminal.bus).send(call);
-        QVERIFY(serves(terminal));
-        QVERIFY(ends_cleanly(terminal));
+        QVERIFY(terminal.serves());
+        QVERIFY(terminal.ends_cleanly());
     }
 
     void two_hundred_clients_at_once()
@@ -294,8 +280,8 @@ private Q_SLOTS:
             clients.push_back(std::make_unique<Deaf_client>(terminal.bus));
         for (const auto& client : clients)
             client->send(call.repeated(100));
-        QVERIFY(serves(terminal));
-        QVERIFY(ends_cleanly(terminal));
+        QVERIFY(terminal.serves());
+        QVERIFY(terminal.ends_cleanly());
     }
 };
 

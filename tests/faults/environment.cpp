@@ -14,15 +14,6 @@ class Environment : public QObject {
     Q_OBJECT
 
 private:
-    static bool ends_cleanly(Terminal& terminal)
-    {
-        terminal.daemon.signal(SIGTERM);
-        return terminal.daemon.wait_for_end() && terminal.daemon.exit_status() == 0 &&
-               wait_for([&] {
-                   return terminal.log.lines().filter(QStringLiteral("Exiting")).size() == 1;
-               });
-    }
-
     static QString serial_number(Terminal& terminal)
     {
         return terminal.get(QStringLiteral("version/serial_number"), QStringLiteral("get"))
@@ -60,7 +51,7 @@ private Q_SLOTS:
             terminal);
         QVERIFY(terminal.wait_until_started());
         QCOMPARE(serial_number(terminal), QStringLiteral("1234\n"));
-        QVERIFY(ends_cleanly(terminal));
+        QVERIFY(terminal.ends_cleanly());
     }
 
     void blocked_signals_end_it_all_the_same()
@@ -69,7 +60,7 @@ private Q_SLOTS:
         start_by("exec env --block-signal=TERM,INT,HUP,CHLD \"$0\" --port \"$1\"", terminal);
         QVERIFY(terminal.wait_until_started());
         QCOMPARE(serial_number(terminal), QStringLiteral("1234\n"));
-        QVERIFY(ends_cleanly(terminal));
+        QVERIFY(terminal.ends_cleanly());
     }
 
     /// The system removes children at once then, and there is nothing to wait for.
@@ -82,7 +73,7 @@ private Q_SLOTS:
         QCOMPARE(serial_number(terminal), QStringLiteral("1234\n"));
         QCOMPARE(terminal.root.systemctl_calls(),
                  QStringList{QStringLiteral("poweroff --no-block")});
-        QVERIFY(ends_cleanly(terminal));
+        QVERIFY(terminal.ends_cleanly());
     }
 
     void no_more_descriptors_while_running()
@@ -113,7 +104,7 @@ private Q_SLOTS:
         QVERIFY(terminal.wait_until_started());
         QVERIFY(terminal.daemon.output().contains("\nGot --a\xff\xc2\nDBus\n"));
         QVERIFY(terminal.daemon.output().contains("Unknown command a\xff\xc2\nUsage: "));
-        QVERIFY(ends_cleanly(terminal));
+        QVERIFY(terminal.ends_cleanly());
     }
 
     /// Every write fails for want of room, or because the terminal has hung up.
@@ -141,7 +132,7 @@ private Q_SLOTS:
             return terminal.log.lines().contains(QLatin1String("ATX acknowledge received"));
         }));
         QCOMPARE(serial_number(terminal), QStringLiteral("1234\n"));
-        QVERIFY(ends_cleanly(terminal));
+        QVERIFY(terminal.ends_cleanly());
         ::close(output);
     }
 };

@@ -17,13 +17,6 @@ class Files : public QObject {
     Q_OBJECT
 
 private:
-    static bool ends_cleanly(Terminal& terminal)
-    {
-        terminal.daemon.signal(SIGTERM);
-        return terminal.daemon.wait_for_end() && terminal.daemon.exit_status() == 0 &&
-               terminal.log.lines().filter(QStringLiteral("Exiting")).size() == 1;
-    }
-
     static bool is_accepted(const Terminal& terminal)
     {
         return !terminal.log.lines().filter(QStringLiteral("Timeout for on is 7")).isEmpty() &&
@@ -126,7 +119,7 @@ private Q_SLOTS:
         terminal.start();
         QCOMPARE(is_accepted(terminal), accepted);
         QCOMPARE(terminal.root.systemctl_calls().isEmpty(), accepted);
-        QVERIFY(ends_cleanly(terminal));
+        QVERIFY(terminal.ends_cleanly());
     }
 
     /// It stands for nothing: the file is not read, and the device counts as on.
@@ -141,7 +134,7 @@ private Q_SLOTS:
         terminal.start();
         QVERIFY(terminal.daemon.output().contains("NOT FOUND Text: \n"));
         QCOMPARE(terminal.log.lines().filter(QStringLiteral("PWR:on=F")), QStringList());
-        QVERIFY(ends_cleanly(terminal));
+        QVERIFY(terminal.ends_cleanly());
     }
 
     /// One entity of 4000 characters, very many times.
@@ -153,7 +146,7 @@ private Q_SLOTS:
                                 "\">]><power>" + QByteArray("&a;").repeated(15000) + "</power>");
         terminal.start();
         QCOMPARE(terminal.root.systemctl_calls().size(), 1);
-        QVERIFY(ends_cleanly(terminal));
+        QVERIFY(terminal.ends_cleanly());
     }
 
     void thirty_thousand_media()
@@ -174,7 +167,7 @@ private Q_SLOTS:
         clock.start();
         terminal.call(QStringLiteral("media"), QStringLiteral("media_changed"), {tmp});
         QVERIFY(clock.elapsed() < with_signals); // compared each with each: twice as long
-        QVERIFY(ends_cleanly(terminal));
+        QVERIFY(terminal.ends_cleanly());
     }
 
     void media_directory_is_a_file()
@@ -184,7 +177,7 @@ private Q_SLOTS:
         terminal.root.write(QStringLiteral("media"), "usb0");
         terminal.start();
         QVERIFY(terminal.daemon.output().contains("Media changed "));
-        QVERIFY(ends_cleanly(terminal));
+        QVERIFY(terminal.ends_cleanly());
     }
 
     void media_directory_is_a_dangling_link()
@@ -194,7 +187,7 @@ private Q_SLOTS:
         QVERIFY(
             QFile::link(QStringLiteral("/nowhere"), terminal.root.path(QStringLiteral("media"))));
         terminal.start();
-        QVERIFY(ends_cleanly(terminal));
+        QVERIFY(terminal.ends_cleanly());
     }
 
     void media_change_while_they_are_looked_for()
@@ -216,7 +209,7 @@ private Q_SLOTS:
         QVERIFY(wait_for([&] { return terminal.seen_signals().contains(added); }));
         terminal.settle();
         QVERIFY(terminal.seen_signals().last() == added);
-        QVERIFY(ends_cleanly(terminal));
+        QVERIFY(terminal.ends_cleanly());
     }
 
     void names_of_media_in_the_c_locale()
@@ -233,7 +226,7 @@ private Q_SLOTS:
         QVERIFY(wait_for([&] { return terminal.daemon.output().contains("Media changed "); }));
         terminal.settle();
         QVERIFY(terminal.seen_signals().contains(added));
-        QVERIFY(ends_cleanly(terminal));
+        QVERIFY(terminal.ends_cleanly());
     }
 
     void command_that_never_stops_printing_data()
@@ -257,7 +250,7 @@ private Q_SLOTS:
                  QVariant(QStringLiteral("failed to run cmd\n")));
         QVERIFY2(peak_memory(terminal) < 1024 * 1024,
                  qPrintable(QString::number(peak_memory(terminal))));
-        QVERIFY(ends_cleanly(terminal));
+        QVERIFY(terminal.ends_cleanly());
     }
 };
 

@@ -15,21 +15,6 @@ class Line : public QObject {
     Q_OBJECT
 
 private:
-    static bool ends_cleanly(Terminal& terminal)
-    {
-        terminal.daemon.signal(SIGTERM);
-        return terminal.daemon.wait_for_end() && terminal.daemon.exit_status() == 0 &&
-               terminal.log.lines().filter(QStringLiteral("Exiting")).size() == 1;
-    }
-
-    static bool serves(Terminal& terminal)
-    {
-        return terminal
-                   .call(QStringLiteral("device/operating_voltage"),
-                         QStringLiteral("get_operating_voltage"))
-                   .type() == QDBusMessage::ReplyMessage;
-    }
-
     static QByteArray digest(int frequency)
     {
         QByteArray message = QByteArray::fromHex("360000000000");
@@ -43,8 +28,8 @@ private Q_SLOTS:
         Terminal terminal;
         terminal.daemon.start(terminal.root.path(), terminal.bus.address(),
                               {QStringLiteral("--port"), terminal.root.path()});
-        QVERIFY(wait_for([&] { return serves(terminal); }));
-        QVERIFY(ends_cleanly(terminal));
+        QVERIFY(wait_for([&] { return terminal.serves(); }));
+        QVERIFY(terminal.ends_cleanly());
     }
 
     /// Opened, but its other end has gone: EIO from the start.
@@ -57,8 +42,8 @@ private Q_SLOTS:
         terminal.controller.hang_up();
         terminal.daemon.start(terminal.root.path(), terminal.bus.address(),
                               {QStringLiteral("--port"), path});
-        QVERIFY(wait_for([&] { return serves(terminal); }));
-        QVERIFY(ends_cleanly(terminal));
+        QVERIFY(wait_for([&] { return terminal.serves(); }));
+        QVERIFY(terminal.ends_cleanly());
         ::close(slave);
     }
 
@@ -71,13 +56,13 @@ private Q_SLOTS:
         Terminal terminal;
         terminal.daemon.start(terminal.root.path(), terminal.bus.address(),
                               {QStringLiteral("--port"), QString::fromLatin1(ptsname(master))});
-        QVERIFY(wait_for([&] { return serves(terminal); }));
+        QVERIFY(wait_for([&] { return terminal.serves(); }));
         tcflow(master, TCOOFF);
         for (int i = 0; i < 2000; ++i)
             terminal.call(QStringLiteral("device/io/output/frequency/0"), QStringLiteral("set"),
                           {uint(i)});
-        QVERIFY(serves(terminal));
-        QVERIFY(ends_cleanly(terminal));
+        QVERIFY(terminal.serves());
+        QVERIFY(terminal.ends_cleanly());
         ::close(master);
     }
 
@@ -95,7 +80,7 @@ private Q_SLOTS:
             garbage.replace('\x18', '\x19');
             terminal.controller.send_bytes(garbage);
             terminal.controller.send(digest(round));
-            QVERIFY(serves(terminal));
+            QVERIFY(terminal.serves());
         }
         QCOMPARE(terminal.output().count("Got message 36\n"), 50);
         QCOMPARE(terminal.get(QStringLiteral("device/io/input/frequency/0"),
@@ -132,7 +117,7 @@ private Q_SLOTS:
         QCOMPARE(terminal.get(QStringLiteral("device/io/input/frequency/0"),
                               QStringLiteral("get_value")),
                  QVariant(double{(frames - 1) % 65536}));
-        QVERIFY(ends_cleanly(terminal));
+        QVERIFY(terminal.ends_cleanly());
     }
 
     /// The second of two answers finds the next request, which it does not match.
@@ -150,7 +135,7 @@ private Q_SLOTS:
         terminal.controller.send(QByteArray::fromHex("2a"));
         terminal.controller.send(QByteArray::fromHex("2a"));
         QVERIFY(wait_for([&] { return terminal.controller.has_received("0d02"); }));
-        QVERIFY(serves(terminal));
+        QVERIFY(terminal.serves());
     }
 
     /// Answers to nothing leave the request where it is: it is given up after its time.
@@ -182,8 +167,8 @@ private Q_SLOTS:
         const auto& requests = terminal.controller.requests();
         for (int i = 1; i < 12; ++i)
             QVERIFY(requests[i].msecs - launched >= i * 300);
-        QVERIFY(serves(terminal));
-        QVERIFY(ends_cleanly(terminal));
+        QVERIFY(terminal.serves());
+        QVERIFY(terminal.ends_cleanly());
     }
 };
 

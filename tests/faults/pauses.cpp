@@ -8,12 +8,6 @@ class Pauses : public QObject {
     Q_OBJECT
 
 private:
-    static bool ends_cleanly(Terminal& terminal)
-    {
-        terminal.daemon.signal(SIGTERM);
-        return terminal.daemon.wait_for_end() && terminal.daemon.exit_status() == 0;
-    }
-
     static QByteArray digest(int frequency)
     {
         QByteArray message = QByteArray::fromHex("360000000000");
@@ -59,7 +53,7 @@ private Q_SLOTS:
         terminal.daemon.signal(SIGCONT);
         QCOMPARE(terminal.output().count("Got message 36\n"), frames);
         QCOMPARE(frequency(terminal), double{frames});
-        QVERIFY(ends_cleanly(terminal));
+        QVERIFY(terminal.ends_cleanly());
     }
 
     /// The halves of a frame may be as far apart as they like.
@@ -75,7 +69,7 @@ private Q_SLOTS:
         terminal.controller.send_bytes(frame.mid(6));
         QCOMPARE(terminal.output().count("Got message 36\n"), 1);
         QCOMPARE(frequency(terminal), 4711.0);
-        QVERIFY(ends_cleanly(terminal));
+        QVERIFY(terminal.ends_cleanly());
     }
 
     /// Signals wait for the bus, the line does not.
@@ -91,7 +85,7 @@ private Q_SLOTS:
             [&] { return terminal.daemon.output().count("Got message 10\n") == messages; }));
         terminal.bus.signal(SIGCONT);
         QVERIFY(wait_for([&] { return changes(terminal) == messages; }));
-        QVERIFY(ends_cleanly(terminal));
+        QVERIFY(terminal.ends_cleanly());
     }
 
     /// Start-up waits for the bus as long as it takes.
@@ -106,7 +100,7 @@ private Q_SLOTS:
         QVERIFY(terminal.controller.requests().isEmpty());
         terminal.bus.signal(SIGCONT);
         QVERIFY(terminal.wait_until_started());
-        QVERIFY(ends_cleanly(terminal));
+        QVERIFY(terminal.ends_cleanly());
     }
 
     /// The end does not wait for a bus that stands still.
@@ -116,7 +110,7 @@ private Q_SLOTS:
         terminal.start();
         terminal.bus.signal(SIGSTOP);
         send_changes(terminal, 2000);
-        const bool ended = ends_cleanly(terminal);
+        const bool ended = terminal.ends_cleanly();
         terminal.bus.signal(SIGCONT);
         QVERIFY(ended);
     }
@@ -133,7 +127,7 @@ private Q_SLOTS:
         QVERIFY(
             wait_for([&] { return terminal.daemon.output().count("Got message 10\n") == 100; }));
         QVERIFY(wait_for([&] { return terminal.controller.has_received("1b"); }));
-        QVERIFY(ends_cleanly(terminal));
+        QVERIFY(terminal.ends_cleanly());
     }
 
     /// The bus keeps the signals for it; nobody else waits.
@@ -154,7 +148,7 @@ private Q_SLOTS:
                      .toBool());
         client.kill();
         client.waitForFinished();
-        QVERIFY(ends_cleanly(terminal));
+        QVERIFY(terminal.ends_cleanly());
     }
 };
 

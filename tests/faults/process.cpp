@@ -10,12 +10,6 @@ class Process_faults : public QObject {
     Q_OBJECT
 
 private:
-    static bool ends_cleanly(Terminal& terminal)
-    {
-        terminal.daemon.signal(SIGTERM);
-        return terminal.daemon.wait_for_end() && has_ended_once(terminal);
-    }
-
     static bool has_ended_once(Terminal& terminal)
     {
         return terminal.daemon.exit_status() == 0 &&
@@ -54,7 +48,7 @@ private Q_SLOTS:
         const QString voltage = QStringLiteral("device/operating_voltage");
         terminal.call(voltage, QStringLiteral("set_operating_voltage"), {7U});
         QCOMPARE(terminal.get(voltage, QStringLiteral("get_operating_voltage")).toUInt(), 7U);
-        QVERIFY(ends_cleanly(terminal));
+        QVERIFY(terminal.ends_cleanly());
     }
 
     /// The second, on a line of its own, finds the name taken; both go on, and the first is the
@@ -78,7 +72,7 @@ private Q_SLOTS:
         QVERIFY(second.wait_for_end());
         QCOMPARE(second.exit_status(), 0);
         terminal.log.clear();
-        QVERIFY(ends_cleanly(terminal));
+        QVERIFY(terminal.ends_cleanly());
     }
 
     void clock_is_far_off_data()
@@ -101,7 +95,7 @@ private Q_SLOTS:
         terminal.start();
         terminal.send("1e0bb8");
         QVERIFY(terminal.daemon.output().contains("Got message 1e\n"));
-        QVERIFY(ends_cleanly(terminal));
+        QVERIFY(terminal.ends_cleanly());
 #endif
     }
 
@@ -126,7 +120,7 @@ private Q_SLOTS:
         const auto next_poll = std::find_if(after, requests.end(), is_poll);
         QVERIFY(after->msecs - poll->msecs > 250); // the poll's first request has no answer
         QVERIFY(next_poll->msecs - poll->msecs > 2500);
-        QVERIFY(ends_cleanly(terminal));
+        QVERIFY(terminal.ends_cleanly());
 #endif
     }
 };

@@ -16,21 +16,6 @@ class Settings : public QObject {
     Q_OBJECT
 
 private:
-    static bool ends_cleanly(Terminal& terminal)
-    {
-        terminal.daemon.signal(SIGTERM);
-        return terminal.daemon.wait_for_end() && terminal.daemon.exit_status() == 0 &&
-               terminal.log.lines().filter(QStringLiteral("Exiting")).size() == 1;
-    }
-
-    static bool serves(Terminal& terminal)
-    {
-        static uint value = 0;
-        const QString voltage = QStringLiteral("device/operating_voltage");
-        terminal.call(voltage, QStringLiteral("set_operating_voltage"), {++value});
-        return terminal.get(voltage, QStringLiteral("get_operating_voltage")).toUInt() == value;
-    }
-
     /// Another process that has the line open.
     class Other {
     public:
@@ -77,7 +62,7 @@ private Q_SLOTS:
         for (int i = 0; i < 100; ++i)
             terminal.controller.send(QByteArray::fromHex("1e0bb8"));
         QCOMPARE(terminal.output().count("Got message 1e\n"), 100);
-        QVERIFY(ends_cleanly(terminal));
+        QVERIFY(terminal.ends_cleanly());
     }
 
     /// Frames of that time are changed on their way and lost; later ones are not.
@@ -97,7 +82,7 @@ private Q_SLOTS:
             terminal.controller.send_bytes(QByteArray(1, static_cast<char>(i)));
         for (int i = 0; i < 100; ++i)
             terminal.controller.send(QByteArray::fromHex("1e0bb8"));
-        QVERIFY(serves(terminal));
+        QVERIFY(terminal.serves());
         other.put_back();
         tcflow(other.line(), TCOON);
         tcflush(other.line(), TCIFLUSH);
@@ -107,7 +92,7 @@ private Q_SLOTS:
         for (int i = 0; i < 100; ++i)
             terminal.controller.send(QByteArray::fromHex("1e0bb8"));
         QCOMPARE(terminal.output().count("Got message 1e\n"), 100);
-        QVERIFY(ends_cleanly(terminal));
+        QVERIFY(terminal.ends_cleanly());
     }
 
     /// Reads that return without a byte.
@@ -124,8 +109,8 @@ private Q_SLOTS:
         for (int i = 0; i < 100; ++i)
             terminal.controller.send(QByteArray::fromHex("1e0bb8"));
         QCOMPARE(terminal.output().count("Got message 1e\n"), 100);
-        QVERIFY(serves(terminal));
-        QVERIFY(ends_cleanly(terminal));
+        QVERIFY(terminal.serves());
+        QVERIFY(terminal.ends_cleanly());
     }
 
     /// The other process takes the line for itself: those who have it keep it.
@@ -139,7 +124,7 @@ private Q_SLOTS:
         for (int i = 0; i < 100; ++i)
             terminal.controller.send(QByteArray::fromHex("1e0bb8"));
         QCOMPARE(terminal.output().count("Got message 1e\n"), 100);
-        QVERIFY(ends_cleanly(terminal));
+        QVERIFY(terminal.ends_cleanly());
     }
 
     /// What is there when the daemon starts counts.
@@ -161,8 +146,8 @@ private Q_SLOTS:
                               {QStringLiteral("--port"), device});
         QVERIFY(terminal.wait_until_started());
         QVERIFY(QFile::link(terminal.controller.device(), is_link ? target : device));
-        QVERIFY(serves(terminal));
-        QVERIFY(ends_cleanly(terminal));
+        QVERIFY(terminal.serves());
+        QVERIFY(terminal.ends_cleanly());
         QVERIFY(terminal.controller.requests().isEmpty());
     }
 
@@ -179,8 +164,8 @@ private Q_SLOTS:
         first.reset();
         QVERIFY(QFile::remove(device));
         QVERIFY(QFile::link(terminal.controller.device(), device));
-        QVERIFY(serves(terminal));
-        QVERIFY(ends_cleanly(terminal));
+        QVERIFY(terminal.serves());
+        QVERIFY(terminal.ends_cleanly());
         QVERIFY(terminal.controller.requests().isEmpty());
         terminal.log.clear();
         Daemon_process second;

@@ -18,13 +18,6 @@ class Streams : public QObject {
     Q_OBJECT
 
 private:
-    static bool ends_cleanly(Terminal& terminal)
-    {
-        terminal.daemon.signal(SIGTERM);
-        return terminal.daemon.wait_for_end() && terminal.daemon.exit_status() == 0 &&
-               terminal.log.lines().filter(QStringLiteral("Exiting")).size() == 1;
-    }
-
     /// Starts it by a shell script, of which $0 is the program and $1 the device.
     static void start_by(const QString& script, Terminal& terminal)
     {
@@ -95,7 +88,7 @@ private Q_SLOTS:
         start_by(QStringLiteral("exec \"$0\" --port \"$1\" ") + closed, terminal);
         QVERIFY(terminal.wait_until_started());
         QCOMPARE(serial_number(terminal), QStringLiteral("1234\n"));
-        QVERIFY(ends_cleanly(terminal));
+        QVERIFY(terminal.ends_cleanly());
         QVERIFY(wait_for([&] { return terminal.controller.has_received("3500"); }));
         QCOMPARE(terminal.controller.received().size(), terminal.controller.requests().size() * 13);
     }
@@ -108,7 +101,7 @@ private Q_SLOTS:
                  terminal);
         QVERIFY(terminal.wait_until_started());
         QCOMPARE(serial_number(terminal), QStringLiteral("1234\n"));
-        QVERIFY(ends_cleanly(terminal));
+        QVERIFY(terminal.ends_cleanly());
         QFile text(terminal.root.path(QStringLiteral("text")));
         QVERIFY(text.open(QIODevice::ReadOnly));
         QVERIFY(text.readAll().startsWith("Bah\n"));
@@ -169,7 +162,7 @@ private Q_SLOTS:
         }));
         ::close(log);
         QCOMPARE(std::rename((path + ".aside").constData(), path.constData()), 0);
-        QVERIFY(ends_cleanly(terminal));
+        QVERIFY(terminal.ends_cleanly());
     }
 
     void reader_of_the_output_goes()
@@ -181,7 +174,7 @@ private Q_SLOTS:
         ::close(reader);
         QVERIFY(terminal.wait_until_started());
         QCOMPARE(serial_number(terminal), QStringLiteral("1234\n"));
-        QVERIFY(ends_cleanly(terminal));
+        QVERIFY(terminal.ends_cleanly());
         ::close(output);
     }
 };

@@ -16,12 +16,6 @@ class World : public QObject {
     Q_OBJECT
 
 private:
-    static bool ends_cleanly(Terminal& terminal)
-    {
-        terminal.daemon.signal(SIGTERM);
-        return terminal.daemon.wait_for_end() && terminal.daemon.exit_status() == 0;
-    }
-
     static void replace_command(Terminal& terminal, const char* name, const QByteArray& script)
     {
         const QString path = QStringLiteral("bin/") + QLatin1String(name);
@@ -61,7 +55,7 @@ private Q_SLOTS:
         terminal.send("40");
         QVERIFY(wait_for([&] { return !terminal.log.lines().isEmpty(); }));
         QCOMPARE(terminal.log.lines(), QStringList{QStringLiteral("ATX acknowledge received")});
-        QVERIFY(ends_cleanly(terminal));
+        QVERIFY(terminal.ends_cleanly());
     }
 
     /// The watch ends with its directory; a call still scans the one that has taken its place.
@@ -80,7 +74,7 @@ private Q_SLOTS:
                                         QStringLiteral("connection"),
                                         {media + QStringLiteral("usb1"), true}};
         QVERIFY(terminal.seen_signals().contains(added));
-        QVERIFY(ends_cleanly(terminal));
+        QVERIFY(terminal.ends_cleanly());
     }
 
     void very_many_media()
@@ -94,7 +88,7 @@ private Q_SLOTS:
         terminal.call(QStringLiteral("media"), QStringLiteral("media_changed"),
                       {tmp.path() + QLatin1Char('/')});
         QVERIFY(wait_for([&] { return media_signals(terminal) == count; }));
-        QVERIFY(ends_cleanly(terminal));
+        QVERIFY(terminal.ends_cleanly());
     }
 
     /// Nobody could be told of it: it is no medium, and the others are.
@@ -109,7 +103,7 @@ private Q_SLOTS:
         QVERIFY(wait_for([&] { return media_signals(terminal) == 1; }));
         terminal.settle();
         QCOMPARE(media_signals(terminal), 1);
-        QVERIFY(ends_cleanly(terminal));
+        QVERIFY(terminal.ends_cleanly());
         QCOMPARE(::rmdir(odd.constData()), 0);
     }
 
@@ -119,7 +113,7 @@ private Q_SLOTS:
         replace_command(terminal, "cat", "head -c 1000000 /dev/zero | tr '\\0' x\n");
         terminal.start();
         QCOMPARE(serial_number(terminal).size(), 1000000);
-        QVERIFY(ends_cleanly(terminal));
+        QVERIFY(terminal.ends_cleanly());
     }
 
     void command_fails()
@@ -128,7 +122,7 @@ private Q_SLOTS:
         replace_command(terminal, "cat", "echo broken >&2; exit 127\n");
         terminal.start();
         QCOMPARE(serial_number(terminal), QStringLiteral("broken\n"));
-        QVERIFY(ends_cleanly(terminal));
+        QVERIFY(terminal.ends_cleanly());
     }
 
     void command_cannot_be_started()
@@ -139,7 +133,7 @@ private Q_SLOTS:
                                                        "ELF");
         terminal.start();
         QCOMPARE(serial_number(terminal), QStringLiteral("failed to run cmd\n"));
-        QVERIFY(ends_cleanly(terminal));
+        QVERIFY(terminal.ends_cleanly());
     }
 
     /// Text waits for its reader and nothing of it is lost; the end does not wait for good.
@@ -165,7 +159,7 @@ private Q_SLOTS:
         // From here on nobody reads.
         for (int i = 0; i < 500; ++i)
             terminal.controller.send(QByteArray::fromHex("1000"));
-        QVERIFY(ends_cleanly(terminal));
+        QVERIFY(terminal.ends_cleanly());
         ::close(ends[0]);
         ::close(ends[1]);
     }

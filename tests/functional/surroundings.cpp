@@ -20,12 +20,6 @@ private:
     static QString power_configuration() { return QStringLiteral("etc/power_manage.conf"); }
     static QString oem_profile() { return QStringLiteral("etc/oem_profile.conf"); }
 
-    static bool ends_cleanly(Terminal& terminal)
-    {
-        terminal.daemon.signal(SIGTERM);
-        return terminal.daemon.wait_for_end() && terminal.daemon.exit_status() == 0;
-    }
-
     /// The most memory the daemon has had, in kilobytes.
     static int peak_memory(const Terminal& terminal)
     {
@@ -80,7 +74,7 @@ private Q_SLOTS:
         QVERIFY(terminal.wait_until_started());
         terminal.controller.send(QByteArray::fromHex("1c01"));
         QVERIFY(wait_for([&] { return terminal.daemon.output().contains("Got message 1c\n"); }));
-        QVERIFY(ends_cleanly(terminal));
+        QVERIFY(terminal.ends_cleanly());
     }
 
     void daemon_outlives_its_bus()
@@ -92,7 +86,7 @@ private Q_SLOTS:
         QVERIFY(wait_for([&] { return terminal.controller.has_received("1b"); }));
         terminal.controller.send(QByteArray::fromHex("1c01"));
         QVERIFY(wait_for([&] { return terminal.daemon.output().contains("Got message 1c\n"); }));
-        QVERIFY(ends_cleanly(terminal));
+        QVERIFY(terminal.ends_cleanly());
         QVERIFY(terminal.daemon.output().endsWith("Quiting\nBUZ cleaning up\n"));
     }
 
@@ -101,7 +95,7 @@ private Q_SLOTS:
         Terminal terminal;
         QVERIFY(terminal.connection().registerService(QStringLiteral("com.quorin.system")));
         terminal.start();
-        QVERIFY(ends_cleanly(terminal));
+        QVERIFY(terminal.ends_cleanly());
     }
 
     void missing_device_leaves_the_objects_served()
@@ -114,7 +108,7 @@ private Q_SLOTS:
         terminal.call(voltage, QStringLiteral("set_operating_voltage"), {7U});
         QCOMPARE(terminal.get(voltage, QStringLiteral("get_operating_voltage")).toUInt(), 7U);
         QVERIFY(!terminal.daemon.errors().contains("QIODevice"));
-        QVERIFY(ends_cleanly(terminal));
+        QVERIFY(terminal.ends_cleanly());
     }
 
     void device_that_is_no_terminal_is_written_all_the_same()
@@ -125,7 +119,7 @@ private Q_SLOTS:
         terminal.daemon.start(terminal.root.path(), terminal.bus.address(),
                               {QStringLiteral("--port"), line});
         QVERIFY(terminal.wait_until_started());
-        QVERIFY(ends_cleanly(terminal));
+        QVERIFY(terminal.ends_cleanly());
         QFile file(line);
         QVERIFY(file.open(QIODevice::ReadOnly));
         const QByteArray bytes = file.readAll();
@@ -142,7 +136,7 @@ private Q_SLOTS:
         const QString voltage = QStringLiteral("device/operating_voltage");
         terminal.call(voltage, QStringLiteral("set_operating_voltage"), {7U});
         QCOMPARE(terminal.get(voltage, QStringLiteral("get_operating_voltage")).toUInt(), 7U);
-        QVERIFY(ends_cleanly(terminal));
+        QVERIFY(terminal.ends_cleanly());
         QVERIFY(terminal.daemon.output().endsWith("Quiting\nBUZ cleaning up\n"));
     }
 
@@ -155,7 +149,7 @@ private Q_SLOTS:
         QVERIFY(wait_for([&] {
             return terminal.log.lines().contains(QLatin1String("Switching power state: null=>on"));
         }));
-        QVERIFY(ends_cleanly(terminal));
+        QVERIFY(terminal.ends_cleanly());
     }
 
     void hostile_power_configuration_data() { add_hostile_files("power"); }

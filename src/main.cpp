@@ -6,21 +6,36 @@
 #include <csignal>
 #include <cstring>
 
+#include <sys/signalfd.h>
+
 namespace {
 
 enum class Mode { daemon, simulator, usage };
 
 constexpr int quit_signals[] = {SIGTERM, SIGINT, SIGHUP};
 
-/// Holds back the signals that end the daemon until it can handle them: one that arrives during
-/// start-up must not be lost, nor end the process halfway.
-void mask_quit_signals(int how)
+sigset_t quit_signal_set()
 {
     sigset_t signals;
     sigemptyset(&signals);
     for (const int signal : quit_signals)
         sigaddset(&signals, signal);
+    return signals;
+}
+
+/// Holds back the signals that end the daemon until it can handle them: one that arrives during
+/// start-up must not be lost, nor end the process halfway.
+void mask_quit_signals(int how)
+{
+    const sigset_t signals = quit_signal_set();
     pthread_sigmask(how, &signals, nullptr);
+}
+
+/// A signal that is held back ends the waiting for who would read the text.
+void interrupt_console()
+{
+    const sigset_t signals = quit_signal_set();
+    Console::interrupt_on(signalfd(-1, &signals, SFD_CLOEXEC));
 }
 
 void print_usage(const char* argument)
@@ -75,6 +90,7 @@ int main(int count, char** arguments)
     // Qt's own event loop, which is cheaper than the one it builds on GLib.
     qputenv("QT_NO_GLIB", "1");
     Console::open();
+    interrupt_console();
     Console::out() << "Bah\n";
     switch (parse_arguments(count, arguments)) {
     case Mode::simulator:

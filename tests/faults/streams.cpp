@@ -68,6 +68,18 @@ private:
         });
     }
 
+    static bool holds_back(const Terminal& terminal, int signal)
+    {
+        QFile status(QStringLiteral("/proc/%1/status").arg(terminal.daemon.pid()));
+        if (!status.open(QIODevice::ReadOnly))
+            return false;
+        const QList<QByteArray> lines = status.readAll().split('\n');
+        const auto is_mask = [](const QByteArray& line) { return line.startsWith("SigBlk:"); };
+        const auto mask = std::find_if(lines.begin(), lines.end(), is_mask);
+        return mask != lines.end() &&
+               (mask->mid(7).trimmed().toULongLong(nullptr, 16) >> (signal - 1) & 1) != 0;
+    }
+
 private Q_SLOTS:
     /// No file that is opened later gets the number of one, and no text reaches the line.
     void closed_at_the_start_data()
@@ -135,6 +147,23 @@ private Q_SLOTS:
         QCOMPARE(terminal.daemon.exit_status(), 0);
         ::close(reader);
         ::close(output);
+    }
+
+    /// Not even the first line finds room.
+    void output_that_is_full_from_the_start()
+    {
+        int ends[2];
+        QCOMPARE(pipe2(ends, O_CLOEXEC), 0);
+        const QByteArray block(fcntl(ends[1], F_GETPIPE_SZ), 'x');
+        QCOMPARE(::write(ends[1], block.constData(), static_cast<std::size_t>(block.size())),
+                 ssize_t{block.size()});
+        Terminal terminal;
+        terminal.daemon.redirect(STDOUT_FILENO, ends[1]);
+        terminal.launch();
+        QVERIFY(wait_for([&] { return holds_back(terminal, SIGTERM); }));
+        QVERIFY(terminal.ends_cleanly());
+        ::close(ends[0]);
+        ::close(ends[1]);
     }
 
     /// The daemon waits for the log, as everybody who writes to it, and nothing is lost.

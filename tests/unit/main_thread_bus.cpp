@@ -3,8 +3,10 @@
 #include "Main_thread_bus.h"
 
 #include "Private_bus.h"
+#include "Signal_relay.h"
 #include "Waiting.h"
 
+#include <QDBusAbstractAdaptor>
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
 #include <QSignalSpy>
@@ -39,7 +41,15 @@ public:
         : bus_(QDBusConnection::connectToBus(address, QStringLiteral("listener")))
     {
         bus_.connect({}, path, interface, QStringLiteral("happened"), this, SLOT(count()));
-        bus_.call(QDBusMessage::createMethodCall( // behind it the bus knows what is asked for
+        wait_for_the_bus();
+    }
+
+    QDBusConnection bus() const { return bus_; }
+
+    /// Behind it the bus knows what has been asked for.
+    void wait_for_the_bus()
+    {
+        bus_.call(QDBusMessage::createMethodCall(
             QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/"),
             QStringLiteral("org.freedesktop.DBus"), QStringLiteral("GetId")));
     }
@@ -59,6 +69,36 @@ public Q_SLOTS:
 private:
     QDBusConnection bus_;
     int counted_ = 0;
+};
+
+/// Has a signal of every kind of argument.
+class Signalling : public QDBusAbstractAdaptor {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "com.quorin.test")
+public:
+    explicit Signalling(QObject* parent) : QDBusAbstractAdaptor(parent) {}
+
+Q_SIGNALS:
+    void everything(bool flag, uchar byte, int number, uint count, double value, QString text);
+};
+
+/// Keeps the last message that came.
+class Message_listener : public QObject {
+    Q_OBJECT
+public:
+    explicit Message_listener(QDBusConnection bus)
+    {
+        bus.connect({}, path, interface, QStringLiteral("everything"), this,
+                    SLOT(keep(QDBusMessage)));
+    }
+
+    const QDBusMessage& message() const { return message_; }
+
+public Q_SLOTS:
+    void keep(const QDBusMessage& message) { message_ = message; }
+
+private:
+    QDBusMessage message_;
 };
 
 class Main_thread_bus_test : public QObject {
@@ -111,6 +151,28 @@ private Q_SLOTS:
         }
         QCOMPARE(listener.call(QStringLiteral("answer")).arguments(), QVariantList{42});
         QDBusConnection::systemBus().unregisterObject(path);
+    }
+
+    /// What leaves is of the very types that the introspection names.
+    void arguments_keep_their_types()
+    {
+        Listener listener(bus_.address());
+        Message_listener received(listener.bus());
+        listener.wait_for_the_bus();
+        QObject object;
+        auto* const adaptor = new Signalling(&object);
+        QVERIFY(QDBusConnection::systemBus().registerObject(path, &object,
+                                                            QDBusConnection::ExportAdaptors));
+        const Signal_relay relay(adaptor, path);
+        {
+            const Main_thread_bus bus;
+            Q_EMIT adaptor->everything(true, 200, -5, 4000000000U, 0.25, QStringLiteral("\u00e4"));
+            QVERIFY(wait_for([&] { return !received.message().signature().isEmpty(); }));
+        }
+        QCOMPARE(received.message().signature(), QStringLiteral("byiuds"));
+        QCOMPARE(received.message().arguments(),
+                 (QVariantList{true, QVariant::fromValue(uchar{200}), -5, 4000000000U, 0.25,
+                               QStringLiteral("\u00e4")}));
     }
 
     /// More than the socket and the daemon hold; the bus takes all of them.

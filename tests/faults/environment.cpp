@@ -63,6 +63,24 @@ private Q_SLOTS:
         QVERIFY(terminal.ends_cleanly());
     }
 
+    /// What the daemon ignores, a command has as it is by default.
+    void shell_commands_ignore_no_signal_of_the_daemon()
+    {
+        Terminal terminal;
+        terminal.root.remove(QStringLiteral("etc/power_manage.conf"));
+        const QByteArray calls =
+            QFile::encodeName(terminal.root.path(QStringLiteral("systemctl.calls")));
+        terminal.root.write(QStringLiteral("bin/systemctl"),
+                            "#!/bin/sh\nsed -n 's/^SigIgn:[[:space:]]*//p' /proc/self/status >> " +
+                                calls + "\n");
+        terminal.start();
+        QCOMPARE(terminal.root.systemctl_calls().size(), 1);
+        const qulonglong ignored = terminal.root.systemctl_calls().first().toULongLong(nullptr, 16);
+        QVERIFY((ignored >> (SIGPIPE - 1) & 1) == 0);
+        QVERIFY((ignored >> (SIGXFSZ - 1) & 1) == 0);
+        QVERIFY(terminal.ends_cleanly());
+    }
+
     /// The system removes children at once then, and there is nothing to wait for.
     void ignored_signals_of_children()
     {

@@ -6,7 +6,8 @@
 ///
 /// Value  what the command prints on standard error, if anything, or on standard output: UTF-8 up
 ///        to the first NUL, line ends included; "failed to run cmd\n" when it does not start,
-///        does not end within 30 s, or prints more than 16 MiB. Fixed from construction, which waits for the command.
+///        does not end within 30 s, or prints more than 16 MiB. Fixed from construction, which
+///        waits for the command.
 class Cmd_version_interface : public Version_interface {
     Q_OBJECT
 public:

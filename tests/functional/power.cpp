@@ -77,8 +77,9 @@ private Q_SLOTS:
         QVERIFY(terminal.log.lines().contains(QLatin1String("Timeout for sleep is 50")));
         QVERIFY(terminal.root.systemctl_calls().isEmpty());
         QVERIFY(!suspended(terminal).contains(true));
-        QVERIFY(terminal.log.lines().contains(QLatin1String("System => ON")));
-        QVERIFY(terminal.log.lines().contains(QLatin1String("Display backlight => ON")));
+        QCOMPARE(terminal.log.lines().filter(QStringLiteral(" => ")),
+                 (QStringList{QStringLiteral("System => ON"),
+                              QStringLiteral("Display backlight => ON")}));
         QCOMPARE(terminal.controller.payloads().count(QStringLiteral("0b 01 fe 00 00 00 00 00")),
                  2);
     }

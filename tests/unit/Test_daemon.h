@@ -8,16 +8,21 @@
 #include <QTest>
 #include <QVector>
 
+#include <functional>
+
 /// A link that keeps the payloads that are to be sent.
 class Recording_link : public Power_controller_interface {
 public:
     bool send_packet(const unsigned char* payload, int len) override
     {
+        if (before_sending)
+            before_sending();
         sent.append(QByteArray(reinterpret_cast<const char*>(payload), len).toHex());
         return true;
     }
 
     QVector<QByteArray> sent;
+    std::function<void()> before_sending; ///< none to begin with
 };
 
 /// A daemon in the test's own process, with files and a log of its own, and without a bus.

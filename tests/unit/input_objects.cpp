@@ -98,6 +98,19 @@ private Q_SLOTS:
                                            "UnChanged id=\x10 dio=2 val=0\n"));
     }
 
+    void digital_input_has_its_value_before_it_signals()
+    {
+        auto& input = make<Digital_input_interface>(0U);
+        Captured_descriptor errors(STDERR_FILENO);
+        QStringList seen_then;
+        connect(&input, &Digital_input_interface::changed, this, [&](bool on) {
+            QCOMPARE(output_of(input, &Digital_input_interface::is_on, !on), on);
+            seen_then.append(QString::fromLatin1(errors.text()));
+        });
+        QVERIFY(offer(input, "3601"));
+        QCOMPARE(seen_then, QStringList{QStringLiteral("Changed id=6 len=2\n")});
+    }
+
     void digital_input_refuses_other_messages()
     {
         auto& input = make<Digital_input_interface>(0U);
@@ -305,6 +318,29 @@ private Q_SLOTS:
         QCOMPARE(errors.text(), QByteArray("Updated val=2 min=1 max=1 Changed\n"));
     }
 
+    /// In the order of the text, and before the value is kept.
+    void analog_input_signals_between_its_words()
+    {
+        auto& input = make<Analog_input_interface>(true);
+        const Captured_descriptor output(STDOUT_FILENO);
+        Captured_descriptor errors(STDERR_FILENO);
+        QStringList seen_then;
+        const auto note = [&] {
+            QCOMPARE(value_of(input), -1000000.0);
+            seen_then.append(QString::fromLatin1(errors.text()));
+        };
+        connect(&input, &Analog_input_interface::min_pass, this, note);
+        connect(&input, &Analog_input_interface::max_pass, this, note);
+        connect(&input, &Analog_input_interface::val_changed, this, note);
+        input.set_min_value(3.0);
+        input.set_max_value(1.0);
+        offer(input, millivolts(2000));
+        QCOMPARE(seen_then, (QStringList{QStringLiteral("Updated val=2"),
+                                         QStringLiteral("Updated val=2 min=1"),
+                                         QStringLiteral("Updated val=2 min=1 max=1 Changed")}));
+        QCOMPARE(value_of(input), 2.0);
+    }
+
     void no_number_as_a_limit_is_never_passed()
     {
         auto& input = make<Analog_input_interface>(true);
@@ -437,6 +473,32 @@ private Q_SLOTS:
         changed.clear();
         input.handle_timeout();
         QCOMPARE(seen(changed), (QList<QVariantList>{{0.0, true}}));
+    }
+
+    void only_a_reported_change_restarts_the_period()
+    {
+        auto& analog = make<Analog_input_interface>(true);
+        auto& frequency = make<Frequency_input_interface>();
+        const Captured_descriptor output(STDOUT_FILENO);
+        const Captured_descriptor errors(STDERR_FILENO);
+        analog.set_time_out(500000);
+        analog.set_min_value(1.0);
+        frequency.set_time_out(500000);
+        const auto* analog_timer = analog.findChild<QTimer*>();
+        const auto* frequency_timer = frequency.findChild<QTimer*>();
+        offer(analog, millivolts(5000)); // the first change
+        offer(frequency, "3600000000000005");
+        constexpr int left = 499900;
+        QTRY_VERIFY(analog_timer->remainingTime() < left);
+        QTRY_VERIFY(frequency_timer->remainingTime() < left);
+        offer(analog, millivolts(500)); // passes the limit and is no change
+        analog.handle_timeout();
+        offer(frequency, "3600000000000006");
+        frequency.handle_timeout();
+        QVERIFY(analog_timer->remainingTime() < left);
+        QVERIFY(frequency_timer->remainingTime() < left);
+        analog.set_time_out(500000); // the same again begins a new one
+        QVERIFY(analog_timer->remainingTime() > left);
     }
 
     void frequency_change_restarts_the_period()

@@ -136,6 +136,13 @@ private Q_SLOTS:
         QVERIFY(world_.lines().isEmpty());
     }
 
+    void holder_belongs_to_the_daemon()
+    {
+        const auto* object = new Plain_object(world_.daemon, QStringLiteral("p"), nullptr);
+        QVERIFY(object->parent() != world_.daemon);
+        QCOMPARE(object->parent()->parent(), world_.daemon);
+    }
+
     void power_name_without_a_configuration_logs_nothing()
     {
         QVERIFY(world_.daemon->power_config() == nullptr);
@@ -210,6 +217,21 @@ private Q_SLOTS:
             QVERIFY(offer(*input, "36" + bit));
             QCOMPARE(seen(changed), QList<QVariantList>{{true}});
         }
+    }
+
+    void objects_are_deleted_in_the_order_of_their_creation()
+    {
+        const Captured_descriptor output(STDOUT_FILENO);
+        create_objects(world_.daemon);
+        QVector<std::size_t> created;
+        QVector<std::size_t> deleted;
+        for (std::size_t i = 0; i < device_object_count; ++i) {
+            connect(world_.daemon->devices()[static_cast<Device_object>(i)], &QObject::destroyed,
+                    this, [&deleted, i] { deleted.append(i); });
+            created.append(i);
+        }
+        world_.daemon->handle_quit();
+        QCOMPARE(deleted, created);
     }
 
     void objects_are_forgotten_when_they_are_deleted()

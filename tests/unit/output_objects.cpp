@@ -122,6 +122,28 @@ private Q_SLOTS:
         QCOMPARE(changed.count(), 0);
     }
 
+    /// Every command is sent, then printed, then remembered.
+    void commands_leave_before_they_are_printed_and_remembered()
+    {
+        auto& digital = make<Digital_output_interface>(0U);
+        auto& frequency = make<Radar_output_interface>();
+        auto& voltage = make<Operating_voltage_interface>();
+        auto& backlight = make<LCD_backlight_interface>();
+        Captured_descriptor output(STDOUT_FILENO);
+        QList<int> lines;
+        world_.link->before_sending = [&] {
+            lines.append(output.text().count('\n'));
+            QCOMPARE(state_of(digital), qMakePair(lines.size() > 1, true));
+            QCOMPARE(output_of(voltage, &Operating_voltage_interface::get_operating_voltage), 0U);
+            QCOMPARE(output_of(backlight, &Dimmable_interface::get_brightness), 100.0);
+        };
+        digital.on();
+        frequency.set(1);
+        voltage.set_operating_voltage(2);
+        world_.link->before_sending = nullptr;
+        QCOMPARE(lines, (QList<int>{0, 1, 2}));
+    }
+
     void digital_output_reports_data()
     {
         QTest::addColumn<uint>("channel");
@@ -370,6 +392,22 @@ private Q_SLOTS:
         const double stored = output_of(made, &Buzzer_interface::get_volume);
         QVERIFY(stored == volume || (std::isnan(stored) && std::isnan(volume)));
         QCOMPARE(output.text(), QString::asprintf("BUZ volume set to %f\n", volume).toLatin1());
+    }
+
+    void volume_is_reported_before_it_is_kept_and_printed()
+    {
+        auto& made = make<Buzzer_interface>();
+        Captured_descriptor output(STDOUT_FILENO);
+        QList<double> kept;
+        QList<int> lines;
+        connect(&made, &Buzzer_interface::volume_changed, this, [&] {
+            kept.append(output_of(made, &Buzzer_interface::get_volume));
+            lines.append(output.text().count('\n'));
+        });
+        made.set_volume(3.5);
+        made.set_volume(4.5);
+        QCOMPARE(kept, (QList<double>{0.0, 3.5}));
+        QCOMPARE(lines, (QList<int>{0, 1}));
     }
 
     void new_sound_file_reports_silence_and_the_volume_again()

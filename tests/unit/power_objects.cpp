@@ -126,6 +126,19 @@ private Q_SLOTS:
         QVERIFY(world_.root.systemctl_calls().isEmpty());
     }
 
+    void backlight_is_logged_before_it_is_commanded()
+    {
+        auto& power = make_switch(3);
+        QList<int> logged;
+        world_.link->before_sending = [this, &logged] {
+            world_.log.settle();
+            logged.append(world_.log.lines().size());
+        };
+        power.resume();
+        world_.link->before_sending = nullptr;
+        QCOMPARE(logged, (QList<int>{1, 1}));
+    }
+
     void system_is_switched_off_each_time()
     {
         auto& power = make_switch(0);
@@ -166,6 +179,18 @@ private Q_SLOTS:
         QVERIFY(offer(*ignition, "0604000080"));
         QCOMPARE(seen(changed), (QList<QVariantList>{{false}, {true}}));
         QVERIFY(world_.lines().isEmpty()); // nothing reaches the power states
+    }
+
+    void ignition_has_its_state_before_it_signals()
+    {
+        auto* ignition = new Ignition_interface(world_.daemon, QStringLiteral("i"));
+        QSignalSpy changed(ignition, &Ignition_interface::changed);
+        connect(ignition, &Ignition_interface::changed, this, [ignition](bool on) {
+            QCOMPARE(output_of(*ignition, &Ignition_interface::is_on, !on), on);
+            QCOMPARE(output_of(*ignition, &Ignition_interface::get_mode), uchar{3});
+        });
+        QVERIFY(offer(*ignition, "0603000000"));
+        QCOMPARE(changed.count(), 1);
     }
 
     void ignition_refuses_other_messages()
@@ -226,6 +251,22 @@ private Q_SLOTS:
         QVERIFY(!offer(*atx, "3f00000000000000"));
         QVERIFY(!offer(*atx, ""));
         QCOMPARE(received.count(), 1);
+    }
+
+    void atx_is_logged_behind_what_it_does()
+    {
+        auto* atx = new ATX_interface(world_.daemon, QStringLiteral("atx"));
+        QList<int> logged;
+        const auto note = [this, &logged] {
+            world_.log.settle();
+            logged.append(world_.log.lines().size());
+        };
+        connect(atx, &ATX_interface::received, this, note);
+        world_.link->before_sending = note;
+        atx->send_ack();
+        world_.link->before_sending = nullptr;
+        offer(*atx, "40");
+        QCOMPARE(logged, (QList<int>{0, 1}));
     }
 
     void camera_takes_every_call_and_does_nothing()

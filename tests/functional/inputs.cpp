@@ -75,6 +75,31 @@ private Q_SLOTS:
                          .toBool());
     }
 
+    /// Its own, also where the signal is inherited.
+    void signals_carry_the_interface_of_their_object()
+    {
+        const QString light = QStringLiteral("device/io/input/ambientlight/0");
+        const QString voltage = QStringLiteral("device/io/input/voltage/5");
+        const QString temperature = QStringLiteral("device/io/input/temperature/5");
+        for (const QString& path : {analog_, light, voltage, temperature}) {
+            set(path, "set_min_value", 1e6);
+            set(path, "set_max_value", -1e6);
+        }
+        for (const char* message : {"3601000100010001", "24000100010001", "28010101010101"})
+            terminal().send(message);
+        for (const QString& path : {analog_, light, voltage, temperature}) {
+            QStringList members;
+            for (const auto& signal : signals_of(path))
+                members.append(signal.member);
+            QCOMPARE(members, (QStringList{QStringLiteral("min_pass"), QStringLiteral("max_pass"),
+                                           QStringLiteral("val_changed")}));
+        }
+        QCOMPARE(signals_of(frequency_).size(), 1);
+        QCOMPARE(signals_of(QStringLiteral("device/io/input/digital/0")).size(), 1);
+        for (const auto& signal : terminal().seen_signals())
+            QCOMPARE(signal.interface, terminal().interface_of(signal.path));
+    }
+
     void digital_change_is_signalled_once()
     {
         const QString path = QStringLiteral("device/io/input/digital/2");

@@ -113,6 +113,42 @@ private Q_SLOTS:
         QVERIFY(text.contains("Current usb0a\n"));
     }
 
+    void names_that_differ_in_case_are_different_media()
+    {
+        make("usba");
+        terminal().start();
+        terminal().clear();
+        QVERIFY(QDir(directory()).rename(QStringLiteral("usba"), QStringLiteral("usbA")));
+        expect_signals({connection("usba", false), connection("usbA", true)});
+    }
+
+    void removals_are_in_the_order_of_the_last_listing()
+    {
+        for (const char* name : {"usbC", "usba", "usbB"})
+            make(name);
+        terminal().start();
+        terminal().clear();
+        terminal().call(QStringLiteral("media"), QStringLiteral("media_changed"),
+                        {QStringLiteral("/nowhere/")});
+        QList<Terminal::Signal> removed;
+        for (const char* name : {"usba", "usbB", "usbC"})
+            removed.append({QStringLiteral("media"),
+                            QStringLiteral("connection"),
+                            {QStringLiteral("/nowhere/") + QLatin1String(name), false}});
+        expect_signals(removed);
+        QCOMPARE(terminal().output(), QByteArray("Media changed /nowhere/\nRemoved usba\n"
+                                                 "Removed usbB\nRemoved usbC\n"));
+    }
+
+    void link_to_what_exists_is_a_medium()
+    {
+        terminal().start();
+        terminal().clear();
+        QVERIFY(QFile::link(terminal().root.path(QStringLiteral("tmp")),
+                            directory() + QStringLiteral("usb-link")));
+        expect_signals({connection("usb-link", true)});
+    }
+
     void change_is_noticed_without_a_call()
     {
         terminal().start();

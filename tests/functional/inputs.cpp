@@ -97,7 +97,9 @@ private Q_SLOTS:
         QCOMPARE(signals_of(frequency_).size(), 1);
         QCOMPARE(signals_of(QStringLiteral("device/io/input/digital/0")).size(), 1);
         for (const auto& signal : terminal().seen_signals())
-            QCOMPARE(signal.interface, terminal().interface_of(signal.path));
+            QCOMPARE(signal.interface,
+                     QStringLiteral("com.quorin.system.") +
+                         signal.path.section(QLatin1Char('/'), 0, -2).replace('/', '.'));
     }
 
     void digital_change_is_signalled_once()

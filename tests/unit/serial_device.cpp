@@ -6,8 +6,11 @@
 #include <QTest>
 #include <QVector>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdarg>
+#include <cstring>
+#include <iterator>
 
 #include <sys/ioctl.h>
 #include <termios.h>
@@ -16,6 +19,7 @@ namespace {
 
 struct Device {
     termios settings{};
+    bool hides_settings = false;
     bool refuses_settings = false;
     int lines = 0;
     bool has_lines = true;
@@ -38,15 +42,17 @@ extern "C" int tcgetattr(int descriptor, termios* settings) noexcept
 {
     if (descriptor != device_descriptor)
         return failed(EBADF);
+    if (device.hides_settings)
+        return failed(EIO);
     *settings = device.settings;
     return 0;
 }
 
-extern "C" int tcsetattr(int descriptor, int /*when*/, const termios* settings) noexcept
+extern "C" int tcsetattr(int descriptor, int when, const termios* settings) noexcept
 {
     if (descriptor != device_descriptor)
         return failed(EBADF);
-    if (device.refuses_settings)
+    if (device.refuses_settings || when != TCSANOW)
         return failed(EINVAL);
     device.settings = *settings;
     return 0;
@@ -86,12 +92,76 @@ class Serial_device : public QObject {
         return device.settings.c_cflag & (CSIZE | CSTOPB | PARENB | PARODD);
     }
 
+    /// The flow control that the device does.
+    struct Flow_flags {
+        bool hardware;
+        bool on;
+        bool off;
+
+        bool operator==(const Flow_flags& other) const
+        {
+            return hardware == other.hardware && on == other.on && off == other.off;
+        }
+    };
+    static Flow_flags flow_flags()
+    {
+        return {(device.settings.c_cflag & CRTSCTS) != 0, (device.settings.c_iflag & IXON) != 0,
+                (device.settings.c_iflag & IXOFF) != 0};
+    }
+    static void set_flow_flags(const Flow_flags& flags)
+    {
+        device.settings.c_cflag = flags.hardware ? CRTSCTS : 0;
+        device.settings.c_iflag = (flags.on ? IXON : 0) | (flags.off ? IXOFF : 0);
+    }
+
 private Q_SLOTS:
     void init()
     {
         device = Device();
         port_ = std::make_unique<Port>();
         QVERIFY(port_->init_port());
+    }
+
+    void configuring_changes_what_it_has_to_and_nothing_else()
+    {
+        termios found{};
+        found.c_iflag = found.c_oflag = found.c_lflag = ~tcflag_t{0};
+        found.c_cflag = CS5 | CSTOPB | PARENB | PARODD | HUPCL | CRTSCTS;
+        std::fill(std::begin(found.c_cc), std::end(found.c_cc), cc_t{9});
+        cfsetispeed(&found, B9600);
+        cfsetospeed(&found, B9600);
+        device.settings = found;
+        Port port;
+        QVERIFY(port.init_port());
+
+        termios wanted = found;
+        cfmakeraw(&wanted);
+        wanted.c_cflag = (wanted.c_cflag | CREAD | CLOCAL) & ~tcflag_t{HUPCL};
+        wanted.c_cc[VMIN] = 1;
+        wanted.c_cc[VTIME] = 0;
+        QVERIFY(std::memcmp(&device.settings, &wanted, sizeof wanted) == 0);
+        QVERIFY(port.set_baud(115200) && port.set_format(7, 2, 0) && port.set_flow(2));
+        QVERIFY(port.restore_port());
+        QVERIFY(std::memcmp(&device.settings, &found, sizeof found) == 0);
+    }
+
+    void settings_that_cannot_be_read()
+    {
+        device.hides_settings = true;
+        Serial_settings all;
+        QCOMPARE(port_->baud(), 0U);
+        QVERIFY(!port_->get_format(all.format));
+        QVERIFY(!port_->get_flow(all.flow));
+        QVERIFY(!Port().init_port());
+        QVERIFY(port_->set_baud(9600)); // they are written all the same
+        device.hides_settings = false;
+        QCOMPARE(port_->baud(), 9600U);
+    }
+
+    void negative_rate_is_the_lowest()
+    {
+        QVERIFY(port_->set_baud(-115200));
+        QCOMPARE(port_->baud(), 300U);
     }
 
     void formats_data()
@@ -131,11 +201,23 @@ private Q_SLOTS:
         QCOMPARE(format(), tcflag_t{CS8 | PARENB});
     }
 
+    void no_parity_is_neither_odd_nor_even()
+    {
+        QVERIFY(port_->set_format(8, 1, 1));
+        QVERIFY(port_->set_format(8, 1, 0));
+        QCOMPARE(format(), tcflag_t{CS8 | PARODD}); // which says nothing by itself
+        Serial_settings::Format read = {1, 7, 7};
+        QVERIFY(port_->get_format(read));
+        QCOMPARE(read.parity, 0U);
+    }
+
     void refused_settings()
     {
         device.refuses_settings = true;
         QVERIFY(port_->set_baud(9600));
         QVERIFY(port_->set_format(7, 1, 0));
+        QVERIFY(port_->set_flow(0));
+        QVERIFY(port_->apply(Serial_settings()));
         QVERIFY(!port_->restore_port());
         Port other;
         QVERIFY(!other.init_port());
@@ -192,6 +274,61 @@ private Q_SLOTS:
         QCOMPARE(device.lines_set, QVector<int>{TIOCM_RTS});
     }
 
+    void flow_control_takes_the_place_of_another_data()
+    {
+        QTest::addColumn<int>("mode");
+        QTest::addColumn<bool>("hardware");
+        QTest::addColumn<bool>("software");
+        QTest::newRow("none") << 0 << false << false;
+        QTest::newRow("hardware") << 1 << true << false;
+        QTest::newRow("software") << 2 << false << true;
+        QTest::newRow("unknown") << 3 << false << false;
+    }
+    void flow_control_takes_the_place_of_another()
+    {
+        QFETCH(const int, mode);
+        QFETCH(const bool, hardware);
+        QFETCH(const bool, software);
+        const Flow_flags wanted = {hardware, software, software};
+        QVERIFY(port_->set_flow(1) && port_->set_flow(mode));
+        QVERIFY(flow_flags() == wanted);
+        QVERIFY(port_->set_flow(2) && port_->set_flow(mode));
+        QVERIFY(flow_flags() == wanted);
+        Serial_settings all;
+        for (const uint before : {1U, 2U}) {
+            all.flow.mode = before;
+            QVERIFY(port_->apply(all));
+            all.flow.mode = static_cast<uint>(mode);
+            QVERIFY(port_->apply(all));
+            QVERIFY(flow_flags() == wanted);
+        }
+    }
+
+    void flow_control_is_read_data()
+    {
+        QTest::addColumn<bool>("hardware");
+        QTest::addColumn<bool>("on");
+        QTest::addColumn<bool>("off");
+        QTest::addColumn<uint>("mode");
+        QTest::newRow("none") << false << false << false << 0U;
+        QTest::newRow("hardware") << true << false << false << 1U;
+        QTest::newRow("all") << true << true << true << 1U;
+        QTest::newRow("software") << false << true << true << 2U;
+        QTest::newRow("output only") << false << true << false << 2U;
+        QTest::newRow("input only") << false << false << true << 2U;
+    }
+    void flow_control_is_read()
+    {
+        QFETCH(const bool, hardware);
+        QFETCH(const bool, on);
+        QFETCH(const bool, off);
+        set_flow_flags({hardware, on, off});
+        Serial_settings::Flow flow;
+        flow.mode = 9;
+        QVERIFY(port_->get_flow(flow));
+        QTEST(flow.mode, "mode");
+    }
+
     void settings_begin_as_9600_8n1_with_hardware_flow_control()
     {
         const Serial_settings settings;
@@ -206,12 +343,15 @@ private Q_SLOTS:
     void everything_at_once()
     {
         Serial_settings all;
+        all.baud = 10000;
         all.format = {7, 2, 1};
         all.flow.mode = 1;
         all.flow.dtr = 1;
         QVERIFY(port_->apply(all));
+        QCOMPARE(port_->baud(), 19200U);
         QCOMPARE(format(), tcflag_t{CS7 | CSTOPB | PARENB | PARODD});
         QCOMPARE(device.lines, TIOCM_RTS); // the record does not count then
+        QVector<int> lines_set = {TIOCM_RTS};
         all.flow.mode = 0;
         const struct {
             quint16 dtr;
@@ -222,7 +362,9 @@ private Q_SLOTS:
             all.flow.dtr = row.dtr;
             all.flow.rts = row.rts;
             QVERIFY(port_->apply(all));
-            QCOMPARE(device.lines, row.lines);
+            QVERIFY(port_->apply(all)); // are already
+            lines_set.append(row.lines);
+            QCOMPARE(device.lines_set, lines_set); // both at once
         }
     }
 };

@@ -274,6 +274,85 @@ private Q_SLOTS:
         writer->disconnect();
     }
 
+    /// Each request to write wakes the writer once, also when there is nothing left to do.
+    void what_waits_for_the_writer_is_written_as_one()
+    {
+        int ends[2];
+        QCOMPARE(socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends), 0);
+        auto* writer = new Threaded_serial_port_writer;
+        std::mutex mutex;
+        QVector<int> counts;
+        const auto connection = connect(
+            writer, &Threaded_serial_port_writer::bytes_tx, writer,
+            [&](int count) {
+                const std::lock_guard<std::mutex> guard(mutex);
+                counts.append(count);
+            },
+            Qt::DirectConnection);
+        writer->set_descriptor(ends[0]);
+        for (const char* part : {"0123456", "789abcdefgh", "ijk"})
+            writer->append(part, int(qstrlen(part)));
+        writer->start();
+        QVERIFY(wait_for([&] {
+            const std::lock_guard<std::mutex> guard(mutex);
+            return counts == QVector<int>{21, 0, 0, 0};
+        }));
+        for (const char* piece : {"0123456789abc", "defghijk"}) {
+            char bytes[64];
+            const ssize_t count = ::recv(ends[1], bytes, sizeof bytes, 0);
+            QCOMPARE(QByteArray(bytes, int(count)), QByteArray(piece));
+        }
+        disconnect(connection);
+    }
+
+    void arrival_is_announced_on_the_owners_thread_and_the_end_of_writing_on_the_writers()
+    {
+        const Pty pty;
+        auto* port = open_port(pty);
+        std::atomic<QThread*> announced{nullptr};
+        std::atomic<QThread*> written{nullptr};
+        connect(
+            port, &QIODevice::readyRead, port, [&] { announced = QThread::currentThread(); },
+            Qt::DirectConnection);
+        connect(
+            port, &QIODevice::bytesWritten, port, [&] { written = QThread::currentThread(); },
+            Qt::DirectConnection);
+        QCOMPARE(::write(pty.master, "a", 1), ssize_t{1});
+        port->write("b");
+        QVERIFY(wait_for([&] { return announced != nullptr && written != nullptr; }));
+        QCOMPARE(announced.load(), QThread::currentThread());
+        QVERIFY(written.load() != QThread::currentThread());
+        port->disconnect();
+    }
+
+    void bytes_that_are_peeked_at_stay()
+    {
+        const Pty pty;
+        auto* port = open_port(pty);
+        QSignalSpy spy(port, &QIODevice::readyRead);
+        QCOMPARE(::write(pty.master, "abc", 3), ssize_t{3});
+        QVERIFY(wait_for([&] { return spy.count() > 0; }));
+        QCOMPARE(port->peek(2), QByteArray("ab"));
+        QCOMPARE(port->peek(260), QByteArray("abc"));
+        QCOMPARE(port->read(1), QByteArray("a"));
+        QCOMPARE(port->peek(260), QByteArray("bc"));
+        QCOMPARE(port->readAll(), QByteArray("bc"));
+    }
+
+    void wake_up_is_told_from_the_end_of_the_time()
+    {
+        Threaded_serial_port port;
+        std::atomic<bool> done{false};
+        std::thread waker([&] {
+            while (!done)
+                port.notify_bytes_tx(0);
+        });
+        const bool woken = port.waitForBytesWritten(patience_ms);
+        done = true;
+        waker.join();
+        QVERIFY(woken);
+    }
+
     /// What a reader tells of, each time that it has something to tell, when so much is there from
     /// the start.
     static QVector<int> told_of(int size)

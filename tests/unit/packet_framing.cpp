@@ -10,6 +10,8 @@
 #include <QTest>
 
 #include <algorithm>
+#include <chrono>
+#include <thread>
 
 class Packet_framing : public QObject {
     Q_OBJECT
@@ -180,6 +182,20 @@ private Q_SLOTS:
         }
     }
 
+    void frame_without_payload_is_taken_out_and_tells_of_nothing()
+    {
+        Captured_descriptor output(STDOUT_FILENO);
+        Variable_link link(0);
+        int delivered = 0;
+        connect(&link, &Packet_serial_interface::handle_packet, &link, [&] { ++delivered; });
+        link.arrive(frame({}));
+        QVERIFY(output.text().isEmpty());
+        link.arrive(hex("18ef5978d9")); // finds nothing before it
+        QCOMPARE(output.text(), QByteArray("Checksum failed"));
+        QCOMPARE(link.shown, (QVector<int>{5, 5}));
+        QCOMPARE(delivered, 0);
+    }
+
     void length_is_told_by_3_to_260_bytes()
     {
         const Captured_descriptor output(STDOUT_FILENO);
@@ -319,6 +335,30 @@ private Q_SLOTS:
         QCOMPARE(link.written.size(), matches ? 2 : 1);
     }
 
+    void request_is_kept_as_it_was_when_it_was_sent()
+    {
+        Loopback_link link;
+        uchar payload[8] = {0x0d, 1};
+        link.send_packet(payload, 8);
+        payload[1] = 2;
+        link.send_packet(payload, 8);
+        payload[1] = 3;
+        link.timeout();
+        QCOMPARE(link.written.value(1).mid(4, 2), hex("0d02"));
+    }
+
+    void request_may_come_from_any_thread()
+    {
+        Loopback_link link;
+        std::thread sender([&link] {
+            link.send_message(0x0d, 1);
+            link.send_message(0x0d, 2);
+        });
+        sender.join();
+        QCOMPARE(link.written.size(), 1);
+        QVERIFY(wait_for([&link] { return link.written.size() == 2; })); // 300 ms later
+    }
+
     void cleared_queue_sends_nothing_more()
     {
         Loopback_link link;
@@ -379,6 +419,57 @@ private Q_SLOTS:
         }
         QVERIFY(fastest_ms >= 299);
         QVERIFY(fastest_ms < 500);
+    }
+
+    void what_answers_nothing_gives_no_more_time()
+    {
+        Loopback_link link;
+        QTimer unsolicited;
+        connect(&unsolicited, &QTimer::timeout, &link,
+                [&link] { link.arrive(frame(hex("1c00000000000000"))); });
+        link.send_message(0x01);
+        link.send_message(0x11);
+        unsolicited.start(20);
+        QVERIFY(wait_for([&link] { return link.written.size() == 2; }));
+    }
+
+    void next_request_has_its_own_300_ms()
+    {
+        Loopback_link link;
+        QElapsedTimer clock;
+        QTimer::singleShot(200, &link, [&] {
+            if (link.written.size() == 1)
+                clock.start();
+            link.arrive(frame(hex("0200000000000000")));
+        });
+        link.send_message(0x01);
+        link.send_message(0x11);
+        link.send_message(0x15);
+        QVERIFY(wait_for([&link] { return link.written.size() == 3; }));
+        // On a busy machine the answer may come too late to be one.
+        QVERIFY(!clock.isValid() || clock.elapsed() >= 299);
+    }
+
+    void closing_waits_as_long_as_the_writer_goes_on()
+    {
+        constexpr auto step = std::chrono::milliseconds(10);
+        constexpr int steps = 20;
+        qint64 longest_ms = 0;
+        for (int i = 0; i < 20 && longest_ms < 200; ++i) {
+            Loopback_link link;
+            std::thread writer([&] {
+                for (int n = 0; n < steps; ++n) {
+                    std::this_thread::sleep_for(step);
+                    link.notify_bytes_tx(13);
+                }
+            });
+            QElapsedTimer clock;
+            clock.start();
+            link.close();
+            longest_ms = std::max(longest_ms, clock.elapsed());
+            writer.join();
+        }
+        QVERIFY(longest_ms >= 200);
     }
 
     void null_port_is_a_closed_port()

@@ -4,6 +4,7 @@
 
 #include <QFile>
 
+#include <algorithm>
 #include <csignal>
 
 class Simulator_test : public QObject {
@@ -31,6 +32,18 @@ private:
         frame[2] = 0x78;
         frame[3] = 0x59;
         terminal().controller.send_bytes(frame);
+    }
+
+    /// Whether two reports come within that time, at some time: a busy machine may be late.
+    bool two_reports_come_within(qint64 msecs)
+    {
+        const auto& requests = terminal().controller.requests();
+        return wait_for([&] {
+            return std::adjacent_find(requests.begin(), requests.end(),
+                                      [msecs](const auto& one, const auto& next) {
+                                          return next.msecs - one.msecs < msecs;
+                                      }) != requests.end();
+        });
     }
 
     bool is_answered(const QByteArray& payload)
@@ -76,6 +89,26 @@ private Q_SLOTS:
         QCOMPARE(requests[1].payload.toHex(), QByteArray("3600808002800000"));
         QCOMPARE(requests[2].payload.toHex(), QByteArray("3600818003800000"));
         QVERIFY(requests[3].msecs - asked >= 3 * 300);
+    }
+
+    void interval_is_counted_in_50_ms_and_repeats()
+    {
+        start();
+        const qint64 asked = terminal().controller.now();
+        ask("351400"); // every second
+        QVERIFY(two_reports_come_within(1500));
+        const auto& requests = terminal().controller.requests();
+        for (int i = 0; i < requests.size(); ++i)
+            QVERIFY(requests[i].msecs - asked >= (i + 1) * 950); // a timer may be early by 5 %
+    }
+
+    void each_digest_request_adds_a_timer()
+    {
+        start();
+        ask("351400");
+        ask("351400");
+        // Two reports a second, 300 ms apart.
+        QVERIFY(two_reports_come_within(700));
     }
 
     void interval_0_fires_on_every_turn_and_other_requests_go_on()

@@ -140,6 +140,27 @@ private Q_SLOTS:
                                                  "Removed usbB\nRemoved usbC\n"));
     }
 
+    void names_may_have_every_character()
+    {
+        const QByteArrayList names = {
+            "usb",    "usb\n1",     "usb %s%n",        "usb*?",
+            "usb[1]", "usb\\x",     "usb\x01\x7f",     "usb\xf0\x9f\x92\xbe",
+            "usb.",   "usb'\"$(x)", "usb-\xef\xbf\xbd"};
+        for (const QByteArray& name : names + QByteArrayList{"usb" + QByteArray(252, 'x')})
+            QCOMPARE(mkdir((directory().toUtf8() + name).constData(), 0700), 0);
+        terminal().start();
+        terminal().settle();
+        QCOMPARE(media_signals().size(), names.size() + 1);
+        const QByteArray text = terminal().output();
+        for (const QByteArray& name : names) {
+            const Terminal::Signal added = {QStringLiteral("media"),
+                                            QStringLiteral("connection"),
+                                            {directory() + QString::fromUtf8(name), true}};
+            QVERIFY2(media_signals().contains(added), name);
+            QVERIFY2(text.contains("Added " + name + "\n"), name);
+        }
+    }
+
     void link_to_what_exists_is_a_medium()
     {
         terminal().start();

@@ -2,6 +2,7 @@
 
 #include "Terminal.h"
 
+#include <QDBusConnectionInterface>
 #include <QDBusUnixFileDescriptor>
 #include <QDBusVariant>
 #include <QDir>
@@ -238,6 +239,95 @@ private Q_SLOTS:
         QCOMPARE(reply.type(), QDBusMessage::ErrorMessage);
         QVERIFY(terminal.serves());
         QVERIFY(terminal.ends_cleanly());
+    }
+
+    /// What every QObject has, what the daemon's own code calls, and signals.
+    void members_that_are_no_methods()
+    {
+        Terminal terminal;
+        terminal.start();
+        const QString media = QStringLiteral("/com/quorin/system/media");
+        for (const char* member : {"deleteLater", "destroyed", "objectNameChanged", "connection",
+                                   "handle_message", "power_state_changed", "dump_interface"}) {
+            for (const char* interface : {"com.quorin.system.media", "", "local.QObject"}) {
+                for (const QVariantList& values :
+                     {QVariantList{}, {media}, {media, true}, {QVariant(1)}}) {
+                    const QDBusMessage reply = answer(terminal, media, QLatin1String(interface),
+                                                      QLatin1String(member), values);
+                    QVERIFY2(reply.type() == QDBusMessage::ErrorMessage, member);
+                }
+            }
+        }
+        QCOMPARE(
+            terminal.call(QStringLiteral("media"), QStringLiteral("media_changed"), {media}).type(),
+            QDBusMessage::ReplyMessage);
+        QVERIFY(terminal.ends_cleanly());
+    }
+
+    /// As if they came from the bus, or from the daemon itself.
+    void signals_nobody_asked_for()
+    {
+        Terminal terminal;
+        terminal.start();
+        terminal.clear();
+        const QString bus = QStringLiteral("org.freedesktop.DBus");
+        const QString owner = terminal.connection().interface()->serviceOwner(service).value();
+        const QPair<const char*, QString> sources[] = {
+            {"/org/freedesktop/DBus", bus},
+            {"/com/quorin/system/media", QStringLiteral("com.quorin.system.media")}};
+        for (const auto& [path, interface] : sources) {
+            for (const char* member :
+                 {"NameOwnerChanged", "NameLost", "NameAcquired", "connection", "media_changed"}) {
+                for (const QVariantList& values : {QVariantList{},
+                                                   {service},
+                                                   {service, owner, QString()},
+                                                   {bus, bus, QString()},
+                                                   {QStringLiteral("/x/"), true}}) {
+                    QDBusMessage signal = QDBusMessage::createTargetedSignal(
+                        owner, QLatin1String(path), interface, QLatin1String(member));
+                    signal.setArguments(values);
+                    QVERIFY(terminal.connection().send(signal));
+                }
+            }
+        }
+        QVERIFY(!terminal.output().contains("Media changed"));
+        QVERIFY(terminal.serves());
+        QVERIFY(terminal.ends_cleanly());
+    }
+
+    /// Some calls are behind the signal to quit, some before.
+    void end_in_the_midst_of_calls()
+    {
+        for (const int before : {0, 30, 300, 1000}) {
+            Terminal terminal;
+            terminal.start();
+            const QPair<const char*, QPair<const char*, QVariantList>> calls[] = {
+                {"device/display/backlight", {"set_brightness", {50.0}}},
+                {"device/display/backlight/power", {"resume", {}}},
+                {"device/io/output/digital/0", {"on", {}}},
+                {"device/io/input/analog/0", {"set_time_out", {130U}}},
+                {"device/io/input/analog/0", {"handle_timeout", {}}},
+                {"device/buzzer", {"set_buzzer_file", {QString(1000, QLatin1Char('x'))}}},
+                {"media", {"media_changed", {QStringLiteral("/nowhere/")}}},
+                {"atx", {"send_ack", {}}}};
+            const auto call_all = [&](int count) {
+                for (int i = 0; i < count; ++i) {
+                    const auto& [path, method] =
+                        calls[static_cast<std::size_t>(i) % std::size(calls)];
+                    QDBusMessage call = QDBusMessage::createMethodCall(
+                        service, QLatin1String("/com/quorin/system/") + QLatin1String(path),
+                        terminal.interface_of(QLatin1String(path)), QLatin1String(method.first));
+                    call.setArguments(method.second);
+                    terminal.connection().send(call);
+                }
+            };
+            call_all(before);
+            terminal.daemon.signal(SIGTERM);
+            call_all(1000);
+            QVERIFY(terminal.daemon.wait_for_end());
+            QCOMPARE(terminal.daemon.exit_status(), 0);
+            QVERIFY(terminal.daemon.output().endsWith("Quiting\nBUZ cleaning up\n"));
+        }
     }
 
     void client_that_reads_no_answers()

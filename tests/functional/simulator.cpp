@@ -111,6 +111,16 @@ private Q_SLOTS:
         QVERIFY(two_reports_come_within(700));
     }
 
+    void slower_timer_leaves_the_faster_one_alone()
+    {
+        start();
+        const qint64 asked = terminal().controller.now();
+        ask("351400"); // every second
+        ask("35ff00"); // every 12.75 s
+        QVERIFY(wait_for([this] { return !terminal().controller.requests().isEmpty(); }));
+        QVERIFY(terminal().controller.requests()[0].msecs - asked < 10000);
+    }
+
     void interval_0_fires_on_every_turn_and_other_requests_go_on()
     {
         start();

@@ -7,6 +7,19 @@
 
 #include <syslog.h>
 
+namespace {
+
+/// A buffer whose operations can be called one by one.
+class Open_buf : public Logger::Buf {
+public:
+    using Buf::Buf;
+    using Buf::overflow;
+    using Buf::sync;
+    using Buf::xsputn;
+};
+
+} // namespace
+
 class Logger_test : public QObject {
     Q_OBJECT
 
@@ -29,6 +42,7 @@ private Q_SLOTS:
         log_.reset();
         root_.remove(QStringLiteral("log"));
         log_ = std::make_unique<Syslog_receiver>(root_.path(QStringLiteral("log")));
+        channel_.reset(); // closes the log, which the next opens
         channel_ = std::make_unique<Logger::Channel>("orb-dbus", 0, LOG_DAEMON, false);
     }
 
@@ -89,6 +103,50 @@ private Q_SLOTS:
         channel_->format(LOG_WARNING, "%s-%d\n", "formatted", 5);
         QCOMPARE(datagrams(), (QStringList{QStringLiteral("<27>orb-dbus: error\n"),
                                            QStringLiteral("<28>orb-dbus: formatted-5\n")}));
+    }
+
+    void stream_begins_with_the_priority_it_is_made_with()
+    {
+        Logger::OStream stream(LOG_ERR);
+        stream << "one" << std::endl;
+        stream.set_priority(LOG_DEBUG);
+        stream << "two" << std::endl;
+        QCOMPARE(datagrams(), (QStringList{QStringLiteral("<27>orb-dbus: one\n"),
+                                           QStringLiteral("<31>orb-dbus: two\n")}));
+    }
+
+    void buffer_returns_what_it_has_taken()
+    {
+        Open_buf buf(LOG_INFO);
+        QCOMPARE(buf.sync(), 0);
+        QCOMPARE(buf.xsputn("abc", 0), std::streamsize{0});
+        QCOMPARE(buf.xsputn("abc", 3), std::streamsize{3});
+        QVERIFY(datagrams().isEmpty());
+        QCOMPARE(buf.xsputn("de\xff"
+                            "f",
+                            4),
+                 std::streamsize{2});
+        QCOMPARE(datagrams(), QStringList{message(QStringLiteral("abcde"))});
+        QCOMPARE(buf.xsputn("\xff", 1), std::streamsize{0});
+        QCOMPARE(buf.overflow('g'), int{'g'});
+        QCOMPARE(datagrams().size(), 1);
+        QCOMPARE(buf.overflow('\n'), int{'\n'});
+        QCOMPARE(datagrams().value(1), message(QStringLiteral("g\n")));
+        QCOMPARE(buf.overflow('h'), int{'h'});
+        QCOMPARE(buf.overflow(EOF), EOF);
+        QCOMPARE(datagrams().value(2), message(QStringLiteral("h")));
+        // One character with this value is a character.
+        QCOMPARE(buf.overflow(0xff), 0xff);
+        QCOMPARE(datagrams().size(), 3);
+        QCOMPARE(buf.sync(), 0);
+        QCOMPARE(datagrams().size(), 4);
+    }
+
+    void end_of_the_channel_closes_the_log()
+    {
+        channel_.reset();
+        syslog(LOG_DAEMON | LOG_INFO, "%s", "later");
+        QCOMPARE(datagrams(), QStringList{QStringLiteral("<30>unit.logger: later")});
     }
 
     void nul_ends_the_text_of_a_message()

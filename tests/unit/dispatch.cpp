@@ -12,6 +12,10 @@ namespace {
 QList<int> offered;
 int refusing = -1;
 
+/// The message that they have to be offered, as it is.
+const uchar* dispatched = nullptr;
+uint dispatched_length = 0;
+
 class Recording_object : public Interface_base {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "com.quorin.system.test")
@@ -23,8 +27,8 @@ public:
 
     bool handle_message(const uchar* data, uint len) override
     {
-        if (len > 0 && data == nullptr)
-            qFatal("no bytes");
+        if (data != dispatched || len != dispatched_length)
+            qFatal("another message");
         offered.append(number_);
         return number_ != refusing;
     }
@@ -49,8 +53,9 @@ private:
         const QByteArray bytes = QByteArray::fromHex(hex);
         Captured_descriptor output(STDOUT_FILENO);
         offered.clear();
-        dispatch(objects_, reinterpret_cast<const uchar*>(bytes.constData()),
-                 static_cast<uint>(bytes.size()));
+        dispatched = reinterpret_cast<const uchar*>(bytes.constData());
+        dispatched_length = static_cast<uint>(bytes.size());
+        dispatch(objects_, dispatched, dispatched_length);
         return output.text();
     }
 

@@ -154,6 +154,15 @@ private Q_SLOTS:
         QTEST(command_text(command), "text");
     }
 
+    void text_is_printed_in_utf_8()
+    {
+        auto* version = new Cmd_version_interface(
+            world_.daemon, QStringLiteral("printf \\303\\244\\342\\202\\254"), QStringLiteral("c"));
+        Captured_descriptor output(STDOUT_FILENO);
+        output_of(*version, &Version_interface::get);
+        QCOMPARE(output.text(), QByteArray("Send \xc3\xa4\xe2\x82\xac\n"));
+    }
+
     void missing_file_publishes_the_error()
     {
         const QString text = command_text(QStringLiteral("cat /nonexistent/SERIAL_NUMBER"));
@@ -188,7 +197,7 @@ private Q_SLOTS:
     void oem_code_is_requested_and_reported()
     {
         auto& profile = make<OEMprofile_interface>();
-        const Captured_descriptor errors(STDERR_FILENO);
+        Captured_descriptor errors(STDERR_FILENO);
         QCOMPARE(output_of(profile, &OEMprofile_interface::get_code), uchar{255});
         profile.set_code(3);
         profile.set_code(255);
@@ -198,6 +207,7 @@ private Q_SLOTS:
         QCOMPARE(output_of(profile, &OEMprofile_interface::get_code), uchar{7});
         QVERIFY(!offer(profile, "3d08000000000000"));
         QVERIFY(!offer(profile, "3e"));
+        QCOMPARE(errors.text(), QByteArray("Unhandled id=61 len=8\nUnhandled id=62 len=1\n"));
         QCOMPARE(output_of(profile, &OEMprofile_interface::get_code), uchar{7});
         QCOMPARE(world_.lines(), (QStringList{QStringLiteral("Requested OEM code 3"),
                                               QStringLiteral("Requested OEM code 255"),
@@ -221,7 +231,7 @@ private Q_SLOTS:
     void configuration_keeps_the_last_report()
     {
         auto& configuration = make<Configuration_interface>();
-        const Captured_descriptor errors(STDERR_FILENO);
+        Captured_descriptor errors(STDERR_FILENO);
         const auto last = [&configuration] {
             uchar code = 0;
             uchar offset = 0;
@@ -236,6 +246,7 @@ private Q_SLOTS:
         QCOMPARE(last(), (QList<int>{255, 4, 15}));
         QVERIFY(!offer(configuration, "2e0102"));
         QVERIFY(!offer(configuration, "2d01020300000000"));
+        QCOMPARE(errors.text(), QByteArray("Unhandled id=46 len=3\nUnhandled id=45 len=8\n"));
         QCOMPARE(last(), (QList<int>{255, 4, 15}));
         QCOMPARE(world_.lines(), (QStringList{QStringLiteral("Configuration was set"),
                                               QStringLiteral("Configuration was set")}));

@@ -4,6 +4,7 @@
 #include "Power_state.h"
 #include "Test_root.h"
 
+#include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
 #include <QTest>
@@ -59,6 +60,20 @@ private Q_SLOTS:
                                 << -2 << -2;
         QTest::newRow("declarations and comments")
             << QByteArray("<?xml version=\"1.0\"?><!DOCTYPE power><!-- x --><power/>") << 0 << -3;
+        QTest::newRow("document type elsewhere")
+            << QByteArray("<!DOCTYPE power SYSTEM \"power.dtd\"><power/>") << 0 << -3;
+        QTest::newRow("public document type")
+            << QByteArray("<!DOCTYPE power PUBLIC \"-//x//y\" \"http://x/y.dtd\"><power/>") << 0
+            << -3;
+        QTest::newRow("document type of its own")
+            << QByteArray("<!DOCTYPE power [<!ELEMENT power (state*)><!ELEMENT state ANY>"
+                          "<!ATTLIST state name CDATA #REQUIRED>]><power/>")
+            << 0 << -3;
+        QTest::newRow("processing instruction")
+            << QByteArray("<?editor mode?><power><?x y?></power>") << 0 << -3;
+        QTest::newRow("prefixes") << QByteArray(
+                                         "<power xmlns:a=\"b\"><a:b a:c=\"\"/><d:e/></power>")
+                                  << 0 << -3;
     }
     void load_results()
     {
@@ -93,6 +108,24 @@ private Q_SLOTS:
         QFile::setPermissions(QString::fromUtf8(secret), {});
         if (access(secret.constData(), R_OK) != 0) // root reads everything
             QCOMPARE(load_power_config(document, secret.constData()), -1);
+    }
+
+    void files_are_closed_whatever_is_in_them()
+    {
+        const auto open_files = [] {
+            return QDir(QStringLiteral("/proc/self/fd"))
+                .entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot)
+                .size();
+        };
+        const int before = open_files();
+        QVERIFY(before > 0);
+        for (const char* content : {"<power/>", "<power>", "<profile/>"}) {
+            root_.write(file_, content);
+            std::unique_ptr<QDomDocument> document;
+            load_power_config(document, path().constData());
+            load_oem_profile(document, path().constData());
+            QCOMPARE(open_files(), before);
+        }
     }
 
     void hostile_files_fail_quickly_and_in_bounded_memory_data()
@@ -218,6 +251,23 @@ private Q_SLOTS:
         QTest::newRow("missing") << QByteArray() << true << false
                                  << QByteArray("NOT FOUND Text: \n");
         QTest::newRow("first counts") << device("off") + device("on") << false << false << none;
+        const QByteArray empty_text("NOT FOUND Text: \n");
+        QTest::newRow("trailing blank")
+            << device("off ") << true << false << QByteArray("NOT FOUND Text: off \n");
+        QTest::newRow("case of off")
+            << device("Off") << true << false << QByteArray("NOT FOUND Text: Off\n");
+        QTest::newRow("case of the element")
+            << QByteArray("<Device name=\"d\">off</Device>") << true << false << empty_text;
+        QTest::newRow("case of the attribute")
+            << QByteArray("<device Name=\"d\">off</device>") << true << false << empty_text;
+        QTest::newRow("case of the name")
+            << QByteArray("<device name=\"D\">off</device>") << true << false << empty_text;
+        QTest::newRow("another parameter")
+            << QByteArray("<param name=\"d\">off</param>") << true << false << empty_text;
+        QTest::newRow("other elements and attributes")
+            << QByteArray("<note name=\"d\">off</note><device name=\"e\">off</device>"
+                          "<device since=\"2\" name=\"d\" kind=\"x\">on</device>")
+            << true << true << none;
     }
     void device_power()
     {

@@ -8,6 +8,7 @@
 #include "Test_daemon.h"
 
 #include <QRegularExpression>
+#include <QTimer>
 
 namespace {
 
@@ -153,6 +154,21 @@ private Q_SLOTS:
             power->power_state_changed(state);
             QVERIFY(output_of(*power, &Power_interface::is_suspended));
         }
+    }
+
+    void states_without_a_configuration_last_as_long_as_they_do_by_default()
+    {
+        const QList<QTimer*> timers = world_.daemon->findChildren<QTimer*>();
+        QCOMPARE(timers.size(), 1);
+        world_.daemon->set_power_state(state_on);
+        QVERIFY(!timers[0]->isActive());
+        for (const int state : {int{state_low_power}, int{state_sleep}}) {
+            timers[0]->setInterval(0);
+            world_.daemon->set_power_state(state);
+            QVERIFY(timers[0]->isActive());
+            QCOMPARE(timers[0]->interval(), 100000);
+        }
+        world_.daemon->set_power_state(state_none);
     }
 
     void dump_lists_everything()

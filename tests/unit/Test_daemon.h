@@ -21,8 +21,16 @@ public:
         return true;
     }
 
+    void close() override
+    {
+        if (before_closing)
+            before_closing();
+        Power_controller_interface::close();
+    }
+
     QVector<QByteArray> sent;
     std::function<void()> before_sending; ///< none to begin with
+    std::function<void()> before_closing; ///< the same
 };
 
 /// A daemon in the test's own process, with files and a log of its own, and without a bus.
@@ -60,7 +68,8 @@ int run_with_daemon(int count, char** arguments, const QByteArray& power_configu
     world->root.write(QStringLiteral("etc/power_manage.conf"), power_configuration);
     if (!oem_profile.isEmpty())
         world->root.write(QStringLiteral("etc/oem_profile.conf"), oem_profile);
-    world->daemon = new DBus_daemon(count, arguments);
+    static int program_alone = 1; // the test's arguments are none of the daemon's
+    world->daemon = new DBus_daemon(program_alone, arguments);
     world->link = new Recording_link;
     world->daemon->set_link(world->link);
     Test test(*world);

@@ -60,6 +60,21 @@ private:
 
     QStringList log() { return world_.lines(); }
 
+    /// What one period logs, with "+" where it sends a request after the four polls.
+    QStringList log_with_requests()
+    {
+        QStringList sequence;
+        world_.link->before_sending = [this, &sequence] {
+            world_.log.settle();
+            sequence += world_.log.lines();
+            sequence += QStringLiteral("+");
+            world_.log.clear();
+        };
+        poll();
+        world_.link->before_sending = nullptr;
+        return sequence.mid(polls_.size()) + log();
+    }
+
 private Q_SLOTS:
     void initTestCase() { QVERIFY(!world_.daemon->firmware_detection_done()); }
     void init()
@@ -223,6 +238,24 @@ private Q_SLOTS:
         QTEST(poll(), "sent");
         QTEST(log(), "log");
         QCOMPARE(world_.daemon->firmware_detection_done(), done);
+    }
+
+    void corrections_are_logged_around_their_requests()
+    {
+        tell_versions(hardware_1_1_, firmware_1_5_);
+        QCOMPARE(log_with_requests(),
+                 (QStringList{QStringLiteral("Legacy PMC FW detected. Current Line 15 mode is 255"),
+                              QStringLiteral("+"), QStringLiteral("Line 15 mode changed to 255")}));
+        world_.daemon->set_firmware_detection_done(false);
+        tell_versions(hardware_2_0_, firmware_2_0_);
+        tell(Device_object::configuration, "2e04040a00000000");
+        QCOMPARE(
+            log_with_requests(),
+            (QStringList{QStringLiteral("OEM Profile based PMC FW detected"), QStringLiteral("+"),
+                         QStringLiteral("Requested OEM code 3"),
+                         QStringLiteral("OEM Remote Power up Delay detected. Is currently 10"),
+                         QStringLiteral("+"), QStringLiteral("Set Configuration for OEM code 4"),
+                         QStringLiteral("OEM Remote Power up Delay changed to 15")}));
     }
 
     void old_firmware_on_new_hardware_is_legacy()

@@ -30,7 +30,11 @@ public:
                          .arg(state)
                          .arg(world_.log.lines().size())
                          .arg(world_.root.systemctl_calls().size()));
+        Q_EMIT told();
     }
+
+Q_SIGNALS:
+    void told();
 
 private:
     Test_daemon& world_;
@@ -47,8 +51,17 @@ public:
 private:
     Test_daemon& world_;
     QStringList told_;
+    Told_object* teller_ = nullptr;
 
     DBus_daemon& daemon() { return *world_.daemon; }
+    QTimer& power_timer()
+    {
+        for (auto* timer : daemon().findChildren<QTimer*>()) {
+            if (timer->isSingleShot()) // a time that is over is logged once
+                return *timer;
+        }
+        qFatal("no timer");
+    }
     QString marker() const { return world_.root.path(QStringLiteral("tmp/input_activity")); }
     void make_marker() { world_.root.write(QStringLiteral("tmp/input_activity"), ""); }
 
@@ -69,7 +82,7 @@ private:
 private Q_SLOTS:
     void initTestCase()
     {
-        new Told_object(world_, told_); // the daemon's list owns it
+        teller_ = new Told_object(world_, told_); // the daemon's list owns it
         QCOMPARE(world_.lines(),
                  (QStringList{QStringLiteral("=============== Starting ================="),
                               QStringLiteral("Timeout for on is 30"),
@@ -90,9 +103,32 @@ private Q_SLOTS:
     void same_state_does_nothing()
     {
         go_to(state_on);
+        QVERIFY(power_timer().isActive()); // 30 s
+        QVERIFY(QTest::qWaitFor([this] { return power_timer().remainingTime() < 30000; }));
+        const int remaining = power_timer().remainingTime();
         daemon().set_power_state(state_on);
+        QVERIFY(power_timer().remainingTime() <= remaining);
         QVERIFY(world_.lines().isEmpty());
         QVERIFY(told_.isEmpty());
+    }
+
+    void state_and_its_time_begin_when_all_have_been_told()
+    {
+        go_to(state_on);
+        const QMetaObject::Connection looking = connect(teller_, &Told_object::told, [this] {
+            daemon().handle_power_timeout();
+            told_.append(QString::number(power_timer().interval()));
+            QVERIFY(QFile::exists(marker()));
+        });
+        make_marker();
+        daemon().set_power_state(state_low_power);
+        disconnect(looking);
+        QCOMPARE(told_.value(1), QStringLiteral("30000"));
+        QCOMPARE(power_timer().interval(), 0);
+        QVERIFY(!QFile::exists(marker()));
+        world_.log.settle(); // without the event loop: the time-out is 0
+        QCOMPARE(world_.log.lines(), (QStringList{switching("on", "low-power"),
+                                                  QStringLiteral("Timeout in state on")}));
     }
 
     void ignition_selects_the_state()
@@ -128,16 +164,10 @@ private Q_SLOTS:
     {
         go_to(state_on); // 30 s
         daemon().set_power_state(state_sleep);
-        const auto* timer = daemon().findChildren<QTimer*>().first();
-        for (auto* each : daemon().findChildren<QTimer*>()) {
-            if (each->isSingleShot())
-                timer = each;
-        }
-        QVERIFY(timer->isSingleShot()); // a time that is over is logged once
-        QVERIFY(!timer->isActive());
+        QVERIFY(!power_timer().isActive());
         daemon().set_power_state(state_on);
-        QVERIFY(timer->isActive());
-        QCOMPARE(timer->interval(), 30000);
+        QVERIFY(power_timer().isActive());
+        QCOMPARE(power_timer().interval(), 30000);
     }
 
     void time_out_in_other_states_is_only_logged()
@@ -161,6 +191,8 @@ private Q_SLOTS:
         make_marker();
         daemon().set_power_state(state_sleep);
         QVERIFY(QFile::exists(marker()));
+        daemon().set_power_state(state_on);
+        QVERIFY(QFile::exists(marker()));
         QVERIFY(QFile::remove(marker()));
     }
 
@@ -171,8 +203,14 @@ private Q_SLOTS:
         make_marker();
         world_.log.settle(); // without the event loop: the time-out is 0
         world_.log.clear();
+        QStringList met;
+        const QMetaObject::Connection looking = connect(teller_, &Told_object::told, [this, &met] {
+            met.append(QFile::exists(marker()) ? QStringLiteral("marker") : QString());
+        });
         Captured_descriptor output(STDOUT_FILENO);
         daemon().handle_check_touch_timeout();
+        disconnect(looking);
+        QCOMPARE(met, QStringList{QStringLiteral("marker")});
         QCOMPARE(output.text(), QByteArray("activity\n"));
         QCOMPARE(world_.lines(),
                  (QStringList{switching("low-power", "on"), QStringLiteral("Touch activity ")}));
@@ -243,7 +281,14 @@ private Q_SLOTS:
     {
         QVERIFY(!daemon().is_exiting());
         world_.clear();
+        QStringList before_closing;
+        world_.link->before_closing = [this, &before_closing] {
+            world_.log.settle();
+            before_closing += world_.log.lines();
+        };
         daemon().exit_daemon();
+        QCOMPARE(before_closing,
+                 QStringList{QStringLiteral("=============== Exiting =================")});
         daemon().exit_daemon();
         QVERIFY(daemon().is_exiting());
         QVERIFY(!daemon().begin_exit());

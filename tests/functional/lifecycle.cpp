@@ -3,7 +3,9 @@
 #include "Terminal.h"
 
 #include <QDBusConnectionInterface>
+#include <QDBusServiceWatcher>
 #include <QRandomGenerator>
+#include <QSignalSpy>
 
 #include <csignal>
 
@@ -31,6 +33,15 @@ private:
                "    --baudrate <rate>   Set baud rate of serial port to <baud>\n"
                "    --debug             Turn on debugging\n"
                "    --help              This help text\n";
+    }
+
+    /// What the reading of a power configuration that says nothing logs, from the start on.
+    static QStringList configuration_lines()
+    {
+        return {QStringLiteral("=============== Starting ================="),
+                QStringLiteral("Timeout for on is -1"),
+                QStringLiteral("Timeout for low-power is 100"),
+                QStringLiteral("Timeout for sleep is 100")};
     }
 
     static int exit_lines(Terminal& terminal)
@@ -94,6 +105,10 @@ private Q_SLOTS:
     {
         QFETCH(QStringList, arguments);
         Terminal terminal;
+        const QString service = QStringLiteral("com.quorin.system");
+        const QDBusServiceWatcher watcher(service, terminal.connection());
+        QSignalSpy registered(&watcher, &QDBusServiceWatcher::serviceRegistered);
+        QVERIFY(!terminal.connection().interface()->isServiceRegistered(service));
         QByteArray expected = "Bah\n";
         for (const QString& argument : arguments)
             expected += "Got " + argument.toUtf8() + "\n";
@@ -102,10 +117,12 @@ private Q_SLOTS:
         QCOMPARE(text.left(text.indexOf("DBus\n") + 5), expected + "DBus\n");
         QVERIFY(!text.contains("Periodic"));
         QCOMPARE(terminal.daemon.exit_status(), 0);
-        QCOMPARE(terminal.log.lines().value(0),
-                 QStringLiteral("=============== Starting ================="));
-        QCOMPARE(exit_lines(terminal), 0);
+        QCOMPARE(terminal.log.lines(), configuration_lines());
         QVERIFY(terminal.root.systemctl_calls().isEmpty());
+        // What the bus has told before this answer has arrived with it.
+        QVERIFY(!terminal.connection().interface()->isServiceRegistered(service));
+        QCoreApplication::processEvents();
+        QVERIFY(registered.isEmpty());
     }
 
     void one_dash_options_and_unknown_ones_print_the_usage_and_start_goes_on()
@@ -135,6 +152,9 @@ private Q_SLOTS:
     void port_without_a_value_is_a_closed_port()
     {
         Terminal terminal;
+        // The default is not opened in its place.
+        QVERIFY(QFile::link(terminal.controller.device(),
+                            terminal.root.path(QStringLiteral("dev/ttyUSB0"))));
         terminal.daemon.start(terminal.root.path(), terminal.bus.address(),
                               {QStringLiteral("--port")});
         QVERIFY(terminal.wait_until_started());
@@ -150,19 +170,24 @@ private Q_SLOTS:
     void log_of_a_start_and_an_end()
     {
         Terminal terminal;
+        terminal.root.write(QStringLiteral("etc/oem_profile.conf"),
+                            "<profile><code>3</code></profile>");
         terminal.start();
         QVERIFY(terminal.log.datagrams().first().startsWith(
             QLatin1String("<30>orb-dbus: ===============")));
-        const QStringList lines = terminal.log.lines();
-        QCOMPARE(lines.mid(0, 4),
-                 (QStringList{QStringLiteral("=============== Starting ================="),
-                              QStringLiteral("Timeout for on is -1"),
-                              QStringLiteral("Timeout for low-power is 100"),
-                              QStringLiteral("Timeout for sleep is 100")}));
-        QVERIFY(lines.contains(QLatin1String("orb-dbus connect name: qt_default_system_bus")));
         const QString owner =
             terminal.connection().interface()->serviceOwner(QStringLiteral("com.quorin.system"));
-        QVERIFY(lines.contains(QLatin1String("orb-dbus connect base: ") + owner));
+        QStringList expected = configuration_lines();
+        expected << QStringLiteral("Configured OEM code for this system is 3")
+                 << QStringLiteral("orb-dbus connect name: qt_default_system_bus")
+                 << QStringLiteral("orb-dbus connect base: ") + owner
+                 << QStringLiteral("Switching power state: null=>on")
+                 << QStringLiteral("System => ON") << QStringLiteral("Display backlight => ON");
+        const QStringList lines = terminal.log.lines();
+        const QStringList masks = lines.filter(QStringLiteral("PWR:"));
+        QCOMPARE(masks.size(), 13);
+        QCOMPARE(lines.mid(5, 13), masks);
+        QCOMPARE(lines.mid(0, 5) + lines.mid(18, 5), expected);
         terminal.daemon.signal(SIGTERM);
         QVERIFY(terminal.daemon.wait_for_end());
         QVERIFY(wait_for([&] { return exit_lines(terminal) == 1; }));

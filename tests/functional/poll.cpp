@@ -159,6 +159,20 @@ private Q_SLOTS:
             QVERIFY(!payload.startsWith(QLatin1String("2d")));
     }
 
+    void without_a_profile_code_and_delay_are_255()
+    {
+        Terminal terminal;
+        set_versions(terminal, "1214", "1600000002");
+        terminal.start();
+        terminal.send("2e00040a"); // of its own accord
+        QVERIFY(wait_for([&] { return terminal.controller.has_received("2d0004ffaa01"); }));
+        QVERIFY(terminal.controller.has_received("3dff"));
+        QVERIFY(wait_for([&] {
+            return terminal.log.lines().contains(
+                QLatin1String("OEM Remote Power up Delay changed to 255"));
+        }));
+    }
+
     void versions_that_arrive_late_one_at_a_time()
     {
         Terminal terminal;

@@ -108,6 +108,7 @@ private Q_SLOTS:
         QVERIFY(text.contains("NOT FOUND Text: ON\n"));
         QVERIFY(text.contains("NOT FOUND Text: abc\n"));
         QVERIFY(terminal.log.lines().contains(QLatin1String("Timeout for on is -1")));
+        QVERIFY(terminal.log.lines().contains(QLatin1String("Timeout for low-power is 100")));
         // The second "low-power" is never looked at.
         QVERIFY(power_lines(terminal)[2].startsWith(
             QLatin1String("PWR:on=T low-power=T sleep=T  7 for ")));

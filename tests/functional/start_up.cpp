@@ -228,6 +228,17 @@ private Q_SLOTS:
                            .arg(terminal().controller.device(), media));
     }
 
+    void objects_signal_while_they_are_created()
+    {
+        const QString media = terminal().root.path(QStringLiteral("media/usb0"));
+        QCOMPARE(terminal().seen_signals().mid(0, 2),
+                 (QList<Terminal::Signal>{
+                     {QStringLiteral("device/buzzer"),
+                      QStringLiteral("volume_changed"),
+                      {QVariant::fromValue(uchar{0})}},
+                     {QStringLiteral("media"), QStringLiteral("connection"), {media, true}}}));
+    }
+
     void conversation_with_a_controller_that_answers_everything_at_once()
     {
         QCOMPARE(terminal().controller.payloads().mid(0, conversation().size()), conversation());

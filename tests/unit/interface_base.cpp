@@ -270,6 +270,15 @@ private Q_SLOTS:
         for (int i = 0; i < 3000; ++i)
             Q_EMIT adaptor->happened(true, QStringLiteral("text"));
     }
+
+    void zz_daemon_without_a_link_exits_all_the_same()
+    {
+        world_.daemon->set_link(nullptr);
+        world_.daemon->exit_daemon();
+        QVERIFY(world_.daemon->is_exiting());
+        QCOMPARE(world_.lines(),
+                 QStringList{QStringLiteral("=============== Exiting =================")});
+    }
 };
 
 int main(int count, char** arguments)

@@ -7,7 +7,6 @@
 #include <QTimer>
 
 #include <climits>
-#include <functional>
 
 class Run : public QObject {
     Q_OBJECT
@@ -62,8 +61,10 @@ private Q_SLOTS:
             power = timer(true);
             QVERIFY(poll != nullptr && poll->isActive());
             QCOMPARE(poll->interval(), 3000);
+            QCOMPARE(poll->timerType(), Qt::PreciseTimer);
             QVERIFY(power != nullptr && power->isActive());
             QCOMPARE(power->interval(), INT_MAX); // its time is longer than a timer's
+            QCOMPARE(power->timerType(), Qt::PreciseTimer);
             const uchar message[] = {0x7d, 0, 0, 0, 0, 0, 0, 0};
             Q_EMIT world_.daemon->link()->handle_packet(message, sizeof message);
             QVERIFY(output.text().endsWith("Got message 7d\nUnhandled message default\n"));

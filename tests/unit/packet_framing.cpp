@@ -118,6 +118,12 @@ private Q_SLOTS:
             << hex("18ef5978") + good << 1 << QByteArray("Checksum failed");
         QTest::newRow("other addresses") << hex("18ef0080") + good.mid(4) + good << 2
                                          << QByteArray("Src/Dest test failed  0:59 ffffff80:78\n");
+        QTest::newRow("the host's addresses") << hex("18ef7859") + good.mid(4) << 1
+                                              << QByteArray("Src/Dest test failed 78:59 59:78\n");
+        QTest::newRow("another source") << hex("18ef7f78") + good.mid(4) << 1
+                                        << QByteArray("Src/Dest test failed 7f:59 78:78\n");
+        QTest::newRow("another destination") << hex("18ef590f") + good.mid(4) << 1
+                                             << QByteArray("Src/Dest test failed 59:59  f:78\n");
     }
     void received_frames()
     {
@@ -359,6 +365,24 @@ private Q_SLOTS:
         QVERIFY(wait_for([&link] { return link.written.size() == 2; })); // 300 ms later
     }
 
+    void time_for_an_answer_is_over_once()
+    {
+        Loopback_link link;
+        const auto timers = link.findChildren<QTimer*>();
+        QCOMPARE(timers.size(), 1);
+        QVERIFY(timers[0]->isSingleShot());
+        QVERIFY(!timers[0]->isActive());
+        link.send_message(0x01);
+        QVERIFY(timers[0]->isActive());
+        link.arrive(frame(hex("0200000000000000")));
+        QVERIFY(timers[0]->isActive()); // to find that there is nothing to do
+        link.timeout();
+        QVERIFY(!timers[0]->isActive());
+        link.send_message(0x01);
+        link.clear_queue();
+        QVERIFY(timers[0]->isActive());
+    }
+
     void cleared_queue_sends_nothing_more()
     {
         Loopback_link link;
@@ -389,6 +413,8 @@ private Q_SLOTS:
         link.close();
         QCOMPARE(link.written.size(), 2);
         QCOMPARE(link.written[1], hex("18ef785935000000000000000d"));
+        link.timeout();
+        QCOMPARE(link.written.size(), 2); // the last word
     }
 
     void closing_waits_for_50_ms_of_silence()

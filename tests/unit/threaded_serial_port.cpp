@@ -177,6 +177,15 @@ private Q_SLOTS:
         QCOMPARE(fcntl(port->handle(), F_GETFD), FD_CLOEXEC);
     }
 
+    void device_is_opened_for_both_ways_and_blocks()
+    {
+        const Pty pty;
+        auto* port = open_port(pty);
+        QCOMPARE(port->openMode() & QIODevice::ReadWrite, QIODevice::ReadWrite);
+        constexpr int others = O_NONBLOCK | O_APPEND | O_ASYNC | O_SYNC | O_DSYNC;
+        QCOMPARE(fcntl(port->handle(), F_GETFL) & (O_ACCMODE | others), O_RDWR);
+    }
+
     void commands_do_not_inherit_the_device()
     {
         const Pty pty;

@@ -7,6 +7,10 @@
 #include <algorithm>
 #include <csignal>
 
+#include <fcntl.h>
+#include <termios.h>
+#include <unistd.h>
+
 class Simulator_test : public QObject {
     Q_OBJECT
 
@@ -32,6 +36,16 @@ private:
         frame[2] = 0x78;
         frame[3] = 0x59;
         terminal().controller.send_bytes(frame);
+    }
+
+    speed_t line_speed()
+    {
+        const int device =
+            open(terminal().controller.device().toLatin1().constData(), O_RDWR | O_NOCTTY);
+        termios settings{};
+        tcgetattr(device, &settings);
+        close(device);
+        return cfgetospeed(&settings);
     }
 
     /// Whether two reports come within that time, at some time: a busy machine may be late.
@@ -156,9 +170,11 @@ private Q_SLOTS:
     void options_are_walked_as_the_daemons()
     {
         start({QStringLiteral("--port"), QStringLiteral("/nowhere"), QStringLiteral("--debug"),
-               QStringLiteral("-help"), QStringLiteral("--baudrate"), QStringLiteral("0x1C200")});
+               QStringLiteral("--simulat"), QStringLiteral("--simulate"), QStringLiteral("-help"),
+               QStringLiteral("--baudrate"), QStringLiteral("0x2580")});
         ask("010000");
         QVERIFY(wait_for([this] { return terminal().daemon.output().endsWith("8:01\n"); }));
+        QCOMPARE(line_speed(), speed_t{B115200}); // whatever is asked for
         const QByteArray text = terminal().daemon.output();
         const QByteArray usage = "Usage: " + Daemon_process::test_program().toUtf8() +
                                  "  <commands> where <commands> are a list of:\n"
@@ -166,7 +182,8 @@ private Q_SLOTS:
                                  "    --baudrate <rate>   Set baud rate of serial port to <baud>\n"
                                  "    --debug             Turn on debugging\n"
                                  "    --help              This help text\n";
-        QVERIFY(text.contains("Simulate\nUnknown command debug\n" + usage + usage));
+        QVERIFY(text.contains("Simulate\nUnknown command debug\n" + usage +
+                              "Unknown command simulat\n" + usage + usage));
     }
 
     void refused_start_data()

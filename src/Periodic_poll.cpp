@@ -1,6 +1,7 @@
 #include "Periodic_poll.h"
 
 #include "Configuration_interface.h"
+#include "Console.h"
 #include "DBus_daemon.h"
 #include "Ignition_interface.h"
 #include "Message_id.h"
@@ -83,6 +84,7 @@ void Periodic_poll::send_polls()
 
 Periodic_poll::Versions Periodic_poll::read_versions() const
 {
+    const Console_batch batch; // one write for the three texts
     Versions versions;
     versions.unique_id = version(daemon_, Device_object::unique_device_id);
     versions.hardware = version(daemon_, Device_object::hardware_version);

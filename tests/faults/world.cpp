@@ -2,6 +2,7 @@
 
 #include "Terminal.h"
 
+#include <QDBusPendingCall>
 #include <QDir>
 #include <QFile>
 
@@ -134,6 +135,54 @@ private Q_SLOTS:
         terminal.start();
         QCOMPARE(serial_number(terminal), QStringLiteral("failed to run cmd\n"));
         QVERIFY(terminal.ends_cleanly());
+    }
+
+    void system_cannot_be_switched_off_data()
+    {
+        QTest::addColumn<QByteArray>("script");
+        QTest::newRow("refused") << QByteArray("#!/bin/sh\nexit 1\n");
+        QTest::newRow("killed") << QByteArray("#!/bin/sh\nkill -9 $$\n");
+        QTest::newRow("no program") << QByteArray("\x7f"
+                                                  "ELF");
+    }
+    void system_cannot_be_switched_off()
+    {
+        QFETCH(QByteArray, script);
+        Terminal terminal;
+        replace_command(terminal, "systemctl", {});
+        terminal.root.write(QStringLiteral("bin/systemctl"), script);
+        terminal.start();
+        terminal.log.clear();
+        const QString system = QStringLiteral("device/system/power");
+        QCOMPARE(terminal.get(system, QStringLiteral("suspend")), QVariant(0));
+        QVERIFY(terminal.get(system, QStringLiteral("is_suspended")).toBool());
+        QCOMPARE(terminal.log.lines(), QStringList{QStringLiteral("System => OFF")});
+        QVERIFY(terminal.ends_cleanly());
+    }
+
+    /// The call is answered, and then the daemon ends.
+    void signal_while_the_system_is_switched_off()
+    {
+        Terminal terminal;
+        replace_command(terminal, "systemctl",
+                        "cd \"$DOV_TEST_ROOT\"\n"
+                        ": > called\n"
+                        "while [ ! -e signalled ]; do sleep 0.01; done\n");
+        terminal.start();
+        const QString system = QStringLiteral("device/system/power");
+        QDBusMessage suspend = QDBusMessage::createMethodCall(
+            QStringLiteral("com.quorin.system"), QStringLiteral("/com/quorin/system/") + system,
+            terminal.interface_of(system), QStringLiteral("suspend"));
+        const QDBusPendingCall call = terminal.connection().asyncCall(suspend);
+        QVERIFY(
+            wait_for([&] { return QFile::exists(terminal.root.path(QStringLiteral("called"))); }));
+        terminal.daemon.signal(SIGINT); // which system() would discard
+        terminal.root.write(QStringLiteral("signalled"), "");
+        QVERIFY(terminal.daemon.wait_for_end());
+        QCOMPARE(terminal.daemon.exit_status(), 0);
+        QVERIFY(wait_for([&] { return call.isFinished(); }));
+        QCOMPARE(call.reply().arguments(), QVariantList{0});
+        QCOMPARE(terminal.log.lines().filter(QStringLiteral("Exiting")).size(), 1);
     }
 
     /// Text waits for its reader and nothing of it is lost; the end does not wait for good.

@@ -17,17 +17,11 @@ uchar level(double percent)
     return static_cast<uchar>(std::floor(percent * 254.0 / 100.0 + 0.5));
 }
 
-/// NaN counts as dark.
-bool is_dark(double brightness)
-{
-    return !(brightness >= 0.0);
-}
-
 } // namespace
 
 Message backlight_command(double brightness)
 {
-    if (is_dark(brightness))
+    if (!(brightness >= 0.0)) // true for NaN, which has no level
         return message(Message_id::backlight, 0, 0);
     const double whole = std::trunc(brightness);
     const double thousandths = std::isinf(brightness) ? 0.0 : (brightness - whole) * 1000.0;
@@ -57,5 +51,5 @@ bool LCD_backlight_interface::handle_message(const uchar* data, uint len)
 void LCD_backlight_interface::apply_brightness(double val)
 {
     send_traced("LCDBRISET: ", backlight_command(val));
-    store_brightness(is_dark(val) ? 0.0 : val);
+    store_brightness(val < 0.0 ? 0.0 : val);
 }

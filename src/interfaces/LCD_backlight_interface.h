@@ -12,8 +12,8 @@ Message backlight_command(double brightness);
 ///
 /// Command  0x31, bytes 1 and 2: levels 0 to 254; 0xff in both asks for the report.
 /// Source   0x32, byte 1: level 0 to 254.
-/// State    percent, as last set or reported; 100.0 until then. A value below 0.0 or a NaN is
-///          kept as 0.0, any other as given.
+/// State    percent, as last set or reported; 100.0 until then. A value below 0.0 is kept
+///          as 0.0, any other as given, a NaN as well.
 class LCD_backlight_interface : public Dimmable_interface {
     Q_OBJECT
 public:

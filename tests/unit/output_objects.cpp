@@ -305,7 +305,7 @@ private Q_SLOTS:
         row("101", 101.0, "31fe000000000000", 101.0);
         row("-1", -1.0, "3100000000000000", 0.0);
         row("barely negative", -5e-324, "3100000000000000", 0.0);
-        row("no number", not_a_number, "3100000000000000", 0.0);
+        row("no number", not_a_number, "3100000000000000", not_a_number);
         row("infinite", infinite, "31fe000000000000", infinite);
         row("minus infinite", -infinite, "3100000000000000", 0.0);
         row("huge", huge, "31fe000000000000", huge);

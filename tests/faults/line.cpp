@@ -66,6 +66,38 @@ private Q_SLOTS:
         ::close(master);
     }
 
+    /// A line that stands still for a while: what waits goes out when it moves, in order.
+    void line_that_drains_later()
+    {
+        Terminal terminal;
+        terminal.start();
+        terminal.clear();
+        const int line = ::open(terminal.controller.device().toLatin1().constData(),
+                                O_RDWR | O_NOCTTY | O_CLOEXEC);
+        QCOMPARE(tcflow(line, TCOOFF), 0);
+        const auto set_voltage = [&](uint value) {
+            terminal.call(QStringLiteral("device/operating_voltage"),
+                          QStringLiteral("set_operating_voltage"), {value});
+        };
+        constexpr uint calls = 20;
+        for (uint i = 1; i <= calls; ++i)
+            set_voltage(i);
+        QElapsedTimer since;
+        since.start();
+        QVERIFY(wait_for([&] { return since.elapsed() > 1000; })); // three are given up
+        QVERIFY(terminal.controller.received().isEmpty());
+        QCOMPARE(tcflow(line, TCOON), 0);
+        ::close(line);
+        QVERIFY(wait_for([&] { return terminal.controller.has_received("0d14"); }));
+        QStringList wanted;
+        for (uint i = 1; i <= calls; ++i)
+            wanted.append(
+                QStringLiteral("0d %1 00 00 00 00 00 00").arg(i, 2, 16, QLatin1Char('0')));
+        QCOMPARE(terminal.requests().filter(QStringLiteral("0d ")), wanted);
+        QCOMPARE(terminal.controller.received().size() % 13, 0);
+        QVERIFY(terminal.ends_cleanly());
+    }
+
     /// Garbage as fast as the line takes it: the bus stays served, and the frames around it count.
     void garbage_at_full_rate()
     {

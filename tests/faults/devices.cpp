@@ -27,7 +27,7 @@ private:
 
     static QString make_socket(const Terminal& terminal)
     {
-        const QString path = terminal.root.path(QStringLiteral("dev/socket"));
+        QString path = terminal.root.path(QStringLiteral("dev/socket"));
         sockaddr_un address{};
         address.sun_family = AF_UNIX;
         qstrncpy(address.sun_path, path.toLocal8Bit().constData(), sizeof address.sun_path);

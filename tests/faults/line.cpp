@@ -75,13 +75,13 @@ private Q_SLOTS:
         const int line = ::open(terminal.controller.device().toLatin1().constData(),
                                 O_RDWR | O_NOCTTY | O_CLOEXEC);
         QCOMPARE(tcflow(line, TCOOFF), 0);
-        const auto set_voltage = [&](uint value) {
+        QStringList wanted;
+        for (uint i = 1; i <= 20; ++i) {
             terminal.call(QStringLiteral("device/operating_voltage"),
-                          QStringLiteral("set_operating_voltage"), {value});
-        };
-        constexpr uint calls = 20;
-        for (uint i = 1; i <= calls; ++i)
-            set_voltage(i);
+                          QStringLiteral("set_operating_voltage"), {i});
+            wanted.append(
+                QStringLiteral("0d %1 00 00 00 00 00 00").arg(i, 2, 16, QLatin1Char('0')));
+        }
         QElapsedTimer since;
         since.start();
         QVERIFY(wait_for([&] { return since.elapsed() > 1000; })); // three are given up
@@ -89,10 +89,6 @@ private Q_SLOTS:
         QCOMPARE(tcflow(line, TCOON), 0);
         ::close(line);
         QVERIFY(wait_for([&] { return terminal.controller.has_received("0d14"); }));
-        QStringList wanted;
-        for (uint i = 1; i <= calls; ++i)
-            wanted.append(
-                QStringLiteral("0d %1 00 00 00 00 00 00").arg(i, 2, 16, QLatin1Char('0')));
         QCOMPARE(terminal.requests().filter(QStringLiteral("0d ")), wanted);
         QCOMPARE(terminal.controller.received().size() % 13, 0);
         QVERIFY(terminal.ends_cleanly());

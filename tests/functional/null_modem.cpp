@@ -61,43 +61,69 @@ private:
 class Null_modem : public QObject {
     Q_OBJECT
 
-private Q_SLOTS:
-    void daemon_works_with_the_simulator()
+private:
+    std::unique_ptr<End> near_;
+    std::unique_ptr<End> far_;
+    std::unique_ptr<Terminal> terminal_;
+    std::unique_ptr<Daemon_process> simulator_;
+
+    /// Waits until the simulator has printed a text so often.
+    bool simulator_prints(const QByteArray& text, int times = 1)
     {
-        Terminal terminal;
-        End near;
-        End far;
-        near.lead_to(far);
-        far.lead_to(near);
-        QVERIFY(QFile::link(far.device(), terminal.root.path(QStringLiteral("dev/ttyUSB1"))));
-        Daemon_process simulator;
-        simulator.start(terminal.root.path(), terminal.bus.address(),
-                        {QStringLiteral("--simulate")});
-        QVERIFY(wait_for([&] { return simulator.output().endsWith("Simulate\n"); }));
-        terminal.daemon.start(terminal.root.path(), terminal.bus.address(),
-                              {QStringLiteral("--port"), near.device()});
-        QVERIFY(terminal.wait_until_started());
+        return wait_for([&] { return simulator_->output().count(text) >= times; });
+    }
 
-        // Both report the addresses, and take the frame.
+private Q_SLOTS:
+    void initTestCase()
+    {
+        terminal_ = std::make_unique<Terminal>();
+        near_ = std::make_unique<End>();
+        far_ = std::make_unique<End>();
+        near_->lead_to(*far_);
+        far_->lead_to(*near_);
+        const Test_root& root = terminal_->root;
+        QVERIFY(QFile::link(far_->device(), root.path(QStringLiteral("dev/ttyUSB1"))));
+        simulator_ = std::make_unique<Daemon_process>();
+        simulator_->start(root.path(), terminal_->bus.address(), {QStringLiteral("--simulate")});
+        QVERIFY(simulator_prints("Simulate\n"));
+        terminal_->daemon.start(root.path(), terminal_->bus.address(),
+                                {QStringLiteral("--port"), near_->device()});
+        QVERIFY(terminal_->wait_until_started());
+    }
+    void cleanupTestCase()
+    {
+        terminal_.reset();
+        simulator_.reset();
+    }
+
+    void both_report_the_addresses_and_take_the_frames()
+    {
         const QByteArray reported = "Src/Dest test failed 78:59 59:78\n";
+        QVERIFY(simulator_prints(reported + "8:01\n"));
+        QVERIFY(simulator_prints(reported + "8:35\nRequest digest\n", 3));
         QVERIFY(wait_for(
-            [&] { return simulator.output().count(reported + "8:35\nRequest digest\n") == 3; }));
-        QVERIFY(simulator.output().contains(reported + "8:01\n"));
-        QVERIFY(simulator.output().contains("Set Digi 1+FFFF =>55+FFFF\n"));
-        QVERIFY(wait_for(
-            [&] { return terminal.daemon.output().count(reported + "Got message 36\n") >= 9; }));
+            [&] { return terminal_->daemon.output().contains(reported + "Got message 36\n"); }));
+    }
 
-        // The eighth report raises input 0.
+    void outputs_are_switched()
+    {
+        QVERIFY(simulator_prints("Set Digi 1+FFFF =>55+FFFF\n")); // at the daemon's start
+        terminal_->call(QStringLiteral("device/io/output/digital/1"), QStringLiteral("on"));
+        QVERIFY(simulator_prints("Set Digi 8+FFFF =>59+FTFF\n"));
+    }
+
+    void inputs_change()
+    {
+        // By the eighth report.
         const Terminal::Signal raised = {
             QStringLiteral("device/io/input/digital/0"), QStringLiteral("changed"), {true}};
-        QVERIFY(wait_for([&] { return terminal.seen_signals().contains(raised); }));
-        const QString output = QStringLiteral("device/io/output/digital/1");
-        terminal.call(output, QStringLiteral("on"));
-        QVERIFY(
-            wait_for([&] { return simulator.output().contains("Set Digi 8+FFFF =>59+FTFF\n"); }));
-        QVERIFY(terminal.ends_cleanly());
-        QVERIFY(wait_for(
-            [&] { return simulator.output().count(reported + "8:35\nRequest digest\n") == 4; }));
+        QVERIFY(wait_for([&] { return terminal_->seen_signals().contains(raised); }));
+    }
+
+    void last_word_asks_for_the_digest()
+    {
+        QVERIFY(terminal_->ends_cleanly());
+        QVERIFY(simulator_prints("Request digest\n", 4));
     }
 };
 

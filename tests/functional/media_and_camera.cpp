@@ -180,6 +180,18 @@ private Q_SLOTS:
         expect_signals({connection("usb7", true), connection("usb7", false)});
     }
 
+    void inside_of_a_medium_is_not_watched()
+    {
+        make("usb0");
+        terminal().start();
+        terminal().clear();
+        make("usb0/usb");
+        make("usb1");
+        expect_signals({connection("usb1", true)});
+        QCOMPARE(terminal().output(), "Media changed " + directory().toUtf8() +
+                                          "\nAdded usb1\nCurrent usb0\n" + "Current usb1\n");
+    }
+
     void scan_of_another_directory_replaces_the_list()
     {
         make("usb0");

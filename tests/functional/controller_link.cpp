@@ -246,16 +246,30 @@ private Q_SLOTS:
         QCOMPARE(cfgetospeed(&after), speed_t{B9600});
     }
 
+    void baud_rate_is_that_of_the_option_data()
+    {
+        QTest::addColumn<QStringList>("rates");
+        QTest::addColumn<uint>("speed");
+        QTest::newRow("hexadecimal") << QStringList{QStringLiteral("0x2580")} << uint{B9600};
+        QTest::newRow("lowest") << QStringList{QStringLiteral("1")} << uint{B300};
+        QTest::newRow("highest") << QStringList{QStringLiteral("4294967295")} << uint{B460800};
+        QTest::newRow("the last of two")
+            << QStringList{QStringLiteral("300"), QStringLiteral("57600")} << uint{B57600};
+    }
     void baud_rate_is_that_of_the_option()
     {
+        QFETCH(const QStringList, rates);
         Terminal other;
-        other.start({QStringLiteral("--baudrate"), QStringLiteral("0x2580")});
+        QStringList options;
+        for (const QString& rate : rates)
+            options += {QStringLiteral("--baudrate"), rate};
+        other.start(options);
         const int device =
             open(other.controller.device().toLatin1().constData(), O_RDWR | O_NOCTTY | O_CLOEXEC);
         termios settings{};
         tcgetattr(device, &settings);
         close(device);
-        QCOMPARE(cfgetospeed(&settings), speed_t{B9600});
+        QTEST(uint{cfgetospeed(&settings)}, "speed");
     }
 };
 

@@ -352,6 +352,11 @@ private Q_SLOTS:
             << QByteArray("<profile><a><code>3</code></a></profile>") << 255 << 15;
         QTest::newRow("first counts")
             << QByteArray("<profile><code>5</code><code>6</code></profile>") << 5 << 15;
+        QTest::newRow("the same of the time")
+            << QByteArray("<profile><a><RemoteSwitchPowerUpTime>7</RemoteSwitchPowerUpTime></a>"
+                          "<RemoteSwitchPowerUpTime> 300s</RemoteSwitchPowerUpTime>"
+                          "<RemoteSwitchPowerUpTime>8</RemoteSwitchPowerUpTime></profile>")
+            << 255 << 44;
     }
     void profile_numbers()
     {

@@ -202,6 +202,31 @@ private Q_SLOTS:
         QCOMPARE(terminal().daemon.exit_status(), 0);
     }
 
+    void line_that_cannot_be_opened_data()
+    {
+        QTest::addColumn<QString>("target");
+        QTest::newRow("no file") << QStringLiteral("/nowhere");
+        QTest::newRow("a directory") << QStringLiteral("/");
+    }
+    /// It waits for requests all the same.
+    void line_that_cannot_be_opened()
+    {
+        QFETCH(const QString, target);
+        QVERIFY(QFile::link(target, terminal().root.path(QStringLiteral("dev/ttyUSB1"))));
+        terminal().daemon.start(terminal().root.path(), terminal().bus.address(),
+                                {QStringLiteral("--simulate")});
+        QVERIFY(wait_for([this] { return terminal().daemon.output().endsWith("Simulate\n"); }));
+        const auto sleeps = [this] {
+            QFile status(QStringLiteral("/proc/%1/stat").arg(terminal().daemon.pid()));
+            return status.open(QIODevice::ReadOnly) && status.readAll().contains(") S ");
+        };
+        QVERIFY(wait_for(sleeps));
+        QVERIFY(terminal().daemon.is_running());
+        terminal().daemon.signal(SIGTERM);
+        QVERIFY(terminal().daemon.wait_for_end());
+        QCOMPARE(terminal().daemon.exit_status(), -1);
+    }
+
     void signal_ends_it_as_any_program()
     {
         start();

@@ -81,6 +81,21 @@ private Q_SLOTS:
         port.close();
     }
 
+    void device_that_was_missing_can_be_opened_later()
+    {
+        const Pty pty;
+        auto* port = new Threaded_serial_port;
+        port->open("/nonexistent/device");
+        port->open(pty.name.constData());
+        QVERIFY(port->handle() >= 0);
+        port->write("x");
+        QCOMPARE(read_master(pty, 1), QByteArray("x"));
+        QSignalSpy spy(port, &QIODevice::readyRead);
+        QCOMPARE(::write(pty.master, "y", 1), ssize_t{1});
+        QVERIFY(wait_for([&] { return spy.count() > 0; }));
+        QCOMPARE(port->readAll(), QByteArray("y"));
+    }
+
     void empty_device_reads_nothing_at_once()
     {
         const Pty pty;

@@ -5,9 +5,12 @@
 #include <QElapsedTimer>
 #include <QRandomGenerator>
 
+#include <atomic>
 #include <csignal>
+#include <thread>
 
 #include <fcntl.h>
+#include <poll.h>
 #include <termios.h>
 #include <unistd.h>
 
@@ -114,6 +117,72 @@ private Q_SLOTS:
         QCOMPARE(terminal.get(QStringLiteral("device/io/input/frequency/0"),
                               QStringLiteral("get_value")),
                  QVariant(49.0));
+    }
+
+    /// What looks like the beginning of a frame costs a look and a text each time.
+    void beginnings_of_frames_at_full_rate_data()
+    {
+        QTest::addColumn<QByteArray>("piece");
+        QTest::newRow("first bytes") << QByteArray::fromHex("18");
+        QTest::newRow("sync pairs") << QByteArray::fromHex("18ef");
+        QTest::newRow("headers") << QByteArray::fromHex("18ef5978");
+        QTest::newRow("frames without their last byte") << Fake_controller::frame("A").chopped(1);
+        QTest::newRow("frames without their first byte") << Fake_controller::frame("A").mid(1);
+    }
+    void beginnings_of_frames_at_full_rate()
+    {
+        QFETCH(const QByteArray, piece);
+        Terminal terminal;
+        terminal.start();
+        terminal.clear();
+        for (int round = 0; round < 10; ++round) {
+            terminal.controller.send_bytes(piece.repeated(20000 / piece.size()));
+            terminal.controller.send(digest(round));
+            QVERIFY(terminal.serves());
+        }
+        QCOMPARE(terminal.output().count("Got message 36\n"), 10);
+        QCOMPARE(terminal.get(QStringLiteral("device/io/input/frequency/0"),
+                              QStringLiteral("get_value")),
+                 QVariant(9.0));
+        QVERIFY(terminal.ends_cleanly());
+    }
+
+    /// Frames without a pause, from before the start to behind the end.
+    void flood_from_start_to_end()
+    {
+        const int master = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC | O_NONBLOCK);
+        QVERIFY(master >= 0 && grantpt(master) == 0 && unlockpt(master) == 0);
+        const QString device = QString::fromLatin1(ptsname(master));
+        const int slave = ::open(ptsname(master), O_RDWR | O_NOCTTY | O_CLOEXEC); // keeps it up
+        std::atomic<bool> done{false};
+        std::thread flood([&] {
+            const QByteArray frames = Fake_controller::frame(digest(300)).repeated(100);
+            for (int at = 0; !done;) {
+                pollfd waited = {master, POLLIN | POLLOUT, 0};
+                poll(&waited, 1, 100);
+                char requests[256];
+                (void)!::read(master, requests, sizeof requests);
+                const ssize_t count =
+                    ::write(master, frames.constData() + at, std::size_t(frames.size() - at));
+                at = (at + int(std::max<ssize_t>(count, 0))) % frames.size();
+            }
+        });
+        Terminal terminal;
+        terminal.daemon.start(terminal.root.path(), terminal.bus.address(),
+                              {QStringLiteral("--port"), device});
+        const bool serves = terminal.wait_until_started() && terminal.serves();
+        const bool handles = wait_for([&] {
+            return terminal.get(QStringLiteral("device/io/input/frequency/0"),
+                                QStringLiteral("get_value")) == QVariant(300.0);
+        });
+        const bool ends = terminal.ends_cleanly();
+        done = true;
+        flood.join();
+        ::close(slave);
+        ::close(master);
+        QVERIFY(serves);
+        QVERIFY(handles);
+        QVERIFY(ends);
     }
 
     void burst_of_100000_frames()

@@ -7,6 +7,8 @@
 
 #include <csignal>
 
+#include <unistd.h>
+
 /// The program's entry point, under a name of its own.
 int dov_main(int count, char** arguments);
 
@@ -95,6 +97,17 @@ void check_baud_rates(const Arguments& arguments)
     }
 }
 
+/// Calls the entry point and closes the descriptor of the signals, which it leaves open until the
+/// process ends.
+int run_entry(Arguments& arguments)
+{
+    const int descriptor = dup(STDIN_FILENO);
+    close(descriptor);
+    const int status = dov_main(static_cast<int>(arguments.size()), to_vector(arguments).data());
+    require(close(descriptor) == 0, "the entry point makes one descriptor");
+    return status;
+}
+
 /// Only ever called with "--help" among the arguments: nothing starts.
 void check_entry(Arguments arguments)
 {
@@ -108,8 +121,7 @@ void check_entry(Arguments arguments)
     expected += "Usage: --help [--simulate] [--help]\n"
                 "    --simulate  Simulate PIC\n"
                 "    --help      This help\n";
-    require(dov_main(static_cast<int>(arguments.size()), to_vector(arguments).data()) == 0,
-            "the usage ends with status 0");
+    require(run_entry(arguments) == 0, "the usage ends with status 0");
     const std::string printed = captured_output().take();
     require(printed == expected, "the usage comes after the echo", printed);
 }

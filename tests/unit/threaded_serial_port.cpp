@@ -335,18 +335,23 @@ private Q_SLOTS:
         auto* port = open_port(pty);
         std::atomic<QThread*> announced{nullptr};
         std::atomic<QThread*> written{nullptr};
+        std::atomic<qint64> count{0}; // 1 is the last of it
         connect(
             port, &QIODevice::readyRead, port, [&] { announced = QThread::currentThread(); },
             Qt::DirectConnection);
         connect(
-            port, &QIODevice::bytesWritten, port, [&] { written = QThread::currentThread(); },
+            port, &QIODevice::bytesWritten, port,
+            [&](qint64 bytes) {
+                written = QThread::currentThread();
+                count += bytes;
+            },
             Qt::DirectConnection);
         QCOMPARE(::write(pty.master, "a", 1), ssize_t{1});
         port->write("b");
-        QVERIFY(wait_for([&] { return announced != nullptr && written != nullptr; }));
+        QVERIFY(wait_for([&] { return announced != nullptr && count == 1; }));
+        port->disconnect();
         QCOMPARE(announced.load(), QThread::currentThread());
         QVERIFY(written.load() != QThread::currentThread());
-        port->disconnect();
     }
 
     void bytes_that_are_peeked_at_stay()

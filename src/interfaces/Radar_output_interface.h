@@ -13,6 +13,9 @@ class Radar_output_interface : public Interface_base {
 public:
     Radar_output_interface(DBus_daemon* owner, const QString& relative_path);
 
+    /// As last set, whole; no method of the bus tells it.
+    uint value() const { return value_; }
+
     bool handle_message(const uchar* data, uint len) override;
 
 public Q_SLOTS:
@@ -23,5 +26,5 @@ Q_SIGNALS:
     void changed(uint val);
 
 private:
-    [[maybe_unused]] uint value_ = 0;
+    uint value_ = 0;
 };

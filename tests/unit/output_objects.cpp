@@ -211,7 +211,9 @@ private Q_SLOTS:
         auto& made = make<Radar_output_interface>();
         QSignalSpy changed(&made, &Radar_output_interface::changed);
         Captured_descriptor output(STDOUT_FILENO);
+        QCOMPARE(made.value(), 0U);
         made.set(0x12345);
+        QCOMPARE(made.value(), 0x12345U);
         made.set(4294967295U);
         QCOMPARE(world_.link->sent, (Payloads{"2901234500000000", "2901ffff00000000"}));
         QCOMPARE(output.text(), QByteArray("RADARREQRAW: 29 01 23 45 00 00 00 00 \n"

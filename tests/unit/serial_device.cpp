@@ -58,6 +58,16 @@ extern "C" int tcsetattr(int descriptor, int when, const termios* settings) noex
     return 0;
 }
 
+/// As its manual page says, which leaves VMIN and VTIME alone.
+extern "C" void cfmakeraw(termios* settings) noexcept
+{
+    settings->c_iflag &=
+        ~tcflag_t{IGNBRK | BRKINT | PARMRK | ISTRIP | INLCR | IGNCR | ICRNL | IXON};
+    settings->c_oflag &= ~tcflag_t{OPOST};
+    settings->c_lflag &= ~tcflag_t{ECHO | ECHONL | ICANON | ISIG | IEXTEN};
+    settings->c_cflag = (settings->c_cflag & ~tcflag_t{CSIZE | PARENB}) | CS8;
+}
+
 extern "C" int ioctl(int descriptor, unsigned long request, ...) noexcept
 {
     va_list arguments;
@@ -168,6 +178,13 @@ private Q_SLOTS:
         QVERIFY(port_->set_baud(9600)); // they are written all the same
         device.hides_settings = false;
         QCOMPARE(port_->baud(), 9600U);
+    }
+
+    void both_speeds_are_set()
+    {
+        QVERIFY(port_->set_baud(19200));
+        QCOMPARE(device.settings.c_ispeed, speed_t{B19200});
+        QCOMPARE(device.settings.c_ospeed, speed_t{B19200});
     }
 
     void negative_rate_is_the_lowest()

@@ -176,6 +176,8 @@ private Q_SLOTS:
         const QDBusPendingCall call = terminal.connection().asyncCall(suspend);
         QVERIFY(
             wait_for([&] { return QFile::exists(terminal.root.path(QStringLiteral("called"))); }));
+        const QString logged = QStringLiteral("System => OFF");
+        QVERIFY(wait_for([&] { return terminal.log.lines().contains(logged); }));
         terminal.daemon.signal(SIGINT); // which system() would discard
         terminal.root.write(QStringLiteral("signalled"), "");
         QVERIFY(terminal.daemon.wait_for_end());

@@ -279,10 +279,12 @@ void DBus_daemon::send_periodic_cmds()
 void DBus_daemon::handle_quit()
 {
     Console::out() << "Quiting\n";
-    bus_.reset(); // QtDBus waits for its own thread when an object is deleted
+    if (bus_ != nullptr)
+        bus_->leave_main_thread();
     devices_ = {};
     while (!objects_.isEmpty())
         delete objects_.takeFirst();
+    bus_.reset();
 }
 
 void DBus_daemon::handle_power_timeout()

@@ -40,8 +40,15 @@ Main_thread_bus::Main_thread_bus()
 
 Main_thread_bus::~Main_thread_bus()
 {
-    // Its own thread closes it when the process ends.
-    if (connection_ != nullptr)
+    if (connection_ == nullptr)
+        return;
+    leave_main_thread();
+    QMetaObject::invokeMethod(connection_, [] {}, Qt::BlockingQueuedConnection);
+}
+
+void Main_thread_bus::leave_main_thread()
+{
+    if (connection_ != nullptr && connection_->thread() == QThread::currentThread())
         connection_->moveToThread(own_thread_);
 }
 

@@ -43,7 +43,8 @@ Main_thread_bus::~Main_thread_bus()
     if (connection_ == nullptr)
         return;
     leave_main_thread();
-    QMetaObject::invokeMethod(connection_, [] {}, Qt::BlockingQueuedConnection);
+    QMetaObject::invokeMethod(
+        connection_, [] {}, Qt::BlockingQueuedConnection);
 }
 
 void Main_thread_bus::leave_main_thread()

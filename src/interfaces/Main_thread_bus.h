@@ -19,8 +19,8 @@ class Main_thread_bus {
 public:
     /// Without a connection it does nothing.
     Main_thread_bus();
-    /// Brings it back, and waits until that thread has sent what is left to it, the answers to calls
-    /// of deleted objects for example.
+    /// Brings it back, and waits until that thread has sent what is left to it, the answers to
+    /// calls of deleted objects for example.
     ~Main_thread_bus();
     Q_DISABLE_COPY(Main_thread_bus)
 

@@ -17,14 +17,6 @@
 class Line : public QObject {
     Q_OBJECT
 
-private:
-    static QByteArray digest(int frequency)
-    {
-        QByteArray message = QByteArray::fromHex("360000000000");
-        message.append(static_cast<char>(frequency / 256));
-        return message.append(static_cast<char>(frequency % 256));
-    }
-
 private Q_SLOTS:
     void device_is_a_directory()
     {
@@ -110,7 +102,7 @@ private Q_SLOTS:
                 byte = static_cast<char>(random.bounded(256));
             garbage.replace('\x18', '\x19');
             terminal.controller.send_bytes(garbage);
-            terminal.controller.send(digest(round));
+            terminal.controller.send(Fake_controller::digest(round));
             QVERIFY(terminal.serves());
         }
         QCOMPARE(terminal.output().count("Got message 36\n"), 50);
@@ -137,7 +129,7 @@ private Q_SLOTS:
         terminal.clear();
         for (int round = 0; round < 10; ++round) {
             terminal.controller.send_bytes(piece.repeated(20000 / piece.size()));
-            terminal.controller.send(digest(round));
+            terminal.controller.send(Fake_controller::digest(round));
             QVERIFY(terminal.serves());
         }
         QCOMPARE(terminal.output().count("Got message 36\n"), 10);
@@ -156,7 +148,8 @@ private Q_SLOTS:
         const int slave = ::open(ptsname(master), O_RDWR | O_NOCTTY | O_CLOEXEC); // keeps it up
         std::atomic<bool> done{false};
         std::thread flood([&] {
-            const QByteArray frames = Fake_controller::frame(digest(300)).repeated(100);
+            const QByteArray frames =
+                Fake_controller::frame(Fake_controller::digest(300)).repeated(100);
             for (int at = 0; !done;) {
                 pollfd waited = {master, POLLIN | POLLOUT, 0};
                 poll(&waited, 1, 100);
@@ -194,7 +187,7 @@ private Q_SLOTS:
         QByteArray bytes;
         bytes.reserve(frames * 13);
         for (int i = 0; i < frames; ++i)
-            bytes += Fake_controller::frame(digest(i % 65536));
+            bytes += Fake_controller::frame(Fake_controller::digest(i % 65536));
         terminal.controller.send_bytes(bytes);
         // Looks at each text once, and waits as long as there are more.
         const QByteArray label = "Got message 36\n";

@@ -8,13 +8,6 @@ class Pauses : public QObject {
     Q_OBJECT
 
 private:
-    static QByteArray digest(int frequency)
-    {
-        QByteArray message = QByteArray::fromHex("360000000000");
-        message.append(static_cast<char>(frequency / 256));
-        return message.append(static_cast<char>(frequency % 256));
-    }
-
     static double frequency(Terminal& terminal)
     {
         return terminal
@@ -49,7 +42,7 @@ private Q_SLOTS:
         terminal.clear();
         terminal.daemon.signal(SIGSTOP);
         for (int i = 1; i <= frames; ++i)
-            terminal.controller.send(digest(i));
+            terminal.controller.send(Fake_controller::digest(i));
         terminal.daemon.signal(SIGCONT);
         QCOMPARE(terminal.output().count("Got message 36\n"), frames);
         QCOMPARE(frequency(terminal), double{frames});
@@ -62,7 +55,7 @@ private Q_SLOTS:
         Terminal terminal;
         terminal.start();
         terminal.clear();
-        const QByteArray frame = Fake_controller::frame(digest(4711));
+        const QByteArray frame = Fake_controller::frame(Fake_controller::digest(4711));
         terminal.controller.set_silent(true); // no answer between the halves
         terminal.controller.send_bytes(frame.left(6));
         QVERIFY(wait_for([&] { return terminal.controller.has_received("1b"); }));

@@ -10,13 +10,6 @@ class Process_faults : public QObject {
     Q_OBJECT
 
 private:
-    static bool has_ended_once(Terminal& terminal)
-    {
-        return terminal.daemon.exit_status() == 0 &&
-               terminal.log.lines().filter(QStringLiteral("Exiting")).size() == 1 &&
-               terminal.daemon.output().count("Quiting\n") == 1;
-    }
-
     static bool is_poll(const Fake_controller::Request& request)
     {
         return request.payload.startsWith('\x1b');
@@ -35,7 +28,7 @@ private Q_SLOTS:
         terminal.controller.hang_up();
         QVERIFY(terminal.daemon.wait_for_end());
         QVERIFY(terminal.daemon.output().contains("\nQuit signal got 1\n"));
-        QVERIFY(has_ended_once(terminal));
+        QVERIFY(terminal.has_ended_once());
     }
 
     /// Reading and writing this file at its beginning gives EIO.

@@ -11,7 +11,7 @@ namespace {
 
 QStringList documents()
 {
-    QStringList names = {QStringLiteral("README.md")};
+    QStringList names = {QStringLiteral("README.md"), QStringLiteral("CHANGELOG.md")};
     for (const QString& name :
          QDir(source_path(QStringLiteral("docs"))).entryList({QStringLiteral("*.md")}))
         names.append(QStringLiteral("docs/") + name);

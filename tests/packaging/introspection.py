@@ -1,13 +1,14 @@
 #!/usr/bin/python3
 """The checked-in interface descriptions against the running daemon.
 
-    introspection.py PROGRAM           compares
-    introspection.py PROGRAM --write   writes data/interfaces anew
+    introspection.py PROGRAM                     compares
+    introspection.py PROGRAM --write DIRECTORY   writes them there: for tools/regenerate
 """
 from __future__ import annotations
 
 import sys
 import xml.etree.ElementTree as ET
+from pathlib import Path
 
 import dbus
 from world import PREFIX, SERVICE, SOURCES, World, open_policy
@@ -46,15 +47,16 @@ def main() -> None:
         if world.power_offs():
             sys.exit("the daemon has switched the terminal off")
     files = {f"{name}.xml": text for name, text in found.items()}
-    if sys.argv[2:] == ["--write"]:
+    if sys.argv[2:3] == ["--write"]:
         for name, text in files.items():
-            (INTERFACES / name).write_text(text)
+            (Path(sys.argv[3]) / name).write_text(text)
         return
     checked_in = {path.name: path.read_text() for path in INTERFACES.glob("*.xml")}
     different = sorted(name for name in files.keys() | checked_in.keys()
                        if files.get(name) != checked_in.get(name))
     if different:
-        sys.exit("not as the daemon answers: " + ", ".join(different))
+        sys.exit(f"not as the daemon answers: {', '.join(different)}\n"
+                 "to write them anew: tools/regenerate interfaces")
     print(f"{len(files)} interfaces as the daemon answers")
 
 

@@ -175,7 +175,8 @@ def check_generated() -> None:
     made = subprocess.run([sys.executable, "-B", MAKE_POLICY, SOURCES / "data/interfaces"],
                           check=True, capture_output=True, text=True).stdout
     if made != POLICY.read_text():
-        sys.exit(f"{POLICY.name} is not what {MAKE_POLICY.name} writes")
+        sys.exit(f"{POLICY.name} is not what {MAKE_POLICY.name} writes\n"
+                 "to write it anew: tools/regenerate policy")
 
 
 def main() -> None:

@@ -1,10 +1,8 @@
 #pragma once
 
+#include "Codes.h"
 #include "Interface_base.h"
 #include "Message.h"
-
-/// The two bits of an output in command and report bytes, at bit 2 x channel.
-enum class Output_code : uchar { no_information = 0, off = 1, on = 2, disabled = 3 };
 
 /// The command for one output; the other channels' bits say nothing.
 Message digital_output_command(bool value, bool enabled, uint channel);

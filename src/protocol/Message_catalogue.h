@@ -1,82 +1,106 @@
 #pragma once
 
-#include "Message_id.h"
+#include "Exchange.h"
+#include "Field_catalogue.h"
 
 enum class Direction { to_controller, from_controller };
 
-/// What one identifier of the controller protocol means.
+/// What one identifier of the controller protocol means. Its fields stand in Field_catalogue.h.
 struct Message_kind {
     uchar id;
     Direction direction;
-    const char* name;
-    const char* arguments; ///< by byte index; bytes not named are 0 or not read
+    const char* name;  ///< for programs: lower case, with underscores
+    const char* label; ///< for people
+
+    constexpr List<Field> fields() const { return fields_of(id); }
 };
 
 /// The whole protocol, ascending by identifier.
-constexpr Message_kind message_catalogue[] = {
-    {Message_id::start_up, Direction::to_controller, "start-up", ""},
-    {Message_id::start_up_answer, Direction::from_controller, "start-up answer", ""},
-    {Message_id::power_setting, Direction::to_controller, "power and line-15 setting",
-     "[1] 0xff at start-up; [1] 2 [2] 2 [3] 5 line-15 mode 2"},
-    {Message_id::power_response, Direction::from_controller, "power response",
-     "[1] line-15 mode; [4] ignition on if not 0"},
-    {Message_id::power_switch, Direction::to_controller, "power device switching",
-     "[1] 1 on, 0 off; [2] 0xfe display backlight"},
-    {Message_id::power_switch_answer, Direction::from_controller, "power device answer", ""},
-    {Message_id::operating_voltage, Direction::to_controller, "operating voltage", "[1] code"},
-    {Message_id::operating_voltage_report, Direction::from_controller, "operating voltage report",
-     "[1] code"},
-    {Message_id::digital_inputs, Direction::from_controller, "digital input report",
-     "[1] bit n input n"},
-    {Message_id::hardware_version_request, Direction::to_controller, "hardware version request",
-     ""},
-    {Message_id::hardware_version, Direction::from_controller, "hardware version", "[1] revision"},
-    {Message_id::firmware_version_request, Direction::to_controller, "firmware version request",
-     ""},
-    {Message_id::firmware_version, Direction::from_controller, "firmware version",
-     "[2] patch; [3] minor; [4] major"},
-    {Message_id::unique_id_request, Direction::to_controller, "unique device identifier request",
-     ""},
-    {Message_id::unique_id, Direction::from_controller, "unique device identifier",
-     "[1]..[7] identifier"},
-    {Message_id::power_button_poll, Direction::to_controller, "power button poll", ""},
-    {Message_id::power_button, Direction::from_controller, "power button",
-     "[1] short press if not 0"},
-    {Message_id::analog_input, Direction::from_controller, "analog input",
-     "[1..2] millivolts, high byte first"},
-    {Message_id::ambient_light, Direction::from_controller, "ambient light",
-     "[1..2] millivolts, high byte first"},
-    {Message_id::voltages_low_poll, Direction::to_controller, "voltage 0-2 poll", ""},
-    {Message_id::voltages_low, Direction::from_controller, "voltages 0-2",
-     "[1..2] [3..4] [5..6] millivolts, high byte first"},
-    {Message_id::voltages_high_poll, Direction::to_controller, "voltage 3-5 poll", ""},
-    {Message_id::voltages_high, Direction::from_controller, "voltages 3-5",
-     "[1..2] [3..4] [5..6] millivolts, high byte first"},
-    {Message_id::temperatures_poll, Direction::to_controller, "temperature poll", ""},
-    {Message_id::temperatures, Direction::from_controller, "temperatures 0-5",
-     "[1]..[6] degrees Celsius, signed"},
-    {Message_id::frequency_output, Direction::to_controller, "frequency output",
-     "[1] 1; [2..3] value, high byte first"},
-    {Message_id::frequency_output_report, Direction::from_controller, "frequency output report",
-     ""},
-    {Message_id::configuration, Direction::to_controller, "configuration write or read",
-     "[1] OEM code + 1; [2] offset; [3] value; [4] 0xaa write, 0x55 read; [5] 1"},
-    {Message_id::configuration_report, Direction::from_controller, "configuration report",
-     "[1] OEM code + 1; [2] offset; [3] value"},
-    {Message_id::backlight, Direction::to_controller, "display backlight",
-     "[1] [2] levels, 0xff 0xff query"},
-    {Message_id::backlight_report, Direction::from_controller, "display backlight report",
-     "[1] level, 254 is 100 %"},
-    {Message_id::digital_outputs, Direction::to_controller, "digital outputs",
-     "[1] [2] two bits an output: 1 off, 2 on, 3 disabled"},
-    {Message_id::digital_outputs_report, Direction::from_controller, "digital output report",
-     "[2] two bits an output: 1 off, 2 on, 3 disabled"},
-    {Message_id::digest_request, Direction::to_controller, "digest request",
-     "[1] interval in 50 ms"},
-    {Message_id::digest, Direction::from_controller, "digest",
-     "[1] digital inputs; [2..3] analog, [4..5] light in millivolts; [6..7] frequency"},
-    {Message_id::oem_code, Direction::to_controller, "OEM code", "[1] code"},
-    {Message_id::oem_code_report, Direction::from_controller, "OEM code report", "[1] code"},
-    {Message_id::atx_acknowledge, Direction::to_controller, "ATX acknowledge", ""},
-    {Message_id::atx, Direction::from_controller, "ATX", ""},
+inline constexpr Message_kind message_catalogue[] = {
+    {Message_id::start_up, Direction::to_controller, "start_up", "start-up"},
+    {Message_id::start_up_answer, Direction::from_controller, "start_up_answer", "start-up answer"},
+    {Message_id::power_setting, Direction::to_controller, "power_setting",
+     "power and line-15 setting"},
+    {Message_id::power_response, Direction::from_controller, "power_response", "power response"},
+    {Message_id::power_switch, Direction::to_controller, "power_switch", "power device switching"},
+    {Message_id::power_switch_answer, Direction::from_controller, "power_switch_answer",
+     "power device answer"},
+    {Message_id::operating_voltage, Direction::to_controller, "operating_voltage",
+     "operating voltage"},
+    {Message_id::operating_voltage_report, Direction::from_controller, "operating_voltage_report",
+     "operating voltage report"},
+    {Message_id::digital_inputs, Direction::from_controller, "digital_inputs",
+     "digital input report"},
+    {Message_id::hardware_version_request, Direction::to_controller, "hardware_version_request",
+     "hardware version request"},
+    {Message_id::hardware_version, Direction::from_controller, "hardware_version",
+     "hardware version"},
+    {Message_id::firmware_version_request, Direction::to_controller, "firmware_version_request",
+     "firmware version request"},
+    {Message_id::firmware_version, Direction::from_controller, "firmware_version",
+     "firmware version"},
+    {Message_id::unique_id_request, Direction::to_controller, "unique_id_request",
+     "unique device identifier request"},
+    {Message_id::unique_id, Direction::from_controller, "unique_id", "unique device identifier"},
+    {Message_id::power_button_poll, Direction::to_controller, "power_button_poll",
+     "power button poll"},
+    {Message_id::power_button, Direction::from_controller, "power_button", "power button"},
+    {Message_id::analog_input, Direction::from_controller, "analog_input", "analog input"},
+    {Message_id::ambient_light, Direction::from_controller, "ambient_light", "ambient light"},
+    {Message_id::voltages_low_poll, Direction::to_controller, "voltages_low_poll",
+     "voltage 0-2 poll"},
+    {Message_id::voltages_low, Direction::from_controller, "voltages_low", "voltages 0-2"},
+    {Message_id::voltages_high_poll, Direction::to_controller, "voltages_high_poll",
+     "voltage 3-5 poll"},
+    {Message_id::voltages_high, Direction::from_controller, "voltages_high", "voltages 3-5"},
+    {Message_id::temperatures_poll, Direction::to_controller, "temperatures_poll",
+     "temperature poll"},
+    {Message_id::temperatures, Direction::from_controller, "temperatures", "temperatures 0-5"},
+    {Message_id::frequency_output, Direction::to_controller, "frequency_output",
+     "frequency output"},
+    {Message_id::frequency_output_report, Direction::from_controller, "frequency_output_report",
+     "frequency output report"},
+    {Message_id::configuration, Direction::to_controller, "configuration",
+     "configuration write or read"},
+    {Message_id::configuration_report, Direction::from_controller, "configuration_report",
+     "configuration report"},
+    {Message_id::backlight, Direction::to_controller, "backlight", "display backlight"},
+    {Message_id::backlight_report, Direction::from_controller, "backlight_report",
+     "display backlight report"},
+    {Message_id::digital_outputs, Direction::to_controller, "digital_outputs", "digital outputs"},
+    {Message_id::digital_outputs_report, Direction::from_controller, "digital_outputs_report",
+     "digital output report"},
+    {Message_id::digest_request, Direction::to_controller, "digest_request", "digest request"},
+    {Message_id::digest, Direction::from_controller, "digest", "digest"},
+    {Message_id::oem_code, Direction::to_controller, "oem_code", "OEM code"},
+    {Message_id::oem_code_report, Direction::from_controller, "oem_code_report", "OEM code report"},
+    {Message_id::atx_acknowledge, Direction::to_controller, "atx_acknowledge", "ATX acknowledge"},
+    {Message_id::atx, Direction::from_controller, "atx", "ATX"},
 };
+
+/// What is known of an identifier, or null.
+constexpr const Message_kind* find_message(uchar id)
+{
+    for (const Message_kind& kind : message_catalogue) {
+        if (kind.id == id)
+            return &kind;
+    }
+    return nullptr;
+}
+
+/// The same by name.
+constexpr const Message_kind* find_message(std::string_view name)
+{
+    for (const Message_kind& kind : message_catalogue) {
+        if (name == kind.name)
+            return &kind;
+    }
+    return nullptr;
+}
+
+/// Whether the host sends messages with this identifier.
+constexpr bool is_request(uchar id)
+{
+    const Message_kind* const kind = find_message(id);
+    return kind != nullptr && kind->direction == Direction::to_controller;
+}

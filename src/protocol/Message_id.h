@@ -5,7 +5,7 @@
 /// Identifiers of the controller protocol, byte 0 of every message.
 ///
 /// The host's are odd; the controller answers identifier n with n + 1 and pushes some of its own
-/// accord. Names, directions and argument layouts stand in Message_catalogue.h.
+/// accord. Names and directions stand in Message_catalogue.h, fields in Field_catalogue.h.
 namespace Message_id {
 enum : uchar {
     start_up = 0x01,

@@ -50,10 +50,26 @@ QList<int> named_bytes(const QString& layout)
     return sorted;
 }
 
-QString row_text(const QString& id, const QString& way, const QString& name, const QString& layout)
+/// The bytes that the catalogue has fields for.
+QList<int> field_bytes(uchar id)
 {
-    QString text = id + QLatin1Char(' ') + way + QLatin1Char(' ') + name;
-    for (const int byte : named_bytes(layout))
+    QSet<int> bytes;
+    for (const Field& field : fields_of(id)) {
+        for (uint byte = field.first; byte < field.end(); ++byte)
+            bytes.insert(static_cast<int>(byte));
+        if (field.second != 0)
+            bytes.insert(field.second);
+    }
+    QList<int> sorted = bytes.values();
+    std::sort(sorted.begin(), sorted.end());
+    return sorted;
+}
+
+QString row_text(const QString& id, const QString& way, const QString& label,
+                 const QList<int>& bytes)
+{
+    QString text = id + QLatin1Char(' ') + way + QLatin1Char(' ') + label;
+    for (const int byte : bytes)
         text += QStringLiteral(" [%1]").arg(byte);
     return text;
 }
@@ -85,22 +101,15 @@ bool has_right_checksum(const QByteArray& frame)
     return static_cast<uchar>(frame.back()) == (sum & 0xFF);
 }
 
-/// Whether every argument of a frame that is not 0 is one that the layout names.
-bool keeps_to_layout(const QByteArray& frame, const QString& layout)
+/// Whether every argument of a frame that is not 0 belongs to a field.
+bool keeps_to_layout(const QByteArray& frame)
 {
-    const QList<int> named = named_bytes(layout);
+    const QList<int> named = field_bytes(id_of(frame));
     for (int i = 1; i < 8; ++i) {
         if (frame[id_offset + i] != 0 && !named.contains(i))
             return false;
     }
     return true;
-}
-
-const Message_kind* kind_of(uchar id)
-{
-    const auto* kind = std::find_if(std::begin(message_catalogue), std::end(message_catalogue),
-                                    [id](const Message_kind& k) { return k.id == id; });
-    return kind == std::end(message_catalogue) ? nullptr : kind;
 }
 
 } // namespace
@@ -112,11 +121,12 @@ private Q_SLOTS:
     {
         QStringList documented;
         for (const QStringList& row : document().section(QStringLiteral("Identifiers")).rows())
-            documented.append(row_text(plain(row[0]), plain(row[1]), row[2], plain(row[3])));
+            documented.append(
+                row_text(plain(row[0]), plain(row[1]), row[2], named_bytes(plain(row[3]))));
         QStringList known;
         for (const Message_kind& kind : message_catalogue)
-            known.append(row_text(id_text(kind.id), arrow(kind.direction), QLatin1String(kind.name),
-                                  QLatin1String(kind.arguments)));
+            known.append(row_text(id_text(kind.id), arrow(kind.direction),
+                                  QLatin1String(kind.label), field_bytes(kind.id)));
         QCOMPARE(documented, known);
     }
 
@@ -129,14 +139,14 @@ private Q_SLOTS:
         }
         QStringList known;
         for (const Message_kind& kind : message_catalogue)
-            known.append(id_text(kind.id) + QLatin1Char(' ') + QLatin1String(kind.name));
+            known.append(id_text(kind.id) + QLatin1Char(' ') + QLatin1String(kind.label));
         QCOMPARE(documented, known);
     }
 
     void every_layout_has_frames_of_its_own()
     {
         for (const Message_kind& kind : message_catalogue) {
-            const QString title = id_text(kind.id) + QLatin1Char(' ') + QLatin1String(kind.name);
+            const QString title = id_text(kind.id) + QLatin1Char(' ') + QLatin1String(kind.label);
             const QStringList frames = frames_of(document().section(title));
             QVERIFY2(!frames.isEmpty(), qPrintable(title));
             for (const QString& frame : frames)
@@ -156,13 +166,13 @@ private Q_SLOTS:
         QFETCH(QString, text);
         const QByteArray frame = frame_bytes(text);
         QCOMPARE(frame.size(), frame_size);
-        const Message_kind* kind = kind_of(id_of(frame));
+        const Message_kind* kind = find_message(id_of(frame));
         QVERIFY(kind != nullptr);
         const bool to_controller = kind->direction == Direction::to_controller;
         QCOMPARE(frame.left(id_offset).toHex(),
                  QByteArray(to_controller ? "18ef7859" : "18ef5978"));
         QVERIFY(has_right_checksum(frame));
-        QVERIFY(keeps_to_layout(frame, QLatin1String(kind->arguments)));
+        QVERIFY(keeps_to_layout(frame));
     }
 
     void identifiers_in_the_text_exist()
@@ -172,7 +182,7 @@ private Q_SLOTS:
             auto found = id.globalMatch(line);
             while (found.hasNext()) {
                 const QString text = found.next().captured(1);
-                QVERIFY2(kind_of(static_cast<uchar>(text.toUInt(nullptr, 16))) != nullptr,
+                QVERIFY2(find_message(static_cast<uchar>(text.toUInt(nullptr, 16))) != nullptr,
                          qPrintable(line));
             }
         }

@@ -7,7 +7,6 @@
 #include "Digital_output_interface.h"
 #include "LCD_backlight_interface.h"
 #include "Lock_interface.h"
-#include "Message_catalogue.h"
 #include "Operating_voltage_interface.h"
 #include "Power_interface.h"
 #include "Radar_output_interface.h"
@@ -178,18 +177,6 @@ private Q_SLOTS:
         input->set_min_value(3.0);
         offer(*input, "1e03e8");
         QCOMPARE(below.count(), 1);
-    }
-
-    void camera_and_messages_are_where_the_catalogue_says()
-    {
-        uint last = 0;
-        for (const Message_kind& kind : message_catalogue) {
-            QVERIFY(kind.id > last);
-            last = kind.id;
-            // The ones that the controller pushes have even identifiers, the host's are odd.
-            QCOMPARE(kind.id % 2 == 1, kind.direction == Direction::to_controller);
-        }
-        QCOMPARE(std::size(message_catalogue), std::size_t{39});
     }
 };
 

@@ -1,5 +1,6 @@
 #include "Bench_controller.h"
 
+#include "Frame.h"
 #include "Message_id.h"
 #include "State_text.h"
 

@@ -2,7 +2,7 @@
 
 #include "Controller_model.h"
 #include "Faults.h"
-#include "Frame.h"
+#include "Frame_reader.h"
 #include "Line.h"
 #include "Schedule.h"
 #include "Trace.h"

@@ -1,6 +1,7 @@
 #include "Command.h"
 
 #include "Bench_controller.h"
+#include "Frame.h"
 #include "Message_id.h"
 
 #include <algorithm>

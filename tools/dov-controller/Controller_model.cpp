@@ -1,80 +1,115 @@
 #include "Controller_model.h"
 
 #include "Message_catalogue.h"
+#include "Named_field.h"
 
 #include <algorithm>
 #include <cmath>
 
 namespace {
 
-constexpr uchar query_level = 0xff;
-constexpr uchar backlight_device = 0xfe;
-constexpr uchar write_configuration = 0xaa;
+constexpr U8_field setting = {Message_id::power_setting, "setting"};
+constexpr U8_field setting_mode = {Message_id::power_setting, "mode"};
+constexpr U8_field setting_with = {Message_id::power_setting, "with"};
+constexpr U8_field line_15_mode = {Message_id::power_response, "line_15_mode"};
+constexpr Flag_field ignition = {Message_id::power_response, "ignition"};
+constexpr Flag_field power_switch = {Message_id::power_switch, "switch"};
+constexpr U8_field power_device = {Message_id::power_switch, "device"};
+constexpr Flag_field switched = {Message_id::power_switch_answer, "switch"};
+constexpr U8_field switched_device = {Message_id::power_switch_answer, "device"};
+constexpr U8_field voltage_code = {Message_id::operating_voltage, "code"};
+constexpr U8_field reported_voltage_code = {Message_id::operating_voltage_report, "code"};
+constexpr U8_field digital_inputs = {Message_id::digital_inputs, "inputs"};
+constexpr U8_field revision = {Message_id::hardware_version, "revision"};
+constexpr Long_field firmware = {Message_id::firmware_version, "firmware"};
+constexpr Long_field unique_id = {Message_id::unique_id, "identifier"};
+constexpr Flag_field pressed = {Message_id::power_button, "pressed"};
+constexpr U16_field frequency_output = {Message_id::frequency_output, "value"};
+constexpr U16_field reported_frequency = {Message_id::frequency_output_report, "value"};
+constexpr U8_field wanted_oem_code = {Message_id::configuration, "oem_code"};
+constexpr U8_field wanted_offset = {Message_id::configuration, "offset"};
+constexpr U8_field wanted_value = {Message_id::configuration, "value"};
+constexpr U8_field access = {Message_id::configuration, "access"};
+constexpr U8_field told_oem_code = {Message_id::configuration_report, "oem_code"};
+constexpr U8_field told_offset = {Message_id::configuration_report, "offset"};
+constexpr U8_field told_value = {Message_id::configuration_report, "value"};
+constexpr U8_field level = {Message_id::backlight, "level"};
+constexpr U8_field second_level = {Message_id::backlight, "second_level"};
+constexpr U8_field reported_level = {Message_id::backlight_report, "level"};
+constexpr U8_field reported_second_level = {Message_id::backlight_report, "second_level"};
+constexpr U8_field outputs = {Message_id::digital_outputs, "outputs"};
+constexpr U8_field reported_outputs = {Message_id::digital_outputs_report, "outputs"};
+constexpr U8_field interval = {Message_id::digest_request, "interval"};
+constexpr U8_field digest_inputs = {Message_id::digest, "inputs"};
+constexpr U16_field digest_analog = {Message_id::digest, "analog"};
+constexpr U16_field digest_light = {Message_id::digest, "light"};
+constexpr U16_field digest_frequency = {Message_id::digest, "frequency"};
+constexpr U8_field oem_code = {Message_id::oem_code, "code"};
+constexpr U8_field oem_code_in_force = {Message_id::oem_code_report, "code"};
 
-/// Two bits of the digital output messages.
-enum Output_code : uchar { no_information = 0, off = 1, on = 2, disabled = 3 };
-
-bool is_command(uchar id)
+/// Bytes of which the first is the highest.
+template <class Bytes>
+qint64 one_number(const Bytes& bytes)
 {
-    return std::any_of(std::begin(message_catalogue), std::end(message_catalogue),
-                       [id](const Message_kind& kind) {
-                           return kind.id == id && kind.direction == Direction::to_controller;
-                       });
+    qint64 number = 0;
+    for (const uchar byte : bytes)
+        number = number << 8 | byte;
+    return number;
 }
 
-/// On the line OEM codes are one more than everywhere else.
-QPair<uchar, uchar> configuration_key(uchar code_on_line, uchar offset)
+bool sets_line_15(const Message& command)
 {
-    return {static_cast<uchar>(code_on_line - 1), offset};
+    return setting.of(command) == static_cast<uchar>(Power_setting::line_15) &&
+           setting_mode.of(command) == remote_line_15_mode &&
+           setting_with.of(command) == line_15_setting_end;
 }
 
 } // namespace
 
 std::optional<Message> Controller_model::receive(const Message& command, qint64 now_ms)
 {
-    if (!is_command(command[0]))
+    if (!is_request(command[0]))
         return std::nullopt;
     carry_out(command, now_ms);
-    const auto answer_id = static_cast<uchar>(command[0] + 1);
-    if (answer_id == Message_id::configuration_report)
-        return message(answer_id, command[1], command[2],
-                       configuration_value(command[1], command[2]));
-    return report(answer_id, now_ms);
+    if (command[0] == Message_id::configuration)
+        return configuration_byte(wanted_oem_code.of(command), wanted_offset.of(command));
+    return report(answer_to(command[0]), now_ms);
 }
 
 void Controller_model::carry_out(const Message& command, qint64 now_ms)
 {
     switch (command[0]) {
     case Message_id::power_setting:
-        if (command[1] == 2 && command[2] == 2 && command[3] == 5)
-            state.line_15_mode = 2;
+        if (sets_line_15(command))
+            state.line_15_mode = remote_line_15_mode;
         break;
     case Message_id::power_switch:
-        if (command[2] == backlight_device)
-            state.backlight_on = command[1] != 0;
+        if (power_device.of(command) == display_backlight_device)
+            state.backlight_on = power_switch.of(command);
         break;
     case Message_id::operating_voltage:
-        state.operating_voltage = command[1];
+        state.operating_voltage = voltage_code.of(command);
         break;
     case Message_id::frequency_output:
-        state.frequency_output = big_endian(&command[2]);
+        state.frequency_output = frequency_output.of(command);
         break;
     case Message_id::configuration:
-        if (command[4] == write_configuration)
-            state.configuration[configuration_key(command[1], command[2])] = command[3];
+        if (access.of(command) == static_cast<uchar>(Configuration_access::write))
+            state.configuration[{wanted_oem_code.of(command), wanted_offset.of(command)}] =
+                wanted_value.of(command);
         break;
     case Message_id::backlight:
-        if (command[1] != query_level || command[2] != query_level)
-            state.backlight_levels = {command[1], command[2]};
+        if (level.of(command) != query_level || second_level.of(command) != query_level)
+            state.backlight_levels = {level.of(command), second_level.of(command)};
         break;
     case Message_id::digital_outputs:
-        switch_outputs(command[2]);
+        switch_outputs(outputs.of(command));
         break;
     case Message_id::digest_request:
-        set_digest_interval(command[1] * digest_unit_ms, now_ms);
+        set_digest_interval(interval.of(command) * digest_unit_ms, now_ms);
         break;
     case Message_id::oem_code:
-        state.oem_code = command[1];
+        state.oem_code = oem_code.of(command);
         break;
     default:
         break;
@@ -83,13 +118,13 @@ void Controller_model::carry_out(const Message& command, qint64 now_ms)
 
 void Controller_model::switch_outputs(uchar codes)
 {
-    for (Output_state& output : state.outputs) {
-        const auto code = static_cast<uchar>(codes & 3U);
-        codes = static_cast<uchar>(codes >> 2U);
-        if (code != no_information)
-            output.enabled = code != disabled;
-        if (code == on || code == off)
-            output.on = code == on;
+    for (uint i = 0; i < state.outputs.size(); ++i) {
+        Output_state& output = state.outputs[i];
+        const Output_code code = output_code(codes, i);
+        if (code != Output_code::no_information)
+            output.enabled = code != Output_code::disabled;
+        if (code == Output_code::on || code == Output_code::off)
+            output.on = code == Output_code::on;
     }
 }
 
@@ -97,51 +132,48 @@ std::optional<Message> Controller_model::report(uchar id, qint64 now_ms) const
 {
     switch (id) {
     case Message_id::start_up_answer:
-        return message(id);
+    case Message_id::atx:
+        return blank_message(id);
     case Message_id::power_response:
-        return message(id, state.line_15_mode, 0, 0, state.ignition);
+        return message_with(line_15_mode.is(state.line_15_mode), ignition.is(state.ignition));
     case Message_id::power_switch_answer:
-        return message(id, state.backlight_on, backlight_device);
+        return message_with(switched.is(state.backlight_on),
+                            switched_device.is(display_backlight_device));
     case Message_id::operating_voltage_report:
-        return message(id, state.operating_voltage);
+        return message_with(reported_voltage_code.is(state.operating_voltage));
     case Message_id::digital_inputs:
-        return message(id, digital_bits(now_ms));
+        return message_with(digital_inputs.is(digital_bits(now_ms)));
     case Message_id::hardware_version:
-        return message(id, state.hardware);
+        return message_with(revision.is(state.hardware));
     case Message_id::firmware_version:
-        return message(id, 0, state.firmware[2], state.firmware[1], state.firmware[0]);
+        return message_with(firmware.is(one_number(state.firmware)));
     case Message_id::unique_id:
-        return unique_id();
+        return message_with(unique_id.is(one_number(state.unique_id)));
     case Message_id::power_button:
-        return message(id, state.button_down);
+        return message_with(pressed.is(state.button_down));
     case Message_id::analog_input:
-        return millivolts(id, Input::analog, 1, now_ms);
+        return measured(id, Input::analog, now_ms);
     case Message_id::ambient_light:
-        return millivolts(id, Input::light, 1, now_ms);
+        return measured(id, Input::light, now_ms);
     case Message_id::voltages_low:
-        return millivolts(id, Input::voltage, 3, now_ms);
+        return measured(id, Input::voltage, now_ms);
     case Message_id::voltages_high:
-        return millivolts(id, Input::voltage + 3, 3, now_ms);
+        return measured(id, Input::voltage + 3, now_ms);
     case Message_id::temperatures:
-        return temperatures(now_ms);
+        return measured(id, Input::temperature, now_ms);
     case Message_id::frequency_output_report:
-        return message(id, 1, state.frequency_output >> 8U, state.frequency_output);
-    case Message_id::configuration_report: {
-        const auto code_on_line = static_cast<uchar>(state.oem_code + 1);
-        constexpr uchar power_up_delay = 4;
-        return message(id, code_on_line, power_up_delay,
-                       configuration_value(code_on_line, power_up_delay));
-    }
+        return message_with(reported_frequency.is(state.frequency_output));
+    case Message_id::configuration_report:
+        return configuration_byte(state.oem_code, power_up_delay_offset);
     case Message_id::backlight_report:
-        return message(id, state.backlight_levels[0], state.backlight_levels[1]);
+        return message_with(reported_level.is(state.backlight_levels[0]),
+                            reported_second_level.is(state.backlight_levels[1]));
     case Message_id::digital_outputs_report:
-        return message(id, 0, output_codes());
+        return message_with(reported_outputs.is(output_codes()));
     case Message_id::digest:
         return digest(now_ms);
     case Message_id::oem_code_report:
-        return message(id, state.oem_code);
-    case Message_id::atx:
-        return message(id);
+        return message_with(oem_code_in_force.is(state.oem_code));
     default:
         return std::nullopt;
     }
@@ -170,18 +202,18 @@ int Controller_model::input(int position, qint64 now_ms) const
     return static_cast<int>(std::lround(std::clamp(waveform.at(now_ms), kind.least, kind.most)));
 }
 
-uchar Controller_model::configuration_value(uchar code_on_line, uchar offset) const
+Message Controller_model::configuration_byte(uchar code, uchar offset) const
 {
-    return state.configuration.value(configuration_key(code_on_line, offset));
+    return message_with(told_oem_code.is(code), told_offset.is(offset),
+                        told_value.is(state.configuration.value({code, offset})));
 }
 
 uchar Controller_model::output_codes() const
 {
     uint codes = 0;
-    for (std::size_t i = 0; i < state.outputs.size(); ++i) {
+    for (uint i = 0; i < state.outputs.size(); ++i) {
         const Output_state& output = state.outputs[i];
-        const uint code = !output.enabled ? disabled : output.on ? on : off;
-        codes |= code << (2 * i);
+        codes |= output_bits(output_code_of(output.on, output.enabled), i);
     }
     return static_cast<uchar>(codes);
 }
@@ -189,41 +221,23 @@ uchar Controller_model::output_codes() const
 uchar Controller_model::digital_bits(qint64 now_ms) const
 {
     uint bits = 0;
-    for (int i = 0; i < Input::analog - Input::digital; ++i)
-        bits |= static_cast<uint>(input(Input::digital + i, now_ms)) << static_cast<uint>(i);
+    for (int i = Input::digital; i < Input::analog; ++i)
+        bits |= input_bits(input(i, now_ms) != 0, static_cast<uint>(i - Input::digital));
     return static_cast<uchar>(bits);
 }
 
-Message Controller_model::millivolts(uchar id, int first, int count, qint64 now_ms) const
+Message Controller_model::measured(uchar id, int position, qint64 now_ms) const
 {
-    Message result = message(id);
-    uchar* at = &result[1];
-    for (int i = first; i < first + count; ++i, at += 2)
-        put_big_endian(at, static_cast<quint32>(input(i, now_ms)));
-    return result;
-}
-
-Message Controller_model::temperatures(qint64 now_ms) const
-{
-    Message result = message(Message_id::temperatures);
-    uchar* at = &result[1];
-    for (int i = Input::temperature; i < Input::count; ++i)
-        *at++ = static_cast<uchar>(input(i, now_ms));
+    Message result = blank_message(id);
+    for (const Field& field : fields_of(id))
+        field.put(result, input(position++, now_ms));
     return result;
 }
 
 Message Controller_model::digest(qint64 now_ms) const
 {
-    Message result = message(Message_id::digest, digital_bits(now_ms));
-    put_big_endian(&result[2], static_cast<quint32>(input(Input::analog, now_ms)));
-    put_big_endian(&result[4], static_cast<quint32>(input(Input::light, now_ms)));
-    put_big_endian(&result[6], static_cast<quint32>(input(Input::frequency, now_ms)));
-    return result;
-}
-
-Message Controller_model::unique_id() const
-{
-    Message result = message(Message_id::unique_id);
-    std::copy(state.unique_id.begin(), state.unique_id.end(), result.begin() + 1);
-    return result;
+    return message_with(digest_inputs.is(digital_bits(now_ms)),
+                        digest_analog.is(input(Input::analog, now_ms)),
+                        digest_light.is(input(Input::light, now_ms)),
+                        digest_frequency.is(input(Input::frequency, now_ms)));
 }

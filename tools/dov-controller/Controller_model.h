@@ -86,11 +86,10 @@ public:
 private:
     void carry_out(const Message& command, qint64 now_ms);
     void switch_outputs(uchar codes);
-    uchar configuration_value(uchar code_on_line, uchar offset) const;
     uchar output_codes() const;
     uchar digital_bits(qint64 now_ms) const;
-    Message millivolts(uchar id, int first, int count, qint64 now_ms) const;
-    Message temperatures(qint64 now_ms) const;
+    Message configuration_byte(uchar code, uchar offset) const;
+    /// The message whose fields are the inputs from a position on.
+    Message measured(uchar id, int position, qint64 now_ms) const;
     Message digest(qint64 now_ms) const;
-    Message unique_id() const;
 };

@@ -3,6 +3,7 @@
 #include "Faults.h"
 
 #include "Frame.h"
+#include "Frame_reader.h"
 #include "Meaning.h"
 #include "Message_catalogue.h"
 #include "Schedule.h"
@@ -219,7 +220,7 @@ private Q_SLOTS:
     void every_message_has_a_meaning()
     {
         for (const Message_kind& kind : message_catalogue)
-            QVERIFY(meaning_of(message(kind.id)).startsWith(QLatin1String(kind.name)));
+            QVERIFY(meaning_of(message(kind.id)).startsWith(QLatin1String(kind.label)));
         QCOMPARE(meaning_of(message(0x7d)), QStringLiteral("unknown 0x7d"));
     }
 

@@ -1,0 +1,116 @@
+#include "Event_filter.h"
+
+#include "Explanation.h"
+
+#include <algorithm>
+
+namespace {
+
+/// A sign between a field and its value.
+struct Comparison {
+    const char* sign;
+    bool (*holds)(qint64 left, qint64 right);
+};
+
+/// In the order in which they are looked for: the longer ones first.
+constexpr Comparison comparisons[] = {
+    {"!=", [](qint64 left, qint64 right) { return left != right; }},
+    {"<=", [](qint64 left, qint64 right) { return left <= right; }},
+    {">=", [](qint64 left, qint64 right) { return left >= right; }},
+    {"=", [](qint64 left, qint64 right) { return left == right; }},
+    {"<", [](qint64 left, qint64 right) { return left < right; }},
+    {">", [](qint64 left, qint64 right) { return left > right; }},
+};
+
+bool is_error(const Line_event& event)
+{
+    switch (event.kind) {
+    case Line_event::Kind::frame:
+        return !event.has_right_addresses() || find_message(event.id()) == nullptr ||
+               event.is_late || event.fate == Line_event::Fate::unanswered;
+    case Line_event::Kind::broken:
+    case Line_event::Kind::skipped:
+    case Line_event::Kind::hang_up:
+        return true;
+    case Line_event::Kind::connection:
+        break;
+    }
+    return false;
+}
+
+} // namespace
+
+QString Event_filter::want_message(const QString& text)
+{
+    for (const Message_kind& kind : message_catalogue) {
+        if (text == QLatin1String(kind.name)) {
+            ids_.append(kind.id);
+            return {};
+        }
+    }
+    bool good = false;
+    const uint id = text.startsWith(QLatin1String("0x")) ? text.mid(2).toUInt(&good, 16)
+                                                         : text.toUInt(&good, 10);
+    if (!good || id > 255)
+        return QStringLiteral("\"%1\" is neither an identifier nor the name of a message")
+            .arg(text);
+    ids_.append(static_cast<uchar>(id));
+    return {};
+}
+
+QString Event_filter::want_field(const QString& text)
+{
+    for (const Comparison& comparison : comparisons) {
+        const QLatin1String sign(comparison.sign);
+        const int at = text.indexOf(sign);
+        if (at < 1)
+            continue;
+        const QString name = text.left(at).trimmed();
+        const QString value = text.mid(at + sign.size()).trimmed();
+        const int before = conditions_.size();
+        bool is_known = false;
+        for (const Field& field : field_catalogue) {
+            if (name != QLatin1String(field.name))
+                continue;
+            is_known = true;
+            const auto number = number_of(field, value);
+            if (number)
+                conditions_.append({&field, comparison.holds, *number});
+        }
+        if (!is_known)
+            return QStringLiteral("no message has a field \"%1\"").arg(name);
+        if (conditions_.size() == before)
+            return QStringLiteral("\"%1\" is no value of %2").arg(value, name);
+        return {};
+    }
+    return QStringLiteral("\"%1\" is not FIELD=VALUE").arg(text);
+}
+
+bool Event_filter::wants(const Line_event& event) const
+{
+    if (sender_ && *sender_ != event.sender)
+        return false;
+    if (only_unanswered_ && event.fate != Line_event::Fate::unanswered)
+        return false;
+    if (only_errors_ && !is_error(event))
+        return false;
+    return wants_message(event) && wants_field(event);
+}
+
+bool Event_filter::wants_message(const Line_event& event) const
+{
+    return ids_.isEmpty() || (event.is_frame() && ids_.contains(event.id()));
+}
+
+bool Event_filter::wants_field(const Line_event& event) const
+{
+    if (conditions_.isEmpty())
+        return true;
+    if (!event.is_frame())
+        return false;
+    return std::any_of(
+        conditions_.begin(), conditions_.end(), [&event](const Field_condition& condition) {
+            return condition.field->id == event.id() &&
+                   condition.holds(condition.field->get(event.message()), condition.number);
+        });
+}

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <QtGlobal>
+
+/// Who sent bytes on the line.
+enum class Sender : uchar { host, controller };
+
+/// What a recording holds of one moment: bytes that went over the line together, or the line's own
+/// coming and going.
+struct Line_record {
+    enum class Kind : uchar { bytes, hang_up, connection };
+
+    qint64 time_us = 0; ///< since the recording began
+    Sender sender = Sender::host;
+    Kind kind = Kind::bytes;
+    const uchar* data = nullptr; ///< of bytes; valid until the next record is read
+    int size = 0;
+};

@@ -33,7 +33,7 @@ def installed(build: str, directory: Path) -> Path:
 
 def built_with_cmake(prefix: Path, directory: Path, compiler: str) -> Path:
     build = directory / "with-cmake"
-    run("cmake", "-S", EXAMPLES, "-B", build, f"-DCMAKE_PREFIX_PATH={prefix}",
+    run("cmake", "-S", EXAMPLES, "-B", build, "-G", "Ninja", f"-DCMAKE_PREFIX_PATH={prefix}",
         f"-DCMAKE_CXX_COMPILER={compiler}")
     run("cmake", "--build", build)
     return build / "client"

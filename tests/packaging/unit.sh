@@ -17,7 +17,7 @@ install "$program" "$root/usr/sbin/dov-dbus"
 install /bin/stty "$root/usr/bin/stty"
 install -m 644 "$unit" "$root/usr/lib/systemd/system/"
 # The documented drop-in is good too.
-install -D -m 644 "$(dirname "$unit")/debug.conf.example" \
+install -D -m 644 "$(dirname "$0")/../../data/systemd/debug.conf.example" \
     "$root/usr/lib/systemd/system/$(basename "$unit").d/debug.conf"
 printf '[Service]\nExecStart=/usr/bin/stty\n' >"$root/usr/lib/systemd/system/dbus.service"
 printf '[Socket]\nListenStream=/run/dbus\n' >"$root/usr/lib/systemd/system/dbus.socket"

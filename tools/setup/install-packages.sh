@@ -27,7 +27,9 @@ if [ "$(id -u)" -ne 0 ]; then
     as_root=(sudo)
 fi
 
+# A fresh machine may be at its own updates.
+options=(-q -o DPkg::Lock::Timeout=600)
 echo "install-packages: installing ${missing[*]}" >&2
-"${as_root[@]}" apt-get update -q >&2
+"${as_root[@]}" apt-get "${options[@]}" update >&2
 "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
-    apt-get install -q -y --no-install-recommends "${missing[@]}" >&2
+    apt-get "${options[@]}" install -y --no-install-recommends "${missing[@]}" >&2

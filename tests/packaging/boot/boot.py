@@ -1,12 +1,12 @@
 #!/usr/bin/python3
 """Boots systemd with the shipped unit in a sandbox and reports what driver.py has seen there.
 
-    boot.py PROGRAM
+    boot.py PROGRAM UNIT
 
 The sandbox has process, network, mount and control-group namespaces of its own, a file system
 put together from temporary directories and read-only parts of /usr, an invented /sys, and a stub
-in place of systemctl. Its power-off target is a unit that leaves a mark. Without what that takes
-it says so and exits with 77.
+in place of systemctl. Its power-off target is a unit that leaves a mark. Where the machine grants
+no namespaces or control groups, it says so and exits with 77.
 """
 from __future__ import annotations
 
@@ -132,10 +132,9 @@ def write(path: Path, text: str, mode: int = 0o644) -> None:
     path.chmod(mode)
 
 
-def make_units(units: Path) -> None:
+def make_units(units: Path, unit: str) -> None:
     for name in ("dbus.service", "dbus.socket"):
         shutil.copy(DBUS_UNITS / name, units)
-    unit = (DATA / "systemd/dov-dbus.service").read_text()
     write(units / "dov-dbus.service", unit)
     service = unit[unit.index("[Service]\n"):unit.index("[Install]")].splitlines()[1:]
     rights = [line for line in service if not line.startswith(NO_RIGHTS)]
@@ -181,9 +180,9 @@ def make_sysfs(sysfs: Path) -> None:
     (device / "subsystem").symlink_to("../../../../class/tty")
 
 
-def make_world(root: Path, program: str) -> None:
+def make_world(root: Path, program: str, unit: str) -> None:
     (root / "units").mkdir()
-    make_units(root / "units")
+    make_units(root / "units", Path(unit).read_text())
     make_bus(root / "bus")
     make_etc(root / "etc")
     make_sysfs(root / "sys")
@@ -225,14 +224,14 @@ def sandbox(root: Path) -> list[str]:
 
 
 def check_means() -> None:
-    if os.geteuid() != 0:
-        cannot_run("only root can boot systemd")
     for needed in ("bwrap", "dbus-daemon", "busctl"):
         if shutil.which(needed) is None:
-            cannot_run(f"there is no {needed}")
+            sys.exit(f"there is no {needed}")
     for file in (SYSTEMD, DBUS_UNITS / "dbus.service"):
         if not file.exists():
-            cannot_run(f"there is no {file}")
+            sys.exit(f"there is no {file}")
+    if os.geteuid() != 0:
+        cannot_run("only root can boot systemd")
     tried = subprocess.run(
         ["bwrap", "--unshare-pid", "--unshare-net", "--unshare-cgroup", "--cap-add", "ALL",
          "--ro-bind", "/", "/", "--proc", "/proc", "--dev", "/dev", "--tmpfs", "/run", "true"],
@@ -245,7 +244,7 @@ def main() -> None:
     check_means()
     with tempfile.TemporaryDirectory(prefix="dov-boot-") as directory, Control_groups() as groups:
         root = Path(directory)
-        make_world(root, sys.argv[1])
+        make_world(root, *sys.argv[1:])
         with (root / "console").open("w") as console:
             booted = subprocess.Popen(
                 sandbox(root), preexec_fn=groups.enter, stdin=subprocess.DEVNULL,

@@ -1,0 +1,25 @@
+# The manual pages, what an integrator reads, and the examples that both speak of.
+set(manual "${CMAKE_CURRENT_SOURCE_DIR}/man")
+install(FILES ${manual}/dov-dbus.8 DESTINATION ${CMAKE_INSTALL_MANDIR}/man8)
+install(FILES ${manual}/oem_profile.conf.5 ${manual}/power_manage.conf.5
+  DESTINATION ${CMAKE_INSTALL_MANDIR}/man5)
+
+set(documents "${PROJECT_SOURCE_DIR}/docs")
+install(FILES ${documents}/dbus-api.md ${documents}/integration.md ${documents}/porting.md
+  ${documents}/protocol.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
+
+set(examples "${CMAKE_CURRENT_SOURCE_DIR}/examples")
+install(FILES systemd/debug.conf.example
+  ${examples}/power_manage.conf ${examples}/oem_profile.conf
+  DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples)
+install(FILES ${examples}/clients/CMakeLists.txt ${examples}/clients/client.cpp
+  DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples/clients COMPONENT development)
+install(PROGRAMS ${examples}/clients/client.py ${examples}/clients/client.sh
+  DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples/clients COMPONENT development)
+
+if(DOV_TOOLS)
+  install(FILES ${manual}/dov-config-check.1 ${manual}/dov-controller.1 ${manual}/dov-watch.1
+    DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tools)
+  install(FILES ${documents}/controller-script.md ${documents}/dov-watch.md
+    DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT tools)
+endif()

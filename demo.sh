@@ -123,9 +123,9 @@ start()
 # await WHAT COMMAND...: waits until the command succeeds.
 await()
 {
-    local what=$1 tries
+    local what=$1
     shift
-    for tries in {1..300}; do
+    for _ in {1..300}; do
         "$@" >/dev/null 2>&1 && return
         kill -0 "${children[-1]}" 2>/dev/null || break
         sleep 0.1
@@ -134,9 +134,12 @@ await()
     fail "$what does not come up"
 }
 
+# call DESTINATION PATH METHOD [ARGUMENT...]
 call()
 {
-    dbus-send --bus="$address" --print-reply --dest="$@"
+    local destination=$1
+    shift
+    dbus-send --bus="$address" --print-reply --dest="$destination" "$@"
 }
 
 start_bus()

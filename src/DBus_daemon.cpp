@@ -4,7 +4,7 @@
 #include "Dispatch.h"
 #include "Interface_base.h"
 #include "Main_thread_bus.h"
-#include "Message_id.h"
+#include "Named_field.h"
 #include "Object_table.h"
 #include "Paths.h"
 #include "Periodic_poll.h"
@@ -32,7 +32,10 @@ namespace {
 
 constexpr unsigned int default_baud_rate = 115200;
 constexpr int poll_period_ms = 3000;
-constexpr int digest_interval = 2; ///< in 50 ms, the unit of the digest request
+constexpr int digest_interval = 2; ///< 100 ms, in the units of the digest request
+
+constexpr U8_field power_setting = {Message_id::power_setting, "setting"};
+constexpr U8_field interval = {Message_id::digest_request, "interval"};
 constexpr int digest_requests = 3;
 
 /// The signal handler writes each signal's number, one byte, to the second; the event loop reads
@@ -149,7 +152,7 @@ void DBus_daemon::dump_interfaces() const
 void DBus_daemon::send_start_up_commands()
 {
     link_->send_message(Message_id::start_up);
-    link_->send_message(Message_id::power_setting, 0xFF);
+    link_->send_message(message_with(power_setting.is(Power_setting::start_up)));
     link_->send_message(Message_id::firmware_version_request);
     link_->send_message(Message_id::hardware_version_request);
 }
@@ -167,7 +170,7 @@ void DBus_daemon::start_periodic_poll()
 void DBus_daemon::request_digest()
 {
     for (int i = 0; i < digest_requests; ++i)
-        link_->send_message(Message_id::digest_request, digest_interval);
+        link_->send_message(message_with(interval.is(digest_interval)));
 }
 
 bool DBus_daemon::begin_exit()

@@ -4,7 +4,7 @@
 #include "Console.h"
 #include "DBus_daemon.h"
 #include "Ignition_interface.h"
-#include "Message_id.h"
+#include "Named_field.h"
 #include "OEMprofile_interface.h"
 #include "Power_controller_interface.h"
 #include "Version_interface.h"
@@ -18,10 +18,13 @@ constexpr uchar polls[] = {
     Message_id::temperatures_poll,
 };
 
-/// Where the controller keeps the remote power-up delay.
-constexpr uchar power_up_delay_offset = 4;
+constexpr U8_field setting = {Message_id::power_setting, "setting"};
+constexpr U8_field setting_mode = {Message_id::power_setting, "mode"};
+constexpr U8_field setting_with = {Message_id::power_setting, "with"};
+constexpr Message line_15_setting =
+    message_with(setting.is(Power_setting::line_15), setting_mode.is(remote_line_15_mode),
+                 setting_with.is(line_15_setting_end));
 
-constexpr uchar wanted_line_15_mode = 2;
 constexpr uchar unknown_mode = 255;
 
 bool is_known(const QString& version)
@@ -137,9 +140,9 @@ void Periodic_poll::correct_line_15(bool legacy_firmware)
     ignition->get_mode(mode);
     daemon_.log() << (legacy_firmware ? "Legacy PMC FW detected." : "Legacy PMC Hardware detected.")
                   << " Current Line 15 mode is " << int{mode} << std::endl;
-    if (mode == wanted_line_15_mode)
+    if (mode == remote_line_15_mode)
         return;
-    link_.send_message(Message_id::power_setting, 0x02, wanted_line_15_mode, 0x05);
+    link_.send_message(line_15_setting);
     // The mode it had, deliberately.
     daemon_.log() << "Line 15 mode changed to " << int{mode} << std::endl;
 }

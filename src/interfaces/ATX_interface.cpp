@@ -1,7 +1,7 @@
 #include "ATX_interface.h"
 
 #include "DBus_daemon.h"
-#include "Message_id.h"
+#include "Field_catalogue.h"
 
 ATX_interface::ATX_interface(DBus_daemon* owner, const QString& relative_path)
     : Interface_base(owner, relative_path, nullptr)
@@ -20,6 +20,6 @@ bool ATX_interface::handle_message(const uchar* data, uint len)
 
 void ATX_interface::send_ack()
 {
-    send(message(Message_id::atx_acknowledge));
+    send(blank_message(Message_id::atx_acknowledge));
     owner()->log() << "ATX acknowledge sent" << std::endl;
 }

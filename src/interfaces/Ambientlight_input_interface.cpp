@@ -1,15 +1,17 @@
 #include "Ambientlight_input_interface.h"
 
-#include "Message.h"
-#include "Message_id.h"
+#include "Named_field.h"
 
 #include <algorithm>
 
 namespace {
 
+constexpr U16_field digest_light = {Message_id::digest, "light"};
+constexpr U16_field light = {Message_id::ambient_light, "light"};
+
 double percent(double volts)
 {
-    return std::min(100.0, volts * 100 / 4.995);
+    return std::min(100.0, volts * 100 / full_light_volts);
 }
 
 } // namespace
@@ -23,12 +25,11 @@ Ambientlight_input_interface::Ambientlight_input_interface(DBus_daemon* owner,
 
 bool Ambientlight_input_interface::handle_message(const uchar* data, uint len)
 {
-    if (len >= 6 && data[0] == Message_id::digest)
-        return update(percent(big_endian(data + 4) * 0.001));
-    if (len >= 3 && data[0] == Message_id::ambient_light) {
-        const double volts = big_endian(data + 1) * 0.001;
-        trace_raw("LRAW: ", data, len, volts);
-        return update(percent(volts));
+    if (const auto volts = digest_light.read_scaled(data, len))
+        return update(percent(*volts));
+    if (const auto volts = light.read_scaled(data, len)) {
+        trace_raw("LRAW: ", data, len, *volts);
+        return update(percent(*volts));
     }
     return refuse(data, len);
 }

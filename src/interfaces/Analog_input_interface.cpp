@@ -1,10 +1,16 @@
 #include "Analog_input_interface.h"
 
 #include "Console.h"
-#include "Message.h"
-#include "Message_id.h"
+#include "Named_field.h"
 
 #include <cmath>
+
+namespace {
+
+constexpr U16_field digest_analog = {Message_id::digest, "analog"};
+constexpr U16_field analog = {Message_id::analog_input, "analog"};
+
+} // namespace
 
 Analog_input_interface::Analog_input_interface(DBus_daemon* owner, const QString& relative_path,
                                                bool registers)
@@ -16,12 +22,11 @@ Analog_input_interface::Analog_input_interface(DBus_daemon* owner, const QString
 
 bool Analog_input_interface::handle_message(const uchar* data, uint len)
 {
-    if (len >= 4 && data[0] == Message_id::digest)
-        return update(big_endian(data + 2) * 0.001);
-    if (len >= 3 && data[0] == Message_id::analog_input) {
-        const double volts = big_endian(data + 1) * 0.001;
-        trace_raw("ARAW: ", data, len, volts);
-        return update(volts);
+    if (const auto volts = digest_analog.read_scaled(data, len))
+        return update(*volts);
+    if (const auto volts = analog.read_scaled(data, len)) {
+        trace_raw("ARAW: ", data, len, *volts);
+        return update(*volts);
     }
     return refuse(data, len);
 }

@@ -1,11 +1,12 @@
 #pragma once
 
+#include "Codes.h"
 #include "Interface_base.h"
 
 /// One byte of the controller's configuration, by OEM code and offset, at "configuration".
 ///
-/// Command  0x2d, byte 1: OEM code + 1; 2: offset; 3: value; 4: 0xaa to write, 0x55 to read; 5: 1.
-/// Source   0x2e, byte 1: OEM code + 1; 2: offset; 3: value.
+/// Command  0x2d: OEM code, offset, value, write or read.
+/// Source   0x2e: OEM code, offset, value.
 /// Value    as reported last; 255, 255, 255 until then.
 class Configuration_interface : public Interface_base {
     Q_OBJECT
@@ -23,7 +24,7 @@ public Q_SLOTS:
     void get(unsigned char& oem_code, unsigned char& offset, unsigned char& value);
 
 private:
-    void request(uchar oem_code, uchar offset, uchar value, uchar action) const;
+    void request(uchar oem_code, uchar offset, uchar value, Configuration_access access) const;
 
     uchar oem_code_ = 255;
     uchar offset_ = 255;

@@ -1,7 +1,14 @@
 #include "Digital_input_interface.h"
 
 #include "Console.h"
-#include "Message_id.h"
+#include "Named_field.h"
+
+namespace {
+
+constexpr U8_field digest_inputs = {Message_id::digest, "inputs"};
+constexpr U8_field reported_inputs = {Message_id::digital_inputs, "inputs"};
+
+} // namespace
 
 Digital_input_interface::Digital_input_interface(DBus_daemon* owner, const QString& relative_path,
                                                  uint channel)
@@ -12,14 +19,14 @@ Digital_input_interface::Digital_input_interface(DBus_daemon* owner, const QStri
 
 bool Digital_input_interface::handle_message(const uchar* data, uint len)
 {
-    const bool known =
-        len >= 2 && (data[0] == Message_id::digest || data[0] == Message_id::digital_inputs);
-    if (!known)
+    const auto reported = reported_inputs.read(data, len);
+    const auto inputs = reported ? reported : digest_inputs.read(data, len);
+    if (!inputs)
         return refuse(data, len);
 
-    const bool on = (data[1] >> channel_ & 1) != 0;
+    const bool on = input_bit(*inputs, channel_);
     if (on == on_) {
-        if (data[0] == Message_id::digital_inputs)
+        if (reported)
             report_unchanged(data[0]);
         return true;
     }

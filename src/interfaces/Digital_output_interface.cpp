@@ -1,20 +1,18 @@
 #include "Digital_output_interface.h"
 
 #include "Console.h"
-#include "Message_id.h"
+#include "Named_field.h"
+
+namespace {
+
+constexpr U8_field outputs = {Message_id::digital_outputs, "outputs"};
+constexpr U8_field reported_outputs = {Message_id::digital_outputs_report, "outputs"};
+
+} // namespace
 
 Message digital_output_command(bool value, bool enabled, uint channel)
 {
-    const Output_code code = !enabled ? Output_code::disabled
-                             : value  ? Output_code::on
-                                      : Output_code::off;
-    const uint field = static_cast<uint>(code) << channel * 2;
-    return message(Message_id::digital_outputs, field, field);
-}
-
-Output_code reported_output(uchar fields, uint channel)
-{
-    return static_cast<Output_code>(fields >> channel * 2 & 3);
+    return message_with(outputs.is(output_bits(output_code_of(value, enabled), channel)));
 }
 
 Digital_output_interface::Digital_output_interface(DBus_daemon* owner, const QString& relative_path,
@@ -27,9 +25,10 @@ Digital_output_interface::Digital_output_interface(DBus_daemon* owner, const QSt
 
 bool Digital_output_interface::handle_message(const uchar* data, uint len)
 {
-    if (len < 3 || data[0] != Message_id::digital_outputs_report)
+    const auto reported = reported_outputs.read(data, len);
+    if (!reported)
         return refuse(data, len);
-    const Output_code code = reported_output(data[2], channel_);
+    const Output_code code = output_code(*reported, channel_);
     if (code == Output_code::no_information)
         return true;
     enabled_ = code != Output_code::disabled;

@@ -1,19 +1,15 @@
 #pragma once
 
-#include "Codes.h"
 #include "Interface_base.h"
 #include "Message.h"
 
 /// The command for one output; the other channels' bits say nothing.
 Message digital_output_command(bool value, bool enabled, uint channel);
 
-/// What a report's byte says about one output.
-Output_code reported_output(uchar fields, uint channel);
-
 /// One switched output, at "device/io/output/digital/" and its channel.
 ///
-/// Command  0x33, bytes 1 and 2 alike: two bits an output.
-/// Source   0x34, byte 2: two bits an output.
+/// Command  0x33, outputs: two bits an output.
+/// Source   0x34, outputs: two bits an output.
 /// State    as last commanded or reported; commanded enabled and off when created.
 class Digital_output_interface : public Interface_base {
     Q_OBJECT

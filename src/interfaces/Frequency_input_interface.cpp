@@ -1,10 +1,15 @@
 #include "Frequency_input_interface.h"
 
 #include "Console.h"
-#include "Message.h"
-#include "Message_id.h"
+#include "Named_field.h"
 
 #include <cmath>
+
+namespace {
+
+constexpr U16_field digest_frequency = {Message_id::digest, "frequency"};
+
+} // namespace
 
 Frequency_input_interface::Frequency_input_interface(DBus_daemon* owner,
                                                      const QString& relative_path)
@@ -15,9 +20,10 @@ Frequency_input_interface::Frequency_input_interface(DBus_daemon* owner,
 
 bool Frequency_input_interface::handle_message(const uchar* data, uint len)
 {
-    if (len < 8 || data[0] != Message_id::digest)
+    const auto frequency = digest_frequency.read(data, len);
+    if (!frequency)
         return refuse(data, len);
-    update(big_endian(data + 6));
+    update(*frequency);
     return true;
 }
 

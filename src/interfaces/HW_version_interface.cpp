@@ -1,19 +1,10 @@
 #include "HW_version_interface.h"
 
-#include "Message_id.h"
-
-#include <algorithm>
-#include <iterator>
+#include "Named_field.h"
 
 namespace {
 
-struct Revision_row {
-    uchar last; ///< revision
-    const char* version;
-};
-
-/// Ascending, and the last row takes the rest.
-constexpr Revision_row revision_rows[] = {{10, "v1.0"}, {19, "v1.1"}, {255, "v2.0"}};
+constexpr U8_field revision = {Message_id::hardware_version, "revision"};
 
 } // namespace
 
@@ -25,11 +16,9 @@ HW_version_interface::HW_version_interface(DBus_daemon* owner, const QString& pa
 
 bool HW_version_interface::handle_message(const uchar* data, uint len)
 {
-    if (len < 2 || data[0] != Message_id::hardware_version)
+    const auto number = revision.read(data, len);
+    if (!number)
         return refuse(data, len);
-    const auto* row =
-        std::find_if(std::begin(revision_rows), std::end(revision_rows),
-                     [revision = data[1]](const Revision_row& r) { return revision <= r.last; });
-    set_text(QLatin1String(row->version));
+    set_text(QLatin1String(revision.row().code_name(*number)));
     return true;
 }

@@ -1,6 +1,13 @@
 #include "Ignition_interface.h"
 
-#include "Message_id.h"
+#include "Named_field.h"
+
+namespace {
+
+constexpr U8_field line_15_mode = {Message_id::power_response, "line_15_mode"};
+constexpr Flag_field ignition = {Message_id::power_response, "ignition"};
+
+} // namespace
 
 Ignition_interface::Ignition_interface(DBus_daemon* owner, const QString& relative_path)
     : Interface_base(owner, relative_path, nullptr)
@@ -10,13 +17,14 @@ Ignition_interface::Ignition_interface(DBus_daemon* owner, const QString& relati
 
 bool Ignition_interface::handle_message(const uchar* data, uint len)
 {
-    if (len < 5 || data[0] != Message_id::power_response)
+    const auto mode = line_15_mode.read(data, len);
+    const auto on = ignition.read(data, len);
+    if (!mode || !on)
         return refuse(data, len);
-    mode_ = data[1];
-    const bool on = data[4] != 0;
-    if (on != on_) {
-        on_ = on;
-        Q_EMIT changed(on);
+    mode_ = *mode;
+    if (*on != on_) {
+        on_ = *on;
+        Q_EMIT changed(on_);
     }
     return true;
 }

@@ -82,7 +82,7 @@ void Interface_base::register_object()
 
 void Interface_base::send(const Message& command) const
 {
-    owner_->link()->send_packet(command.data(), message_size);
+    owner_->link()->send_message(command);
 }
 
 void Interface_base::send_traced(std::string_view label, const Message& command) const

@@ -1,20 +1,21 @@
 #include "LCD_backlight_interface.h"
 
 #include "Console.h"
-#include "Message_id.h"
+#include "Named_field.h"
 
 #include <cmath>
 
 namespace {
 
-constexpr uchar out_of_range_level = 0xFE;
-constexpr double percent_per_level = 0.3937007874015748; // 100 / 254
+constexpr U8_field level = {Message_id::backlight, "level"};
+constexpr U8_field second_level = {Message_id::backlight, "second_level"};
+constexpr U8_field reported_level = {Message_id::backlight_report, "level"};
 
-uchar level(double percent)
+uchar level_of(double percent)
 {
     if (percent > 100.0)
-        return out_of_range_level;
-    return static_cast<uchar>(std::floor(percent * 254.0 / 100.0 + 0.5));
+        return full_level;
+    return static_cast<uchar>(std::floor(percent * full_level / 100.0 + 0.5));
 }
 
 } // namespace
@@ -22,29 +23,28 @@ uchar level(double percent)
 Message backlight_command(double brightness)
 {
     if (!(brightness >= 0.0)) // true for NaN, which has no level
-        return message(Message_id::backlight, 0, 0);
+        return blank_message(Message_id::backlight);
     const double whole = std::trunc(brightness);
     const double thousandths = std::isinf(brightness) ? 0.0 : (brightness - whole) * 1000.0;
-    return message(Message_id::backlight, level(whole), level(thousandths));
+    return message_with(level.is(level_of(whole)), second_level.is(level_of(thousandths)));
 }
 
 LCD_backlight_interface::LCD_backlight_interface(DBus_daemon* owner, const QString& relative_path)
     : Dimmable_interface(owner, relative_path, 100.0)
 {
     register_object();
-    send_traced("LCDBRIGET: ", message(Message_id::backlight, 0xFF, 0xFF));
+    send_traced("LCDBRIGET: ", message_with(level.is(query_level), second_level.is(query_level)));
 }
 
 bool LCD_backlight_interface::handle_message(const uchar* data, uint len)
 {
-    constexpr uint traced = 8;
-    if (len < traced || data[0] != Message_id::backlight_report)
+    const auto brightness = reported_level.read_scaled(data, len);
+    if (!brightness || len < message_size)
         return refuse(data, len);
-    const double brightness = data[1] * percent_per_level;
     Console::out()
-        .bytes("LCDBRIIN: ", Byte_style::lower_spaced, data, traced)
-        .format(": %.3f\n", brightness);
-    store_brightness(brightness);
+        .bytes("LCDBRIIN: ", Byte_style::lower_spaced, data, message_size)
+        .format(": %.3f\n", *brightness);
+    store_brightness(*brightness);
     return true;
 }
 

@@ -1,7 +1,14 @@
 #include "OEMprofile_interface.h"
 
 #include "DBus_daemon.h"
-#include "Message_id.h"
+#include "Named_field.h"
+
+namespace {
+
+constexpr U8_field wanted_code = {Message_id::oem_code, "code"};
+constexpr U8_field code_in_force = {Message_id::oem_code_report, "code"};
+
+} // namespace
 
 OEMprofile_interface::OEMprofile_interface(DBus_daemon* owner, const QString& relative_path)
     : Interface_base(owner, relative_path, nullptr)
@@ -11,9 +18,10 @@ OEMprofile_interface::OEMprofile_interface(DBus_daemon* owner, const QString& re
 
 bool OEMprofile_interface::handle_message(const uchar* data, uint len)
 {
-    if (len < 2 || data[0] != Message_id::oem_code_report)
+    const auto code = code_in_force.read(data, len);
+    if (!code)
         return refuse(data, len);
-    code_ = data[1];
+    code_ = *code;
     owner()->log() << "OEM code was set to " << int{code_} << std::endl;
     return true;
 }
@@ -25,6 +33,6 @@ void OEMprofile_interface::get_code(unsigned char& code)
 
 void OEMprofile_interface::set_code(uchar code)
 {
-    send(message(Message_id::oem_code, code));
+    send(message_with(wanted_code.is(code)));
     owner()->log() << "Requested OEM code " << int{code} << std::endl;
 }

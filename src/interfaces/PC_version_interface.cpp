@@ -1,7 +1,14 @@
 #include "PC_version_interface.h"
 
 #include "Console.h"
-#include "Message_id.h"
+#include "Explanation.h"
+#include "Named_field.h"
+
+namespace {
+
+constexpr Long_field firmware = {Message_id::firmware_version, "firmware"};
+
+} // namespace
 
 PC_version_interface::PC_version_interface(DBus_daemon* owner, const QString& path)
     : Version_interface(owner, path)
@@ -11,9 +18,10 @@ PC_version_interface::PC_version_interface(DBus_daemon* owner, const QString& pa
 
 bool PC_version_interface::handle_message(const uchar* data, uint len)
 {
-    if (len < 5 || data[0] != Message_id::firmware_version)
+    const auto version = firmware.read(data, len);
+    if (!version)
         return false;
-    set_text(QString::asprintf("v%u.%u.%u", uint{data[4]}, uint{data[3]}, uint{data[2]}));
+    set_text(text_of(firmware.row(), *version));
     Console::out() << "Got version\n";
     return true;
 }

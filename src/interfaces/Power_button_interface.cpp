@@ -1,6 +1,12 @@
 #include "Power_button_interface.h"
 
-#include "Message_id.h"
+#include "Named_field.h"
+
+namespace {
+
+constexpr Flag_field pressed = {Message_id::power_button, "pressed"};
+
+} // namespace
 
 Power_button_interface::Power_button_interface(DBus_daemon* owner, const QString& relative_path)
     : Interface_base(owner, relative_path, nullptr)
@@ -10,9 +16,10 @@ Power_button_interface::Power_button_interface(DBus_daemon* owner, const QString
 
 bool Power_button_interface::handle_message(const uchar* data, uint len)
 {
-    if (len < 2 || data[0] != Message_id::power_button)
+    const auto short_pressed = pressed.read(data, len);
+    if (!short_pressed)
         return refuse(data, len);
-    if (data[1] != 0)
+    if (*short_pressed)
         Q_EMIT short_press(1);
     return true;
 }

@@ -1,7 +1,7 @@
 #include "Power_interface.h"
 
 #include "DBus_daemon.h"
-#include "Message_id.h"
+#include "Named_field.h"
 #include "Paths.h"
 #include "Shell.h"
 
@@ -9,7 +9,9 @@
 
 namespace {
 
-constexpr uchar display_backlight_switch = 0xFE;
+constexpr Flag_field power_switch = {Message_id::power_switch, "switch"};
+constexpr U8_field power_device = {Message_id::power_switch, "device"};
+
 constexpr unsigned long between_commands_us = 300;
 
 const char* on_off(bool suspend)
@@ -66,7 +68,8 @@ void Power_interface::switch_system(bool suspend)
 void Power_interface::switch_backlight(bool suspend)
 {
     owner()->log() << "Display backlight => " << on_off(suspend) << std::endl;
-    const Message command = message(Message_id::power_switch, !suspend, display_backlight_switch);
+    const Message command =
+        message_with(power_switch.is(!suspend), power_device.is(display_backlight_device));
     send(command);
     QThread::usleep(between_commands_us);
     send(command); // deliberately twice

@@ -1,6 +1,12 @@
 #include "Radar_output_interface.h"
 
-#include "Message_id.h"
+#include "Named_field.h"
+
+namespace {
+
+constexpr U16_field frequency = {Message_id::frequency_output, "value"};
+
+} // namespace
 
 Radar_output_interface::Radar_output_interface(DBus_daemon* owner, const QString& relative_path)
     : Interface_base(owner, relative_path, nullptr)
@@ -18,8 +24,6 @@ bool Radar_output_interface::handle_message(const uchar* data, uint len)
 
 void Radar_output_interface::set(uint val)
 {
-    Message command = message(Message_id::frequency_output, 0x01);
-    put_big_endian(command.data() + 2, val);
-    send_traced("RADARREQRAW: ", command);
+    send_traced("RADARREQRAW: ", message_with(frequency.is(val)));
     value_ = val;
 }

@@ -1,10 +1,17 @@
 #include "Temperature_input_interface.h"
 
-#include "Message_id.h"
+#include "Named_field.h"
+
+#include <iterator>
 
 namespace {
 
-constexpr uint channel_count = 6;
+/// By channel.
+constexpr I8_field temperatures[] = {
+    {Message_id::temperatures, "temperature0"}, {Message_id::temperatures, "temperature1"},
+    {Message_id::temperatures, "temperature2"}, {Message_id::temperatures, "temperature3"},
+    {Message_id::temperatures, "temperature4"}, {Message_id::temperatures, "temperature5"},
+};
 
 } // namespace
 
@@ -17,9 +24,8 @@ Temperature_input_interface::Temperature_input_interface(DBus_daemon* owner,
 
 bool Temperature_input_interface::handle_message(const uchar* data, uint len)
 {
-    const bool known =
-        channel_ < channel_count && len >= channel_ + 2 && data[0] == Message_id::temperatures;
-    if (!known)
+    if (channel_ >= std::size(temperatures))
         return refuse(data, len);
-    return update(static_cast<signed char>(data[1 + channel_]));
+    const auto degrees = temperatures[channel_].read_scaled(data, len);
+    return degrees ? update(*degrees) : refuse(data, len);
 }

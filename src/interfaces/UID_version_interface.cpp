@@ -1,7 +1,14 @@
 #include "UID_version_interface.h"
 
 #include "Console.h"
-#include "Message_id.h"
+#include "Explanation.h"
+#include "Named_field.h"
+
+namespace {
+
+constexpr Long_field identifier = {Message_id::unique_id, "identifier"};
+
+} // namespace
 
 UID_version_interface::UID_version_interface(DBus_daemon* owner, const QString& path)
     : Version_interface(owner, path)
@@ -11,11 +18,11 @@ UID_version_interface::UID_version_interface(DBus_daemon* owner, const QString& 
 
 bool UID_version_interface::handle_message(const uchar* data, uint len)
 {
-    if (len < 8 || data[0] != Message_id::unique_id)
+    const auto number = identifier.read(data, len);
+    if (!number)
         return false;
-    const QByteArray text =
-        QByteArray(reinterpret_cast<const char*>(data + 1), 7).toHex().toUpper();
-    set_text(QString::fromLatin1(text));
-    Console::out().format("Got unique ID: %s\n", text.constData());
+    const QString text = text_of(identifier.row(), *number);
+    set_text(text);
+    Console::out().format("Got unique ID: %s\n", text.toLatin1().constData());
     return true;
 }

@@ -1,12 +1,23 @@
 #include "Voltage_input_interface.h"
 
-#include "Message.h"
-#include "Message_id.h"
+#include "Named_field.h"
+
+#include <iterator>
 
 namespace {
 
-constexpr uint channel_count = 6;
-constexpr uint channels_in_message = 3;
+/// By channel.
+constexpr U16_field voltages[] = {
+    {Message_id::voltages_low, "voltage0"},  {Message_id::voltages_low, "voltage1"},
+    {Message_id::voltages_low, "voltage2"},  {Message_id::voltages_high, "voltage3"},
+    {Message_id::voltages_high, "voltage4"}, {Message_id::voltages_high, "voltage5"},
+};
+
+/// The field in the other message at the same place.
+constexpr std::size_t other_message(std::size_t channel)
+{
+    return (channel + std::size(voltages) / 2) % std::size(voltages);
+}
 
 } // namespace
 
@@ -19,11 +30,12 @@ Voltage_input_interface::Voltage_input_interface(DBus_daemon* owner, const QStri
 
 bool Voltage_input_interface::handle_message(const uchar* data, uint len)
 {
-    const uint at = 1 + channel_ % channels_in_message * 2;
-    const bool known =
-        channel_ < channel_count && len >= at + 2 &&
-        (data[0] == Message_id::voltages_low || data[0] == Message_id::voltages_high);
-    if (!known)
+    if (channel_ >= std::size(voltages))
         return refuse(data, len);
-    return update(big_endian(data + at) * 0.001);
+    // The object takes both messages; the dispatch offers it its own.
+    if (const auto volts = voltages[channel_].read_scaled(data, len))
+        return update(*volts);
+    if (const auto volts = voltages[other_message(channel_)].read_scaled(data, len))
+        return update(*volts);
+    return refuse(data, len);
 }

@@ -30,15 +30,14 @@ QByteArray Frame::build(const Message& message, uchar source, uchar destination)
     return frame;
 }
 
-bool Frame::begins(const QByteArray& bytes)
+bool Frame::has_sync(const QByteArray& bytes)
 {
-    const uchar* frame = bytes_of(bytes);
-    return bytes.size() >= source_at && frame[0] == sync_1 && frame[1] == sync_2;
+    return bytes.size() >= source_at && has_sync(bytes_of(bytes));
 }
 
 bool Frame::is_whole(const QByteArray& bytes)
 {
-    return bytes.size() == size && begins(bytes) &&
+    return bytes.size() == size && has_sync(bytes) &&
            has_right_checksum(bytes_of(bytes), message_size);
 }
 

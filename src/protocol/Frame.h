@@ -47,6 +47,12 @@ inline bool has_right_checksum(const uchar* frame, uint payload_len)
     return checksum(frame + payload_at, payload_len) == frame[payload_at + payload_len];
 }
 
+/// Whether the next two bytes are the sync bytes.
+constexpr bool has_sync(const uchar* bytes)
+{
+    return bytes[0] == sync_1 && bytes[1] == sync_2;
+}
+
 /// Whether a frame, of which the header is there, comes from `source` and goes to `destination`.
 constexpr bool has_addresses(const uchar* frame, uchar source, uchar destination)
 {
@@ -62,7 +68,7 @@ QByteArray build(const Message& message, uchar source = controller_address,
                  uchar destination = host_address);
 
 /// Whether the bytes begin with both sync bytes.
-bool begins(const QByteArray& bytes);
+bool has_sync(const QByteArray& bytes);
 
 /// Whether the bytes are one whole frame of a message: length, both sync bytes, checksum. Any
 /// address.

@@ -43,6 +43,9 @@ public:
         return row_->scaled(row_->get(data));
     }
 
+    /// A number in the field's unit.
+    constexpr double scaled(Value number) const { return row_->scaled(number); }
+
     /// Puts a number into a message, as many bits of it as there is room for.
     template <class Number>
     constexpr void write(Message& message, Number number) const

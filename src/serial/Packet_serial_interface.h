@@ -1,20 +1,19 @@
 #pragma once
 
+#include "Frame.h"
 #include "Threaded_serial_port.h"
 
 /// Turns the bytes of a serial port into frames and back.
 ///
-/// A frame is 0x18 0xEF, source address, destination address, the payload and a checksum: the
-/// low 8 bits of the sum of all bytes before it. It carries no length: packet_length() tells.
-/// Frames from the controller have source 0x59 and destination 0x78, frames to it the reverse.
-/// Other addresses are reported and accepted. After garbage or a wrong checksum the search goes
+/// What a frame looks like stands in Frame.h. It carries no length: packet_length() tells. Wrong
+/// addresses are reported and accepted. After garbage or a wrong checksum the search goes
 /// on at the next byte, so that a frame that begins inside a bad one is found.
 ///
 /// Reports go to standard output. Thread: the owner's.
 class Packet_serial_interface : public Threaded_serial_port {
     Q_OBJECT
 public:
-    static constexpr int max_payload = 255;
+    static constexpr int max_payload = Frame::max_payload;
 
     Packet_serial_interface();
 

@@ -1,5 +1,6 @@
 #include "Power_controller_interface.h"
 
+#include "Exchange.h"
 #include "Message.h"
 #include "Message_id.h"
 
@@ -13,7 +14,12 @@ bool Power_controller_interface::send_message(uchar id, uchar b1, uchar b2, ucha
                                               uchar b5, uchar b6, uchar b7)
 {
     const Message payload = {id, b1, b2, b3, b4, b5, b6, b7};
-    return send_packet(payload.data(), message_size);
+    return send_message(payload);
+}
+
+bool Power_controller_interface::send_message(const Message& message)
+{
+    return send_packet(message.data(), message_size);
 }
 
 void Power_controller_interface::close()
@@ -35,5 +41,5 @@ bool Power_controller_interface::is_response(const QByteArray& request, const QB
 {
     if (request.isEmpty() || response.isEmpty())
         return false;
-    return static_cast<uchar>(response[0]) - 1 == static_cast<uchar>(request[0]);
+    return is_answer(static_cast<uchar>(request[0]), static_cast<uchar>(response[0]));
 }

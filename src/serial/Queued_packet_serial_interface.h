@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Exchange.h"
 #include "Packet_serial_interface.h"
 #include "SendQueue.h"
 
@@ -14,8 +15,6 @@
 class Queued_packet_serial_interface : public Packet_serial_interface {
     Q_OBJECT
 public:
-    static constexpr int response_time_ms = 300;
-
     Queued_packet_serial_interface();
 
     /// Queues a payload, and sends it at once when no other waits. Always true. A payload above

@@ -1,7 +1,7 @@
 #include "Simulator.h"
 
 #include "Console.h"
-#include "Message_id.h"
+#include "Named_field.h"
 #include "Simulator_waveform.h"
 
 #include <QTimer>
@@ -11,7 +11,11 @@
 
 namespace {
 
-constexpr int digest_unit_ms = 50;
+constexpr U8_field wanted_outputs = {Message_id::digital_outputs, "outputs"};
+constexpr U8_field reported_outputs = {Message_id::digital_outputs_report, "outputs"};
+constexpr U8_field interval = {Message_id::digest_request, "interval"};
+
+constexpr uint least_digest_request = 6; ///< bytes that a digest request has at least
 
 /// One leaves the queue in 300 ms, and timers may fire on every turn of the event loop.
 constexpr int most_waiting = 10000;
@@ -74,16 +78,16 @@ void Simulator::handle_timeout()
 {
     if (link_->waiting() >= most_waiting)
         return;
-    const Message report = simulated_digest(++tick);
-    link_->send_packet(report.data(), message_size);
+    link_->send_message(simulated_digest(++tick));
 }
 
 void Simulator::handle_request(const uchar* request, uint length)
 {
-    if (request[0] == Message_id::digital_outputs && length >= 3)
-        set_outputs(request[2]);
-    else if (request[0] == Message_id::digest_request && length >= 6)
-        start_digest(request[1]);
+    if (const auto fields = wanted_outputs.read(request, length))
+        set_outputs(*fields);
+    else if (const auto units = interval.read(request, length);
+             units && length >= least_digest_request)
+        start_digest(static_cast<int>(interval.scaled(*units)));
 }
 
 void Simulator::set_outputs(uchar fields)
@@ -91,14 +95,14 @@ void Simulator::set_outputs(uchar fields)
     Console::out().format("Set Digi %x+%s =>", uint{fields}, letters(outputs_).data());
     outputs_ = switched_outputs(outputs_, fields);
     const uchar report = output_report(outputs_);
-    link_->send_message(Message_id::digital_outputs_report, 0, report);
+    link_->send_message(message_with(reported_outputs.is(report)));
     Console::out().format("%x+%s\n", uint{report}, letters(outputs_).data());
 }
 
-void Simulator::start_digest(uchar interval)
+void Simulator::start_digest(int interval_ms)
 {
     Console::out() << "Request digest\n";
     auto* timer = new QTimer(this);
     connect(timer, &QTimer::timeout, this, &Simulator::handle_timeout);
-    timer->start(interval * digest_unit_ms);
+    timer->start(interval_ms);
 }

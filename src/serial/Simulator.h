@@ -42,7 +42,7 @@ public Q_SLOTS:
 private:
     void handle_request(const uchar* request, uint length);
     void set_outputs(uchar fields);
-    void start_digest(uchar interval);
+    void start_digest(int interval_ms);
 
     int count_;
     char** arguments_;

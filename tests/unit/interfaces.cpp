@@ -73,15 +73,11 @@ private Q_SLOTS:
         }
     }
 
-    void output_commands_and_reports()
+    void output_commands()
     {
         QCOMPARE(hex(digital_output_command(true, true, 3)), QByteArray("3380800000000000"));
         QCOMPARE(hex(digital_output_command(false, true, 1)), QByteArray("3304040000000000"));
         QCOMPARE(hex(digital_output_command(true, false, 3)), QByteArray("33c0c00000000000"));
-        QCOMPARE(reported_output(0x1B, 0), Output_code::disabled);
-        QCOMPARE(reported_output(0x1B, 1), Output_code::on);
-        QCOMPARE(reported_output(0x1B, 2), Output_code::off);
-        QCOMPARE(reported_output(0x1B, 3), Output_code::no_information);
     }
 
     void backlight_levels()

@@ -332,6 +332,13 @@ private Q_SLOTS:
         QCOMPARE(blank_message(0x7d), some(0x7d));
     }
 
+    void scales_are_exact()
+    {
+        QVERIFY(analog.row().unit.scale == 0.001);
+        QVERIFY(find_field(0x32, "level")->unit.scale == 0.3937007874015748);
+        QVERIFY(find_field(0x35, "interval")->unit.scale == 50);
+    }
+
     void codes_are_those_of_the_line()
     {
         QCOMPARE(int(Output_code::no_information), 0);
@@ -351,6 +358,8 @@ private Q_SLOTS:
         QCOMPARE(full_light_volts, 4.995);
         QVERIFY(input_bit(0x04, 2) && !input_bit(0x04, 1));
         QCOMPARE(output_code(0x1B, 0), Output_code::disabled);
+        QCOMPARE(output_code(0x1B, 1), Output_code::on);
+        QCOMPARE(output_code(0x1B, 2), Output_code::off);
         QCOMPARE(output_code(0x1B, 3), Output_code::no_information);
         QCOMPARE(output_bits(Output_code::on, 3), uchar{0x80});
     }

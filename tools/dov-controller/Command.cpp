@@ -2,7 +2,7 @@
 
 #include "Bench_controller.h"
 #include "Frame.h"
-#include "Message_id.h"
+#include "Named_field.h"
 
 #include <algorithm>
 
@@ -11,6 +11,19 @@ namespace {
 using Shape = Waveform::Shape;
 
 constexpr qint64 default_split_gap_ms = 20;
+
+constexpr Flag_field pressed = {Message_id::power_button, "pressed"};
+constexpr U8_field level = {Message_id::backlight_report, "level"};
+constexpr U16_field frequency = {Message_id::frequency_output, "value"};
+constexpr U8_field outputs = {Message_id::digital_outputs, "outputs"};
+
+/// A number that a field can have.
+template <class Value>
+Value number_of(Words& words, const char* what, const Named_field<Value>& field)
+{
+    return static_cast<Value>(
+        words.whole(what, static_cast<int>(field.row().least), static_cast<int>(field.row().most)));
+}
 
 /// A command that writes one value of the state.
 template <class Value>
@@ -78,7 +91,7 @@ Action parse_button(Words& words)
     const int what = words.one_of({"press", "down", "up"});
     if (what > 0)
         return store(&Controller_state::button_down, what == 1);
-    return [](Bench_controller& bench) { bench.push(message(Message_id::power_button, 1)); };
+    return [](Bench_controller& bench) { bench.push(message_with(pressed.is(true))); };
 }
 
 Action parse_atx(Words&)
@@ -88,7 +101,8 @@ Action parse_atx(Words&)
 
 Action parse_output(Words& words)
 {
-    const auto index = static_cast<std::size_t>(words.whole("an output", 0, 3));
+    const auto index =
+        static_cast<std::size_t>(words.whole("an output", 0, outputs.row().count - 1));
     const int what = words.one_of({"off", "on", "disabled"});
     return [index, what](Bench_controller& bench) {
         Output_state& output = bench.model.state.outputs[index];
@@ -100,10 +114,8 @@ Action parse_output(Words& words)
 
 Action parse_backlight(Words& words)
 {
-    constexpr int full = 254;
-    const auto first = static_cast<uchar>(words.whole("a level", 0, full));
-    const auto second =
-        words.at_end() ? first : static_cast<uchar>(words.whole("a level", 0, full));
+    const uchar first = number_of(words, "a level", level);
+    const uchar second = words.at_end() ? first : number_of(words, "a level", level);
     return store(&Controller_state::backlight_levels, std::array<uchar, 2>{first, second});
 }
 
@@ -119,9 +131,7 @@ Action parse_operating_voltage(Words& words)
 
 Action parse_frequency_output(Words& words)
 {
-    constexpr int most = 65535;
-    return store(&Controller_state::frequency_output,
-                 static_cast<quint16>(words.whole("a value", 0, most)));
+    return store(&Controller_state::frequency_output, number_of(words, "a value", frequency));
 }
 
 Action parse_oem(Words& words)

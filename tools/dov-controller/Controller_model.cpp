@@ -57,6 +57,11 @@ qint64 one_number(const Bytes& bytes)
     return number;
 }
 
+qint64 interval_of(const Message& command)
+{
+    return static_cast<qint64>(interval.scaled(interval.of(command)));
+}
+
 bool sets_line_15(const Message& command)
 {
     return setting.of(command) == static_cast<uchar>(Power_setting::line_15) &&
@@ -106,7 +111,7 @@ void Controller_model::carry_out(const Message& command, qint64 now_ms)
         switch_outputs(outputs.of(command));
         break;
     case Message_id::digest_request:
-        set_digest_interval(interval.of(command) * digest_unit_ms, now_ms);
+        set_digest_interval(interval_of(command), now_ms);
         break;
     case Message_id::oem_code:
         state.oem_code = oem_code.of(command);

@@ -62,9 +62,6 @@ struct Controller_state {
 /// that depends on the time is told it, in milliseconds since the controller came up.
 class Controller_model {
 public:
-    /// What each unit of a digest request stands for.
-    static constexpr qint64 digest_unit_ms = 50;
-
     Controller_state state;
 
     /// Carries out a host's command. Returns its answer, identifier + 1, or none for a message

@@ -23,7 +23,7 @@ QString meaning_of_bytes(const QByteArray& bytes, bool from_controller)
 {
     QByteArray repaired = bytes;
     bool wrong_checksum = false;
-    if (bytes.size() == Frame::size && Frame::begins(bytes)) {
+    if (bytes.size() == Frame::size && Frame::has_sync(bytes)) {
         Message content = Frame::message_of(bytes);
         repaired =
             Frame::build(content, static_cast<uchar>(bytes[2]), static_cast<uchar>(bytes[3]));

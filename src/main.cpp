@@ -1,6 +1,5 @@
 #include "Console.h"
 #include "DBus_daemon.h"
-#include "Paths.h"
 #include "Simulator.h"
 
 #include <csignal>
@@ -65,7 +64,7 @@ void run_simulator(int& count, char** arguments)
 {
     mask_quit_signals(SIG_UNBLOCK);
     Console::out() << "Simulate\n";
-    Simulator simulator(count, arguments, paths().simulator_port);
+    Simulator simulator(count, arguments);
     simulator.run();
 }
 

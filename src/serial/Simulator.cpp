@@ -2,6 +2,7 @@
 
 #include "Console.h"
 #include "Named_field.h"
+#include "Paths.h"
 #include "Simulator_waveform.h"
 
 #include <QTimer>
@@ -17,10 +18,9 @@ constexpr U8_field interval = {Message_id::digest_request, "interval"};
 
 constexpr uint least_digest_request = 6; ///< bytes that a digest request has at least
 
-/// One leaves the queue in 300 ms, and timers may fire on every turn of the event loop.
+/// Of messages in the link's queue. They are on the line for 300 ms each, 50 minutes all together:
+/// long before they have gone a timer fires, whose longest interval is 12.75 s, and sends more.
 constexpr int most_waiting = 10000;
-
-quint32 tick = 0;
 
 std::array<char, 5> letters(const std::array<bool, 4>& outputs)
 {
@@ -32,8 +32,8 @@ std::array<char, 5> letters(const std::array<bool, 4>& outputs)
 
 } // namespace
 
-Simulator::Simulator(int& count, char** arguments, const char* path)
-    : QCoreApplication(count, arguments), count_(count), arguments_(arguments), path_(path)
+Simulator::Simulator(int& count, char** arguments)
+    : QCoreApplication(count, arguments), count_(count), arguments_(arguments)
 {
     std::setlocale(LC_NUMERIC, "C");
 }
@@ -50,7 +50,7 @@ void Simulator::run()
     disconnect(link_.get(), &QIODevice::readyRead, link_.get(),
                &Power_controller_interface::handle_read);
     connect(link_.get(), &QIODevice::readyRead, this, &Simulator::handle_read);
-    link_->open(path_);
+    link_->open(paths().simulator_port);
     exec();
 }
 
@@ -76,9 +76,8 @@ void Simulator::handle_read()
 
 void Simulator::handle_timeout()
 {
-    if (link_->waiting() >= most_waiting)
-        return;
-    link_->send_message(simulated_digest(++tick));
+    backlog_.add_report();
+    send_due();
 }
 
 void Simulator::handle_request(const uchar* request, uint length)
@@ -95,7 +94,8 @@ void Simulator::set_outputs(uchar fields)
     Console::out().format("Set Digi %x+%s =>", uint{fields}, letters(outputs_).data());
     outputs_ = switched_outputs(outputs_, fields);
     const uchar report = output_report(outputs_);
-    link_->send_message(message_with(reported_outputs.is(report)));
+    backlog_.add(message_with(reported_outputs.is(report)));
+    send_due();
     Console::out().format("%x+%s\n", uint{report}, letters(outputs_).data());
 }
 
@@ -105,4 +105,11 @@ void Simulator::start_digest(int interval_ms)
     auto* timer = new QTimer(this);
     connect(timer, &QTimer::timeout, this, &Simulator::handle_timeout);
     timer->start(interval_ms);
+}
+
+/// Hands the link what is due, oldest first, as far as there is room.
+void Simulator::send_due()
+{
+    while (!backlog_.is_empty() && link_->waiting() < most_waiting)
+        link_->send_message(backlog_.take());
 }

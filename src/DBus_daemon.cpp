@@ -50,7 +50,6 @@ DBus_daemon::DBus_daemon(int& count, char** arguments)
       arguments_(arguments),
       options_{paths().controller_port, default_baud_rate},
       power_config_(std::make_unique<Power_config>()),
-      power_timer_(new QTimer(this)),
       oem_profile_(std::make_unique<OEM_profile>()),
       log_("orb-dbus", 0, LOG_DAEMON, false)
 {
@@ -58,9 +57,6 @@ DBus_daemon::DBus_daemon(int& count, char** arguments)
     std::setlocale(LC_NUMERIC, "C");
     std::copy(std::begin(default_state_timeouts), std::end(default_state_timeouts),
               std::begin(state_timeouts_));
-    power_timer_->setTimerType(Qt::PreciseTimer);
-    power_timer_->setSingleShot(true);
-    connect(power_timer_, &QTimer::timeout, this, &DBus_daemon::handle_power_timeout);
     watch_quit_signals();
     log() << "=============== Starting =================" << std::endl;
     load_configuration();
@@ -107,6 +103,7 @@ void DBus_daemon::run()
     dump_interfaces();
     send_start_up_commands();
     start_periodic_poll();
+    make_power_timer();
     set_power_state(state_on);
     request_digest();
     exec();
@@ -165,6 +162,14 @@ void DBus_daemon::start_periodic_poll()
     periodic_timer_->setTimerType(Qt::PreciseTimer);
     connect(periodic_timer_, &QTimer::timeout, this, &DBus_daemon::send_periodic_cmds);
     periodic_timer_->start(poll_period_ms);
+}
+
+void DBus_daemon::make_power_timer()
+{
+    power_timer_ = new QTimer(this);
+    power_timer_->setTimerType(Qt::PreciseTimer);
+    power_timer_->setSingleShot(true);
+    connect(power_timer_, &QTimer::timeout, this, &DBus_daemon::handle_power_timeout);
 }
 
 void DBus_daemon::request_digest()
@@ -253,6 +258,8 @@ void DBus_daemon::set_power_state(int state)
 /// Starts the timer with the state's time-out, as long as a timer can run, or stops it.
 void DBus_daemon::start_power_timer(int state)
 {
+    if (power_timer_ == nullptr)
+        return;
     power_timer_->stop();
     const bool has_timeout = state >= 0 && state < power_state_count && state_timeouts_[state] >= 0;
     if (has_timeout)

@@ -56,6 +56,13 @@ public:
     /// Does nothing but write to a descriptor (signal-safety(7)). Thread: any.
     static void quit_signal_handler(int signal);
 
+    /// Prints each of those signals, in the order in which they came, and exits by the first. The
+    /// event loop does it; what comes behind its end is left for a last call.
+    void handle_quit_signals();
+
+    /// Makes the timer of the states' time-outs; until then no state has one. run() does it.
+    void make_power_timer();
+
     /// Switches the power state: tells every object, starts the state's time-out and, for
     /// "sleep", switches the terminal off. Without effect in the same state.
     void set_power_state(int state);
@@ -113,7 +120,6 @@ private:
     void start_periodic_poll();
     void request_digest();
     void watch_quit_signals();
-    void handle_quit_signals();
     void start_power_timer(int state);
 
     int count_;
@@ -126,7 +132,7 @@ private:
     std::unique_ptr<Power_config> power_config_; ///< null when it could not be loaded
     qint32 power_state_ = state_none;
     qint32 state_timeouts_[power_state_count]; ///< seconds, negative for none
-    QTimer* power_timer_;
+    QTimer* power_timer_ = nullptr;
     std::unique_ptr<OEM_profile> oem_profile_; ///< null when it could not be loaded
     quint8 firmware_detection_done_ = 0;
     quint8 oem_code_ = unknown_oem_code;

@@ -77,6 +77,9 @@ void run_daemon(int& count, char** arguments)
         std::signal(signal, DBus_daemon::quit_signal_handler);
     mask_quit_signals(SIG_UNBLOCK);
     the_daemon->run();
+    for (const int signal : quit_signals)
+        std::signal(signal, SIG_IGN);
+    the_daemon->handle_quit_signals();
 }
 
 } // namespace

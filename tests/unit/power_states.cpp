@@ -83,6 +83,7 @@ private Q_SLOTS:
     void initTestCase()
     {
         teller_ = new Told_object(world_, told_); // the daemon's list owns it
+        daemon().make_power_timer();
         QCOMPARE(world_.lines(),
                  (QStringList{QStringLiteral("=============== Starting ================="),
                               QStringLiteral("Timeout for on is 30"),

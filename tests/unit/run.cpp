@@ -48,6 +48,7 @@ private Q_SLOTS:
         QCOMPARE(world_.daemon->oem_code(), uchar{255});
         QCOMPARE(world_.daemon->remote_power_up_delay(), uchar{255});
         QVERIFY(timer(false) == nullptr); // no poll
+        QVERIFY(timer(true) == nullptr);  // no time-out of a power state
     }
 
     void poll_and_power_state_have_their_timers()

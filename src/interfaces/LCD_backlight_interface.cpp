@@ -50,6 +50,6 @@ bool LCD_backlight_interface::handle_message(const uchar* data, uint len)
 
 void LCD_backlight_interface::apply_brightness(double val)
 {
-    send_traced("LCDBRISET: ", backlight_command(val));
     store_brightness(val < 0.0 ? 0.0 : val);
+    send_traced("LCDBRISET: ", backlight_command(val));
 }

@@ -326,6 +326,17 @@ private Q_SLOTS:
         QTEST(output_of(made, &Dimmable_interface::get_brightness), "stored");
     }
 
+    void brightness_is_kept_before_it_is_sent()
+    {
+        auto& made = make<LCD_backlight_interface>();
+        const Captured_descriptor output(STDOUT_FILENO);
+        double kept = 0.0;
+        world_.link->before_sending = [&made, &kept] { made.get_brightness(kept); };
+        made.set_brightness(42.0);
+        world_.link->before_sending = nullptr;
+        QCOMPARE(kept, 42.0);
+    }
+
     void backlight_of_minus_0_is_kept_as_given()
     {
         auto& made = make<LCD_backlight_interface>();

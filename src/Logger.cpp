@@ -1,5 +1,7 @@
 #include "Logger.h"
 
+#include "Console.h"
+
 #include <cstdarg>
 
 #include <syslog.h>
@@ -11,6 +13,7 @@ int Buf::sync()
     if (count_ == 0)
         return 0;
     line_[count_] = '\0';
+    Console::flush(); // no line overtakes a text
     syslog(priority_, "%s", line_);
     count_ = 0;
     return 0;

@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstring>
 #include <string>
+#include <utility>
 
 #include <fcntl.h>
 #include <paths.h>
@@ -98,6 +99,7 @@ Text_stream Console::err_(STDERR_FILENO);
 int Console::interrupt_ = -1;
 bool Console::stopping_ = false;
 int Console::batches_ = 0;
+void (*Console::let_go_)() = nullptr;
 
 void Console::open()
 {
@@ -115,6 +117,8 @@ void Console::flush()
 {
     out_.flush();
     err_.flush();
+    if (const auto let_go = std::exchange(let_go_, nullptr))
+        let_go();
 }
 
 Text_stream& Text_stream::operator<<(int number)

@@ -90,7 +90,15 @@ public:
     /// Waits for no reader longer than 200 ms from now on.
     static void stop_waiting() { stopping_ = true; }
 
+    /// Writes what has collected, then lets go what was put behind it. What leaves the process in
+    /// another way, and follows a text, asks for it first.
     static void flush();
+
+    /// Whether texts collect beyond the end of a line.
+    static bool is_collecting() { return batches_ > 0; }
+
+    /// Calls `let_go` once, when the texts that have collected so far have left.
+    static void put_behind_texts(void (*let_go)()) { let_go_ = let_go; }
 
 private:
     friend class Text_stream;
@@ -101,6 +109,7 @@ private:
     static int interrupt_;
     static bool stopping_;
     static int batches_;
+    static void (*let_go_)();
 };
 
 // Here, because most pieces are literals: they become a few stores each.

@@ -1,9 +1,13 @@
 #include "Main_thread_bus.h"
 
+#include "Console.h"
+
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
 #include <QDeadlineTimer>
 #include <QThread>
+
+#include <vector>
 
 #include <dbus/dbus.h>
 
@@ -11,6 +15,7 @@ namespace {
 
 constexpr long most_unsent = 1024 * 1024; ///< bytes
 constexpr int patience_ms = 5000;
+constexpr std::size_t most_kept = 64; ///< messages
 
 /// Waits until the bus has taken all messages. Returns how many bytes it has not.
 long wait_for_bus(DBusConnection* connection)
@@ -22,6 +27,34 @@ long wait_for_bus(DBusConnection* connection)
         connected =
             dbus_connection_read_write(connection, static_cast<int>(deadline.remainingTime())) != 0;
     return dbus_connection_get_outgoing_size(connection);
+}
+
+void send_now(DBusMessage* message)
+{
+    auto* const connection =
+        static_cast<DBusConnection*>(QDBusConnection::systemBus().internalPointer());
+    if (connection == nullptr)
+        return;
+    dbus_connection_send(connection, message, nullptr);
+    static long limit = most_unsent;
+    if (dbus_connection_get_outgoing_size(connection) > limit)
+        limit = wait_for_bus(connection) + most_unsent;
+}
+
+/// The messages behind texts that have collected and not left.
+std::vector<DBusMessage*>& kept_messages()
+{
+    static std::vector<DBusMessage*> messages;
+    return messages;
+}
+
+void send_kept()
+{
+    for (DBusMessage* message : kept_messages()) {
+        send_now(message);
+        dbus_message_unref(message);
+    }
+    kept_messages().clear();
 }
 
 } // namespace
@@ -55,12 +88,13 @@ void Main_thread_bus::leave_main_thread()
 
 void Main_thread_bus::send(DBusMessage* message)
 {
-    auto* const connection =
-        static_cast<DBusConnection*>(QDBusConnection::systemBus().internalPointer());
-    if (connection == nullptr)
+    if (!Console::is_collecting()) {
+        Console::flush();
+        send_now(message);
         return;
-    dbus_connection_send(connection, message, nullptr);
-    static long limit = most_unsent;
-    if (dbus_connection_get_outgoing_size(connection) > limit)
-        limit = wait_for_bus(connection) + most_unsent;
+    }
+    kept_messages().push_back(dbus_message_ref(message));
+    Console::put_behind_texts(send_kept);
+    if (kept_messages().size() == most_kept)
+        Console::flush();
 }

@@ -49,7 +49,6 @@ Media_interface::Media_interface(DBus_daemon* owner, const QString& relative_pat
 
 void Media_interface::media_changed(const QString& path)
 {
-    const Console_batch batch;
     print("Media changed", path);
     const QStringList found = media_in(path);
     for (const QString& name : missing_in(found, known_)) {

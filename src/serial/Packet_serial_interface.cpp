@@ -3,6 +3,8 @@
 #include "Console.h"
 #include "Frame.h"
 
+#include <QThread>
+
 #include <algorithm>
 #include <cstring>
 
@@ -38,6 +40,8 @@ bool Packet_serial_interface::write_packet(const unsigned char* payload, uint le
     uchar frame[Frame::max_size];
     const uint size =
         Frame::build(frame, payload, len, Frame::host_address, Frame::controller_address);
+    if (QThread::currentThread() == thread())
+        Console::flush(); // no frame overtakes a text
     writeData(reinterpret_cast<const char*>(frame), size);
     return true;
 }

@@ -55,6 +55,30 @@ private Q_SLOTS:
         QCOMPARE(found, QList<QByteArray>{"a\nb\n"});
     }
 
+    void what_is_put_behind_texts_goes_once_and_after_them()
+    {
+        static Captured_descriptor* output = nullptr;
+        static Captured_descriptor* errors = nullptr;
+        static QList<QByteArray> left;
+        Captured_descriptor captured_output(STDOUT_FILENO);
+        Captured_descriptor captured_errors(STDERR_FILENO);
+        output = &captured_output;
+        errors = &captured_errors;
+        left.clear();
+        {
+            const Console_batch batch;
+            QVERIFY(Console::is_collecting());
+            Console::out() << "first\n";
+            Console::put_behind_texts([] { left << output->text() << errors->text(); });
+            Console::err() << "half a line";
+            QVERIFY(left.isEmpty());
+        }
+        QVERIFY(!Console::is_collecting());
+        QCOMPARE(left, (QList<QByteArray>{"first\n", "half a line"}));
+        Console::flush();
+        QCOMPARE(left.size(), 2);
+    }
+
     void bytes_of_any_number()
     {
         for (const int count : {63, 64, 65, 128, 255}) {

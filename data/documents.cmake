@@ -18,8 +18,9 @@ install(PROGRAMS ${examples}/clients/client.py ${examples}/clients/client.sh
   DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples/clients COMPONENT development)
 
 if(DOV_TOOLS)
-  install(FILES ${manual}/dov-config-check.1 ${manual}/dov-controller.1 ${manual}/dov-watch.1
+  install(FILES ${manual}/dov-config-check.1 ${manual}/dov-controller.1 ${manual}/dov-line.1
+    ${manual}/dov-watch.1
     DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tools)
-  install(FILES ${documents}/controller-script.md ${documents}/dov-watch.md
+  install(FILES ${documents}/controller-script.md ${documents}/dov-line.md ${documents}/dov-watch.md
     DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT tools)
 endif()

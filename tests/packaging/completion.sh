@@ -51,11 +51,19 @@ expect 'dov-controller --input temperature' temperature{0..5}
 expect 'dov-controller --ignition ' on off
 expect 'dov-controller --baudrate 5' 57600
 expect "dov-controller --script $directory/p" "$directory/power.conf"
+expect 'dov-line ' read stats compare
+expect 'dov-line s' stats
+expect 'dov-line --' --help --version
+expect 'dov-line read --' --from --id --where --errors --unanswered --time --json --csv --help
+expect 'dov-line read --from ' host controller
+expect 'dov-line read --time d' delta
+expect 'dov-line stats --baudrate 5' 57600
+expect "dov-line stats $directory/p" "$directory/power.conf"
 expect 'dov-dbus --' --port --baudrate --simulate --help
 expect 'dov-dbus --baudrate 3' 38400
 expect "dov-dbus --port $directory/p" "$directory/power.conf"
 
-for program in dov-config-check dov-controller dov-watch dov-dbus; do
+for program in dov-config-check dov-controller dov-line dov-watch dov-dbus; do
     complete -p "$program" >/dev/null || failures=$((failures + 1))
 done
 exit "$((failures > 0))"

@@ -17,6 +17,8 @@ from pathlib import Path
 
 PAGES = Path(__file__).resolve().parents[2] / "data/man"
 TOOLS = ("dov-config-check", "dov-controller", "dov-watch")
+# What has options of its own behind the verb.
+VERBS = {"dov-line": ("read", "stats", "compare")}
 # Options of the daemon's that its first usage leaves out, for they are read later.
 DAEMON_OPTIONS = {"--port", "--baudrate"}
 
@@ -52,8 +54,8 @@ def options_of_page(page: Path) -> set[str]:
     return {f"--{name}" for name in found}
 
 
-def options_of_program(program: Path) -> set[str]:
-    usage = run(str(program), "--help")
+def options_of_program(program: Path, *verb: str) -> set[str]:
+    usage = run(str(program), *verb, "--help")
     expect(usage.returncode == 0, f"{program.name} --help: {usage.returncode}")
     return set(re.findall(r"^ +(?:-[a-z], )?(--[a-z0-9-]+)", usage.stdout, re.MULTILINE))
 
@@ -83,6 +85,9 @@ def main() -> None:
         check_form(page)
     for tool in TOOLS:
         check_options(programs / tool, PAGES / f"{tool}.1", set())
+    for tool, verbs in VERBS.items():
+        of_verbs = set().union(*(options_of_program(programs / tool, verb) for verb in verbs))
+        check_options(programs / tool, PAGES / f"{tool}.1", of_verbs)
     check_options(daemon, PAGES / "dov-dbus.8", DAEMON_OPTIONS)
     checker = programs / "dov-config-check"
     check_example(checker, PAGES / "power_manage.conf.5", "--power")

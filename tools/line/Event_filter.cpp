@@ -6,22 +6,6 @@
 
 namespace {
 
-/// A sign between a field and its value.
-struct Comparison {
-    const char* sign;
-    bool (*holds)(qint64 left, qint64 right);
-};
-
-/// In the order in which they are looked for: the longer ones first.
-constexpr Comparison comparisons[] = {
-    {"!=", [](qint64 left, qint64 right) { return left != right; }},
-    {"<=", [](qint64 left, qint64 right) { return left <= right; }},
-    {">=", [](qint64 left, qint64 right) { return left >= right; }},
-    {"=", [](qint64 left, qint64 right) { return left == right; }},
-    {"<", [](qint64 left, qint64 right) { return left < right; }},
-    {">", [](qint64 left, qint64 right) { return left > right; }},
-};
-
 bool is_error(const Line_event& event)
 {
     switch (event.kind) {
@@ -60,30 +44,24 @@ QString Event_filter::want_message(const QString& text)
 
 QString Event_filter::want_field(const QString& text)
 {
-    for (const Comparison& comparison : comparisons) {
-        const QLatin1String sign(comparison.sign);
-        const int at = text.indexOf(sign);
-        if (at < 1)
+    const auto condition = split_condition(text);
+    if (!condition)
+        return QStringLiteral("\"%1\" is not FIELD=VALUE").arg(text);
+    const int before = conditions_.size();
+    bool is_known = false;
+    for (const Field& field : field_catalogue) {
+        if (condition->name != QLatin1String(field.name))
             continue;
-        const QString name = text.left(at).trimmed();
-        const QString value = text.mid(at + sign.size()).trimmed();
-        const int before = conditions_.size();
-        bool is_known = false;
-        for (const Field& field : field_catalogue) {
-            if (name != QLatin1String(field.name))
-                continue;
-            is_known = true;
-            const auto number = number_of(field, value);
-            if (number)
-                conditions_.append({&field, comparison.holds, *number});
-        }
-        if (!is_known)
-            return QStringLiteral("no message has a field \"%1\"").arg(name);
-        if (conditions_.size() == before)
-            return QStringLiteral("\"%1\" is no value of %2").arg(value, name);
-        return {};
+        is_known = true;
+        const auto number = number_of(field, condition->value);
+        if (number)
+            conditions_.append({&field, condition->relation, *number});
     }
-    return QStringLiteral("\"%1\" is not FIELD=VALUE").arg(text);
+    if (!is_known)
+        return QStringLiteral("no message has a field \"%1\"").arg(condition->name);
+    if (conditions_.size() == before)
+        return QStringLiteral("\"%1\" is no value of %2").arg(condition->value, condition->name);
+    return {};
 }
 
 bool Event_filter::wants(const Line_event& event) const
@@ -110,7 +88,7 @@ bool Event_filter::wants_field(const Line_event& event) const
         return false;
     return std::any_of(
         conditions_.begin(), conditions_.end(), [&event](const Field_condition& condition) {
-            return condition.field->id == event.id() &&
-                   condition.holds(condition.field->get(event.message()), condition.number);
+            return condition.field->id == event.id() && holds(condition.field->get(event.message()),
+                                                              condition.relation, condition.number);
         });
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Condition.h"
 #include "Field.h"
 #include "Line_event.h"
 
@@ -35,7 +36,7 @@ public:
 private:
     struct Field_condition {
         const Field* field; ///< of one message
-        bool (*holds)(qint64 left, qint64 right);
+        Relation relation;
         qint64 number;
     };
 

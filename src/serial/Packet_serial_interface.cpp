@@ -12,6 +12,21 @@ namespace {
 
 constexpr uint default_baud = 115200;
 
+constexpr int least_head = 3; ///< bytes that tell a sync pair from garbage
+
+/// How many bytes come before the next place where a frame may begin.
+int garbage_in_front(const uchar* bytes, int size)
+{
+    const uchar* const end = bytes + size - (least_head - 1);
+    const uchar* at = bytes;
+    while (at < end && !Frame::has_sync(at)) {
+        const void* next =
+            std::memchr(at + 1, Frame::sync_1, static_cast<std::size_t>(end - at - 1));
+        at = next == nullptr ? end : static_cast<const uchar*>(next);
+    }
+    return static_cast<int>(at - bytes);
+}
+
 /// Shows an address as "%2x" shows a signed char: a negative one has eight digits.
 Text_stream& show_address(Text_stream& out, uchar address)
 {
@@ -24,6 +39,7 @@ Text_stream& show_address(Text_stream& out, uchar address)
 
 Packet_serial_interface::Packet_serial_interface()
 {
+    head_.reserve(Frame::max_size);
     connect(this, &QIODevice::readyRead, this, &Packet_serial_interface::handle_read);
 }
 
@@ -48,30 +64,33 @@ bool Packet_serial_interface::write_packet(const unsigned char* payload, uint le
 
 uint Packet_serial_interface::read_packet(unsigned char* buf, uint size)
 {
-    for (;;) {
-        skip_garbage();
-        if (received_size() < 3)
+    while (!turn_is_over()) {
+        const View view = look(Frame::max_size);
+        if (view.size < least_head)
             return 0;
-        const uchar* frame = received();
-        const int visible = std::min(received_size(), Frame::max_size);
-        head_.setRawData(reinterpret_cast<const char*>(frame), static_cast<uint>(visible));
-        const uint length = packet_length(head_);
-        if (static_cast<uint>(visible) < length + Frame::overhead)
+        if (const int garbage = garbage_in_front(view.bytes, view.size); garbage > 0) {
+            drop(garbage);
+            continue;
+        }
+        const int visible = std::min(view.size, Frame::max_size);
+        const uint length = packet_length(head_of(view.bytes, visible));
+        if (visible < qint64{length} + Frame::overhead)
             return 0;
-        check_addresses(frame);
-        if (Frame::has_right_checksum(frame, length)) {
-            take_payload(buf, size, length);
+        check_addresses(view.bytes);
+        if (Frame::has_right_checksum(view.bytes, length)) {
+            take_payload(view.bytes, length, buf, size);
             return length;
         }
         Console::out() << "Checksum failed";
-        consume(1);
+        drop(1);
     }
+    return 0;
 }
 
 void Packet_serial_interface::handle_read()
 {
     const Console_batch batch;
-    unsigned char payload[max_payload];
+    unsigned char payload[256];
     for (;;) {
         const uint length = read_packet(payload, sizeof payload);
         if (length < 1)
@@ -80,18 +99,13 @@ void Packet_serial_interface::handle_read()
     }
 }
 
-/// Consumes up to the next sync pair, or until fewer than 3 bytes are left.
-void Packet_serial_interface::skip_garbage()
+/// The bytes as an array of its own, which packet_length() may keep.
+const QByteArray& Packet_serial_interface::head_of(const uchar* bytes, int size)
 {
-    const uchar* const begin = received();
-    const uchar* const end = begin + std::max(received_size() - 2, 0);
-    const uchar* at = begin;
-    while (at < end && !Frame::has_sync(at)) {
-        const void* next =
-            std::memchr(at + 1, Frame::sync_1, static_cast<std::size_t>(end - at - 1));
-        at = next == nullptr ? end : static_cast<const uchar*>(next);
-    }
-    consume(static_cast<int>(at - begin));
+    if (head_.size() != size)
+        head_.resize(size);
+    std::memcpy(head_.data(), bytes, static_cast<std::size_t>(size));
+    return head_;
 }
 
 void Packet_serial_interface::check_addresses(const uchar* frame) const
@@ -106,10 +120,10 @@ void Packet_serial_interface::check_addresses(const uchar* frame) const
     show_address(out, Frame::host_address) << '\n';
 }
 
-void Packet_serial_interface::take_payload(unsigned char* buf, uint size, uint length)
+void Packet_serial_interface::take_payload(const uchar* frame, uint length, uchar* buf, uint size)
 {
-    std::copy_n(received() + Frame::payload_at, std::min(length, size), buf);
+    std::copy_n(frame + Frame::payload_at, std::min(length, size), buf);
     for (uint surplus = length - std::min(length, size); surplus > 0; --surplus)
         Console::out().format("User didn't supply a big enough buffer %u\n", surplus);
-    consume(static_cast<int>(length) + Frame::overhead);
+    drop(static_cast<int>(length) + Frame::overhead);
 }

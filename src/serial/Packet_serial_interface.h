@@ -25,26 +25,28 @@ public:
     /// Frames `len` bytes and hands them to the port; false, and nothing written, above 255.
     virtual bool write_packet(const unsigned char* payload, uint len);
 
-    /// Takes the next good frame out of the bytes in sight. Returns its payload's length, also
-    /// when only `size` bytes of it fitted into `buf`; 0 when no whole frame is there.
+    /// Takes the next good frame out of all that has arrived. Returns its payload's length, also
+    /// when only `size` bytes of it fitted into `buf`; 0 when no whole frame is there, and when a
+    /// turn of the event loop is over (Threaded_serial_port::turn).
     virtual uint read_packet(unsigned char* buf, uint size);
+
+    /// The payload length of the frame that begins with the given bytes: 3 or more, at most 260.
+    /// Does not read from the port. A frame longer than 260 bytes is never found.
+    virtual uint packet_length(const QByteArray& head) = 0;
 
 Q_SIGNALS:
     /// One good payload, valid during the emission.
     void handle_packet(const unsigned char* payload, uint len);
 
 public Q_SLOTS:
-    /// Delivers every whole frame in sight, in order. Connected to readyRead().
+    /// Delivers every whole frame that has arrived, in order, by read_packet() with a buffer of 256
+    /// bytes. Connected to readyRead().
     void handle_read();
 
-protected:
-    /// The payload length of the frame that begins with the given bytes, at least 3.
-    virtual uint packet_length(const QByteArray& head) = 0;
-
 private:
-    void skip_garbage();
+    const QByteArray& head_of(const uchar* bytes, int size);
     void check_addresses(const uchar* frame) const;
-    void take_payload(unsigned char* buf, uint size, uint length);
+    void take_payload(const uchar* frame, uint length, uchar* buf, uint size);
 
-    QByteArray head_; ///< a view of the bytes in sight for packet_length()
+    QByteArray head_; ///< for packet_length()
 };

@@ -32,8 +32,9 @@ struct Serial_settings {
 /// Does not own the descriptor: it asks for it through handle().
 ///
 /// Errors  every operation returns false (0) while the port is not configured or the descriptor
-///         is negative, and when the settings or lines cannot be read. Whether a device takes
-///         what is set is not reported, and nothing is printed.
+///         is negative, and when the settings cannot be read. Whether a device takes what is set,
+///         or has modem lines at all, is not reported, but by init_port() and restore_port().
+///         Nothing is printed.
 /// Thread  any one at a time.
 class Posix_serial_port {
 public:
@@ -66,6 +67,7 @@ public:
     /// Reads flow control and modem lines. A device without modem lines reads as all low.
     bool get_flow(Serial_settings::Flow& flow);
 
+    /// Sets one modem line, if the device has it and it is not so already.
     bool set_dtr(bool high);
     bool set_rts(bool high);
 

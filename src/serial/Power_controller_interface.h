@@ -23,7 +23,6 @@ public:
     /// until it is written and closes the port. Takes 50 ms or a little more.
     void close() override;
 
-protected:
     /// Always 8.
     uint packet_length(const QByteArray& head) override;
 };

@@ -3,6 +3,7 @@
 #include "Console.h"
 
 #include <QMutexLocker>
+#include <QScopedValueRollback>
 
 #include <algorithm>
 #include <cstring>
@@ -48,8 +49,7 @@ void Threaded_serial_port::open(const char* path)
     reader_.start();
     writer_.set_descriptor(descriptor_);
     writer_.start();
-    // Unbuffered: the block is the only buffer, whichever way it is read.
-    QIODevice::open(QIODevice::ReadWrite | QIODevice::Unbuffered);
+    QIODevice::open(QIODevice::ReadWrite);
 }
 
 void Threaded_serial_port::close()
@@ -68,15 +68,12 @@ bool Threaded_serial_port::waitForBytesWritten(int msecs)
 void Threaded_serial_port::notify_data_rx()
 {
     const Console_batch batch;
-    for (int left = turn; left > 0;) {
-        if (in_sight_ == block_.size() && !take_arrived())
-            return; // the reader tells when there is more
-        const int shown = std::min(left, block_.size() - in_sight_);
-        in_sight_ += shown;
-        left -= shown;
-        Q_EMIT readyRead();
-    }
-    QMetaObject::invokeMethod(this, &Threaded_serial_port::notify_data_rx, Qt::QueuedConnection);
+    reader_.heard();
+    const QScopedValueRollback<qint64> turn_left(turn_left_, turn);
+    Q_EMIT readyRead();
+    if (turn_is_over())
+        QMetaObject::invokeMethod(this, &Threaded_serial_port::notify_data_rx,
+                                  Qt::QueuedConnection);
 }
 
 void Threaded_serial_port::notify_bytes_tx(int bytes_sent)
@@ -86,13 +83,26 @@ void Threaded_serial_port::notify_bytes_tx(int bytes_sent)
     written_.wakeAll();
 }
 
+qint64 Threaded_serial_port::bytesAvailable() const
+{
+    return QIODevice::bytesAvailable() + waiting() + reader_.size();
+}
+
+bool Threaded_serial_port::canReadLine() const
+{
+    return QIODevice::canReadLine() || block_.indexOf('\n', consumed_) >= 0 ||
+           reader_.contains('\n');
+}
+
 qint64 Threaded_serial_port::readData(char* data, qint64 max)
 {
-    if (received_size() == 0)
-        put_received({});
-    const int count = static_cast<int>(std::min<qint64>(received_size(), max));
-    std::memcpy(data, received(), static_cast<std::size_t>(count));
-    consume(count);
+    qint64 count = 0;
+    while (count < max && (waiting() > 0 || take_arrived())) {
+        const int part = static_cast<int>(std::min<qint64>(waiting(), max - count));
+        std::memcpy(data + count, block_.constData() + consumed_, static_cast<std::size_t>(part));
+        consumed_ += part;
+        count += part;
+    }
     return count;
 }
 
@@ -104,24 +114,23 @@ qint64 Threaded_serial_port::writeData(const char* data, qint64 len)
 
 void Threaded_serial_port::put_received(const QByteArray& bytes)
 {
-    take_arrived();
-    block_.append(bytes);
-    in_sight_ = block_.size();
+    take_arrived(); // nobody else would, and a full reader waits
+    reader_.keep(bytes.constData(), bytes.size());
+}
+
+Threaded_serial_port::View Threaded_serial_port::look_above(int wanted)
+{
+    peeked_ = peek(wanted);
+    return {reinterpret_cast<const uchar*>(peeked_.constData()), peeked_.size()};
 }
 
 /// Whether there was anything to take.
 bool Threaded_serial_port::take_arrived()
 {
-    drop_consumed();
-    return reader_.take(block_);
-}
-
-void Threaded_serial_port::drop_consumed()
-{
     if (consumed_ == block_.size())
-        block_.resize(0); // keeps the capacity, unlike clear() and remove()
+        block_.resize(0);
     else
         block_.remove(0, consumed_);
-    in_sight_ -= consumed_;
     consumed_ = 0;
+    return reader_.take(block_);
 }

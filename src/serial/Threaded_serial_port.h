@@ -8,14 +8,18 @@
 #include <QMutex>
 #include <QWaitCondition>
 
+#include <limits>
+
 /// A serial device whose blocking reads and writes run on two threads of their own.
 ///
 /// The owner's thread sees a sequential device that never blocks: readyRead() when bytes have
 /// arrived, bytesWritten() when everything has been written, read and write at once.
 ///
-/// What arrives waits in two places: with the reader, and, once the owner's thread has been told,
-/// in a block of this class that it looks at in place. At most `turn` bytes of it come in sight
-/// for each readyRead(), so that a flood leaves the event loop time for everything else.
+/// read(), peek(), readAll(), getChar(), ungetChar(), skip(), transactions and look() may be mixed
+/// at will: they see one sequence of bytes. In its order it waits in the buffer of QIODevice, which
+/// its own calls fill, in a block of this class, and with the reader. All of it can be read at any
+/// time, whether readyRead() has told of it or not; readyRead() follows every arrival, and comes
+/// also for bytes that have been read meanwhile.
 ///
 /// A port is opened once per process and its threads live until the process ends; destroying an
 /// open one is not possible.
@@ -24,7 +28,9 @@
 class Threaded_serial_port : public QIODevice, public Posix_serial_port {
     Q_OBJECT
 public:
-    /// What one readyRead() brings in sight at most, in bytes.
+    /// In a flood, after how many bytes of packets the event loop gets a turn. It takes longer to
+    /// handle packets than to receive them: a receiver that went on until there are no more would
+    /// keep timers and calls waiting for as long as the flood lasts.
     static constexpr int turn = 16 * 1024;
 
     Threaded_serial_port();
@@ -45,11 +51,16 @@ public:
 
     bool isSequential() const override { return true; }
 
+    /// All that has arrived and has not been read, wherever it waits.
+    qint64 bytesAvailable() const override;
+    bool canReadLine() const override;
+
     /// Waits until the writer has run out of bytes, at most `msecs`; whether it has.
     bool waitForBytesWritten(int msecs) override;
 
 public Q_SLOTS:
-    /// Brings arrived bytes in sight and emits readyRead().
+    /// Emits readyRead(), whether or not there is anything to read. When its receivers have dropped
+    /// `turn` bytes and stopped at that, it comes again in the next turn of the event loop.
     void notify_data_rx();
 
     /// Emits bytesWritten() and wakes who waits for it.
@@ -62,30 +73,61 @@ protected:
     /// Appends to what the writer writes; always `len`.
     qint64 writeData(const char* data, qint64 len) override;
 
-    /// The bytes in sight that have not been consumed. Valid until the next call of anything
-    /// else here but consume().
-    const uchar* received() const
+    /// The bytes that come next, where they wait: valid until anything else is called here.
+    struct View {
+        const uchar* bytes;
+        int size;
+    };
+
+    /// Looks at what comes next and leaves it there: at least `wanted` bytes, or all that have
+    /// arrived. As peek(), but in place while QIODevice has no bytes of its own.
+    View look(int wanted)
     {
-        return reinterpret_cast<const uchar*>(block_.constData()) + consumed_;
+        looked_above_ = is_buffered_above();
+        if (looked_above_)
+            return look_above(wanted);
+        if (waiting() < wanted)
+            take_arrived();
+        return {reinterpret_cast<const uchar*>(block_.constData()) + consumed_, waiting()};
     }
-    int received_size() const { return in_sight_ - consumed_; }
 
-    /// Drops the first `count` of the bytes in sight.
-    void consume(int count) { consumed_ += count; }
+    /// Drops the next `count` bytes, which look() has shown.
+    void drop(int count)
+    {
+        turn_left_ -= count;
+        if (looked_above_)
+            skip(count);
+        else
+            consumed_ += count;
+    }
 
-    /// Appends to the bytes in sight, as if they had arrived.
+    /// Whether `turn` bytes have been dropped since readyRead() was emitted, while it is. A
+    /// receiver that finds so stops.
+    bool turn_is_over() const { return turn_left_ <= 0; }
+
+    /// Hands bytes to the reader as if they had arrived, without telling of them.
     void put_received(const QByteArray& bytes);
 
 private:
+    /// Whether QIODevice has bytes of its own, which come first, or keeps what is read.
+    bool is_buffered_above() const
+    {
+        return QIODevice::bytesAvailable() > 0 || isTransactionStarted();
+    }
+    View look_above(int wanted);
     bool take_arrived();
-    void drop_consumed();
+    int waiting() const { return block_.size() - consumed_; }
+
+    static constexpr qint64 no_turn = std::numeric_limits<qint64>::max();
 
     int descriptor_ = -1;
     Threaded_serial_port_reader reader_;
     Threaded_serial_port_writer writer_;
     QWaitCondition written_;
     QMutex written_mutex_;
-    QByteArray block_; ///< taken from the reader
+    QByteArray peeked_; ///< a copy of what QIODevice has
+    QByteArray block_;  ///< taken from the reader
+    bool looked_above_ = false;
     int consumed_ = 0; ///< bytes at the front of the block that are done with
-    int in_sight_ = 0; ///< where the part of the block that may be looked at ends
+    qint64 turn_left_ = no_turn;
 };

@@ -20,7 +20,6 @@ public:
         put_received(QByteArray(bytes.data(), static_cast<int>(bytes.size())));
         Q_EMIT readyRead();
     }
-    using Power_controller_interface::received_size;
 };
 
 /// The second scanner.
@@ -135,7 +134,8 @@ struct Line {
         require(found == scanner.payloads, "the same frames are found at the same time");
         found.clear();
         scanner.payloads.clear();
-        require(link.received_size() == static_cast<int>(scanner.waiting()), "the same bytes wait");
+        require(link.bytesAvailable() == static_cast<qint64>(scanner.waiting()),
+                "the same bytes wait");
     }
 
     /// Leaves both with the same two zeros.

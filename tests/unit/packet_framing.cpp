@@ -76,7 +76,6 @@ class Packet_framing : public QObject {
 
         QVector<int> shown; ///< how many bytes were to tell the length, each time
 
-    protected:
         uint packet_length(const QByteArray& head) override
         {
             shown.append(head.size());
@@ -204,6 +203,42 @@ private Q_SLOTS:
                 continue;
             QCOMPARE(link.read_packet(buffer, sizeof buffer), length);
         }
+    }
+
+    void packets_are_read_into_256_bytes()
+    {
+        class Sized_link : public Loopback_link {
+        public:
+            uint read_packet(unsigned char* buf, uint size) override
+            {
+                std::fill_n(buf, 256, uchar{0}); // a smaller buffer is found by the sanitizers
+                sizes.append(size);
+                return 0;
+            }
+            QVector<uint> sizes;
+        };
+        Sized_link link;
+        link.handle_read();
+        QCOMPARE(link.sizes, QVector<uint>{256});
+    }
+
+    void head_of_a_frame_may_be_kept()
+    {
+        class Keeping_link : public Loopback_link {
+        public:
+            uint packet_length(const QByteArray& head) override
+            {
+                heads.append(head);
+                return 8;
+            }
+            QVector<QByteArray> heads;
+        };
+        Keeping_link link;
+        const QByteArray first = frame(hex("4102030405060708"));
+        const QByteArray second = frame(hex("42ffffffffffffff"));
+        link.arrive(first + second);
+        link.arrive(QByteArray(1000, '\0'));
+        QCOMPARE(link.heads, (QVector<QByteArray>{first + second, second}));
     }
 
     void frame_without_payload_is_taken_out_and_tells_of_nothing()
@@ -507,6 +542,7 @@ private Q_SLOTS:
     void null_port_is_a_closed_port()
     {
         Loopback_link link;
+        QCOMPARE(link.packet_length(hex("18ef59")), 8U);
         link.open(static_cast<const char*>(nullptr));
         QVERIFY(link.handle() < 0);
         QVERIFY(link.isSequential());

@@ -5,11 +5,13 @@
 #include "Power_controller_interface.h"
 #include "Waiting.h"
 
+#include <QFile>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
 
 #include <atomic>
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <thread>
@@ -19,7 +21,26 @@
 #include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
+
+namespace {
+
+/// A device whose second read fails, and every later one.
+std::atomic<int> failing_descriptor{-1};
+std::atomic<int> reads_of_it{0};
+
+} // namespace
+
+/// As the C library's, but for that device.
+extern "C" ssize_t read(int descriptor, void* bytes, std::size_t size)
+{
+    if (descriptor == failing_descriptor && reads_of_it++ > 0) {
+        errno = EIO;
+        return -1;
+    }
+    return syscall(SYS_read, descriptor, bytes, size);
+}
 
 class Threaded_serial_port_test : public QObject {
     Q_OBJECT
@@ -51,15 +72,51 @@ class Threaded_serial_port_test : public QObject {
         return bytes;
     }
 
-    /// Reads what is in sight; how much it was.
-    static int take_in_sight(Threaded_serial_port& port)
+    /// A device with room for 64 KiB at once: a named pipe, whose bytes the port reads.
+    class Fifo {
+    public:
+        Fifo() : end_(directory_.filePath(QStringLiteral("fifo"))), name(end_.fileName().toUtf8())
+        {
+            if (mkfifo(name.constData(), 0600) != 0 ||
+                !end_.open(QIODevice::ReadWrite | QIODevice::Unbuffered))
+                qFatal("no named pipe");
+        }
+        void write(const QByteArray& bytes)
+        {
+            if (end_.write(bytes) != bytes.size())
+                qFatal("the pipe takes no bytes");
+        }
+
+    private:
+        QTemporaryDir directory_;
+        QFile end_;
+
+    public:
+        const QByteArray name;
+    };
+
+    /// Waits without turning the event loop until so much has arrived.
+    static bool arrived(const Threaded_serial_port& port, qint64 size)
     {
-        class Peek : public Threaded_serial_port {
-        public:
-            using Threaded_serial_port::received_size;
-        };
-        QByteArray bytes((port.*(&Peek::received_size))(), '\0');
-        return int(port.read(bytes.data(), bytes.size()));
+        const QDeadlineTimer deadline(patience_ms);
+        while (port.bytesAvailable() < size && !deadline.hasExpired())
+            std::this_thread::yield();
+        return port.bytesAvailable() == size;
+    }
+
+    /// A frame from the controller; 13 bytes.
+    static QByteArray frame(char first)
+    {
+        QByteArray bytes = QByteArray::fromHex("18ef5978") + first + QByteArray(7, '\0');
+        bytes.append(char(0xD8 + first));
+        return bytes;
+    }
+
+    static QByteArray packet(Packet_serial_interface& link, uint size = 256)
+    {
+        uchar payload[256];
+        const uint length = link.read_packet(payload, size);
+        return QByteArray(reinterpret_cast<const char*>(payload), int(length));
     }
 
     static Threaded_serial_port* open_port(const Pty& pty)
@@ -196,7 +253,7 @@ private Q_SLOTS:
     {
         const Pty pty;
         auto* port = open_port(pty);
-        QCOMPARE(port->openMode() & QIODevice::ReadWrite, QIODevice::ReadWrite);
+        QCOMPARE(port->openMode(), QIODevice::OpenMode(QIODevice::ReadWrite));
         constexpr int others = O_NONBLOCK | O_APPEND | O_ASYNC | O_SYNC | O_DSYNC;
         QCOMPARE(fcntl(port->handle(), F_GETFL) & (O_ACCMODE | others), O_RDWR);
     }
@@ -398,11 +455,10 @@ private Q_SLOTS:
         const auto take = [&] {
             const std::lock_guard<std::mutex> guard(mutex);
             QByteArray bytes;
-            while (reader->take(bytes)) {
-                sizes.append(bytes.size());
-                left -= bytes.size();
-                bytes.clear();
-            }
+            reader->heard();
+            reader->take(bytes);
+            sizes.append(bytes.size());
+            left -= bytes.size();
         };
         const auto connection = connect(reader, &Threaded_serial_port_reader::data_rx, reader, take,
                                         Qt::DirectConnection);
@@ -442,6 +498,7 @@ private Q_SLOTS:
         };
         QVERIFY(wait_for(is_waiting));
         QByteArray bytes;
+        QCOMPARE(reader->size(), held);
         QVERIFY(reader->take(bytes));
         QCOMPARE(bytes.size(), held);
         // It goes on once there is room.
@@ -451,55 +508,225 @@ private Q_SLOTS:
         }));
     }
 
-    void bytes_come_in_sight_16_kib_at_a_time()
+    void read_brings_all_that_has_arrived()
     {
-        const QTemporaryDir directory;
-        const QByteArray path = directory.filePath(QStringLiteral("fifo")).toUtf8();
-        QCOMPARE(mkfifo(path.constData(), 0600), 0);
+        Fifo device;
         auto* port = new Threaded_serial_port;
-        port->open(path.constData());
-        QVector<int> sizes;
-        connect(port, &QIODevice::readyRead, port, [&] { sizes.append(take_in_sight(*port)); });
-        const QByteArray bytes(40000, 'b');
-        QCOMPARE(::write(port->handle(), bytes.constData(), std::size_t(bytes.size())),
-                 ssize_t{bytes.size()});
-        // All but its last read is with the reader before the port hears of any.
-        int left = bytes.size();
-        for (const QDeadlineTimer deadline(patience_ms); left > 0 && !deadline.hasExpired();)
-            QCOMPARE(ioctl(port->handle(), FIONREAD, &left), 0);
-        QVERIFY(sizes.isEmpty());
-        QVERIFY(wait_for([&] { return sizes.size() >= 2; }));
-        QCOMPARE(sizes.mid(0, 2), (QVector<int>{16384, 16384}));
-        port->disconnect();
+        port->open(device.name.constData());
+        QByteArray bytes;
+        for (int i = 0; bytes.size() < 20000; ++i)
+            bytes += QByteArray::number(i) + ',';
+        device.write(bytes);
+        QVERIFY(arrived(*port, bytes.size()));
+        QCOMPARE(port->peek(30000), bytes);
+        QCOMPARE(port->read(30000), bytes);
+        device.write(bytes);
+        QVERIFY(arrived(*port, bytes.size()));
+        QCOMPARE(port->read(30000), bytes);
     }
 
-    void flood_comes_in_turns_and_is_bounded()
+    void line_is_there_wherever_it_waits()
+    {
+        Fifo device;
+        auto* link = new Power_controller_interface;
+        link->open(device.name.constData());
+        device.write("x");
+        QVERIFY(arrived(*link, 1));
+        QVERIFY(!link->canReadLine());
+        device.write("yz\n");
+        QVERIFY(arrived(*link, 4));
+        QVERIFY(link->canReadLine()); // with the reader
+        QVERIFY(packet(*link).isEmpty());
+        QCOMPARE(link->bytesAvailable(), qint64{2});
+        QVERIFY(link->canReadLine()); // in the block
+        QCOMPARE(link->peek(1), QByteArray("z"));
+        QVERIFY(link->canReadLine()); // with QIODevice
+        QVERIFY(!link->atEnd());
+        QCOMPARE(link->readLine(), QByteArray("z\n"));
+        QVERIFY(link->atEnd());
+    }
+
+    void packet_is_found_behind_a_peek()
+    {
+        Fifo device;
+        auto* link = new Power_controller_interface;
+        link->open(device.name.constData());
+        device.write(frame('A') + frame('B') + frame('C'));
+        QVERIFY(arrived(*link, 39));
+        QCOMPARE(link->peek(260).size(), 39);
+        QCOMPARE(packet(*link).left(1), QByteArray("A"));
+        QCOMPARE(link->read(13), frame('B'));
+        link->ungetChar('x');
+        QCOMPARE(packet(*link).left(1), QByteArray("C"));
+        QCOMPARE(packet(*link), QByteArray());
+        QCOMPARE(link->bytesAvailable(), qint64{0});
+    }
+
+    void packet_that_is_rolled_back_is_read_again()
+    {
+        Fifo device;
+        auto* link = new Power_controller_interface;
+        link->open(device.name.constData());
+        device.write(frame('A') + frame('B'));
+        QVERIFY(arrived(*link, 26));
+        link->startTransaction();
+        QCOMPARE(packet(*link).left(1), QByteArray("A"));
+        link->rollbackTransaction();
+        QCOMPARE(packet(*link).left(1), QByteArray("A"));
+        QCOMPARE(packet(*link).left(1), QByteArray("B"));
+    }
+
+    void packet_is_found_before_the_event_loop_turns()
+    {
+        Fifo device;
+        auto* link = new Power_controller_interface;
+        link->open(device.name.constData());
+        const QSignalSpy spy(link, &QIODevice::readyRead);
+        device.write(frame('A'));
+        QVERIFY(arrived(*link, 13));
+        QCOMPARE(packet(*link).left(1), QByteArray("A"));
+        QCOMPARE(spy.count(), 0);
+    }
+
+    void arrival_is_announced_also_when_it_has_been_read()
+    {
+        Fifo device;
+        auto* port = new Threaded_serial_port;
+        port->open(device.name.constData());
+        QSignalSpy spy(port, &QIODevice::readyRead);
+        for (int i = 1; i <= 3; ++i) {
+            device.write("abc");
+            QVERIFY(arrived(*port, 3));
+            QCOMPARE(port->read(i), QByteArray("abc").left(i));
+            QVERIFY(wait_for([&] { return spy.count() >= i; }));
+            QCOMPARE(spy.count(), i);
+            QCOMPARE(port->readAll(), QByteArray("abc").mid(i));
+        }
+    }
+
+    void notice_of_data_is_passed_on_without_data()
+    {
+        Threaded_serial_port port;
+        const QSignalSpy spy(&port, &QIODevice::readyRead);
+        port.notify_data_rx();
+        port.notify_data_rx();
+        QCOMPARE(spy.count(), 2);
+    }
+
+    void what_was_read_is_announced_when_the_next_read_fails()
+    {
+        int ends[2];
+        QCOMPARE(pipe2(ends, O_CLOEXEC), 0);
+        constexpr char bytes[600] = {};
+        QCOMPARE(::write(ends[1], bytes, sizeof bytes), ssize_t{sizeof bytes});
+        auto* reader = new Threaded_serial_port_reader;
+        QSignalSpy spy(reader, &Threaded_serial_port_reader::data_rx);
+        reads_of_it = 0;
+        failing_descriptor = ends[0];
+        reader->set_descriptor(ends[0]);
+        reader->start();
+        const bool told = wait_for([&] { return spy.count() > 0; });
+        failing_descriptor = -1; // or it would go on trying
+        QByteArray taken;
+        reader->take(taken);
+        QVERIFY2(told, "the device has failed, and nothing is told of the bytes before");
+        QVERIFY(taken.size() >= 255);
+    }
+
+    /// A device whose reads go on failing after a hang-up keeps a processor busy: the port is
+    /// closed.
+    void what_came_before_a_hang_up_is_announced()
+    {
+        const QByteArray flood(16 * 255, 'h');
+        for (int round = 0; round < 30; ++round) {
+            auto* pty = new Pty;
+            auto* port = open_port(*pty);
+            connect(port, &QIODevice::readyRead, port, [port] { port->readAll(); });
+            fcntl(pty->master, F_SETFL, O_NONBLOCK);
+            (void)!::write(pty->master, flood.constData(), std::size_t(flood.size()));
+            // The reader is in the middle of it.
+            const QDeadlineTimer deadline(patience_ms);
+            while (port->bytesAvailable() == 0 && !deadline.hasExpired())
+                std::this_thread::yield();
+            ::close(pty->master);
+            pollfd waited = {port->handle(), POLLIN, 0};
+            QVERIFY(poll(&waited, 1, patience_ms) == 1 && (waited.revents & POLLHUP) != 0);
+            const bool announced = wait_for([&] { return port->bytesAvailable() == 0; });
+            port->disconnect();
+            port->close();
+            QVERIFY2(announced, qPrintable(QStringLiteral("round %1: %2 bytes are left")
+                                               .arg(round)
+                                               .arg(port->bytesAvailable())));
+        }
+    }
+
+    void packets_come_16_kib_a_turn()
+    {
+        Fifo device;
+        auto* link = new Power_controller_interface;
+        link->open(device.name.constData());
+        QVector<int> turns;
+        int handled = 0;
+        const QObject context;
+        connect(link, &Packet_serial_interface::handle_packet, &context, [&] { ++handled; });
+        connect(link, &QIODevice::readyRead, &context, [&] { turns.append(handled); });
+        device.write(frame('A').repeated(3000));
+        QVERIFY(arrived(*link, 39000));
+        QVERIFY(wait_for([&] { return handled == 3000; }));
+        // 1260 frames are 4 bytes less than 16 KiB.
+        QCOMPARE(turns.mid(0, 3), (QVector<int>{1261, 2522, 3000}));
+        // Outside of an announcement there is no such limit.
+        QCoreApplication::processEvents();
+        device.write(frame('A').repeated(3000));
+        QVERIFY(arrived(*link, 39000));
+        link->handle_read();
+        QCOMPARE(handled, 6000);
+    }
+
+    /// While one receiver of readyRead() is out of its turn, the bytes are there for all others.
+    void reads_have_no_turns()
+    {
+        Fifo device;
+        auto* link = new Power_controller_interface;
+        link->open(device.name.constData());
+        QByteArray rest;
+        const QObject context;
+        connect(link, &QIODevice::readyRead, &context, [&] { rest += link->read(60000); });
+        device.write(frame('A').repeated(3000));
+        QVERIFY(arrived(*link, 39000));
+        QVERIFY(wait_for([&] { return !rest.isEmpty(); }));
+        QCOMPARE(rest.size(), (3000 - 1261) * 13);
+    }
+
+    void flood_of_packets_leaves_turns_to_timers()
     {
         const Pty pty;
-        auto* port = open_port(pty);
-        int turns = 0;
+        auto* link = new Power_controller_interface;
+        link->open(pty.name.constData());
+        int handled = 0;
         int most = 0;
-        qint64 total = 0;
-        QVERIFY(port->isOpen());
-        connect(port, &QIODevice::readyRead, port, [&] {
+        int turns = 0;
+        const QObject context;
+        connect(link, &Packet_serial_interface::handle_packet, &context, [&] { ++handled; });
+        connect(link, &QIODevice::readyRead, &context, [&, before = 0]() mutable {
+            most = std::max(most, handled - before);
+            before = handled;
             ++turns;
-            const int taken = take_in_sight(*port);
-            most = std::max(most, taken);
-            total += taken;
         });
-        constexpr qint64 size = 300000;
+        constexpr int size = 20000;
         std::thread sender([&pty] {
-            const QByteArray part(1000, 'f');
-            for (qint64 sent = 0; sent < size; sent += part.size()) {
+            const QByteArray part = frame('A').repeated(100);
+            for (int sent = 0; sent < size; sent += 100) {
                 for (int at = 0; at < part.size();)
                     at += int(
                         ::write(pty.master, part.constData() + at, std::size_t(part.size() - at)));
             }
         });
-        QVERIFY(QTest::qWaitFor([&] { return total >= size; }, patience_ms));
+        const bool all = wait_for([&] { return handled >= size; });
         sender.join();
-        QCOMPARE(total, size);
-        QVERIFY(most <= Threaded_serial_port::turn);
+        QVERIFY(all);
+        QCOMPARE(handled, size);
+        QVERIFY(most <= 1261);
         QVERIFY(turns > 1);
     }
 };

@@ -1,5 +1,6 @@
 #include "DBus_daemon.h"
 
+#include "Bus_names.h"
 #include "Console.h"
 #include "Dispatch.h"
 #include "Interface_base.h"
@@ -94,7 +95,7 @@ void DBus_daemon::run()
     };
     if (!walk_options(count_, arguments_, handler))
         return;
-    QDBusConnection::systemBus().registerService(QStringLiteral("com.quorin.system"));
+    QDBusConnection::systemBus().registerService(QLatin1String(service_name));
     bus_ = std::make_unique<Main_thread_bus>();
     open_link();
     connect(this, &QCoreApplication::aboutToQuit, this, &DBus_daemon::handle_quit);

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Command_line.h"
-#include "Device_object.h"
+#include "Device_objects.h"
 #include "Logger.h"
 #include "OEM_profile.h"
 #include "Power_config.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Device_object.h"
+#include "Device_objects.h"
 
 #include <QtGlobal>
 

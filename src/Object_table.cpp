@@ -18,6 +18,7 @@
 #include "Lock_interface.h"
 #include "Media_interface.h"
 #include "OEMprofile_interface.h"
+#include "Object_catalogue.h"
 #include "Operating_voltage_interface.h"
 #include "PC_version_interface.h"
 #include "Paths.h"
@@ -28,9 +29,9 @@
 #include "UID_version_interface.h"
 #include "Voltage_input_interface.h"
 
-namespace {
+#include <iterator>
 
-struct Object_row;
+namespace {
 
 /// What the maker of one object is told.
 struct Place {
@@ -43,12 +44,11 @@ struct Place {
 
 using Maker = Interface_base* (*)(const Place& place);
 
-/// One kind of object at one or more paths.
-struct Object_row {
-    const char* path; ///< relative; %1 is the index, from 0
+/// What makes the objects of a row of the catalogue, and what else their classes are told.
+struct Maker_row {
+    Device_object first; ///< of the catalogue's row
     Maker make;
-    uint count = 1;
-    uint first = 0;                        ///< channel or power kind of the first
+    uint first_number = 0;                 ///< channel or power kind of the first
     const char* power_name = nullptr;      ///< %1 is the index, from 1
     const char* Paths::*command = nullptr; ///< whose output the object publishes
 };
@@ -81,68 +81,67 @@ Interface_base* command_version(const Place& place)
     return new Cmd_version_interface(place.daemon, place.command, place.path);
 }
 
-/// In the order of creation, which is that of Device_object.
-constexpr Object_row object_rows[] = {
-    {"device/io/input/digital/%1", indexed<Digital_input_interface>, 4},
-    {"device/io/input/analog/0", analog_input},
-    {"device/io/input/frequency/0", plain<Frequency_input_interface>},
-    {"device/io/input/voltage/%1", indexed<Voltage_input_interface>, 6},
-    {"device/io/input/temperature/%1", indexed<Temperature_input_interface>, 6},
-    {"device/io/output/frequency/0", plain<Radar_output_interface>},
-    {"device/io/output/digital/%1", indexed<Digital_output_interface>, 4},
-    {"device/io/input/ambientlight/0", plain<Ambientlight_input_interface>},
-    {"device/system/power", power_switch, 1, Power_interface::kind_system, "system"},
-    {"device/lvds/power", power_switch, 1, 1, "display"},
-    {"device/display/power", power_switch, 1, 2, "display"},
-    {"device/display/backlight", plain<LCD_backlight_interface>},
-    {"device/display/backlight/power", power_switch, 1, Power_interface::kind_backlight, "display"},
-    {"device/operating_voltage", plain<Operating_voltage_interface>},
-    {"multi_led/%1", plain<Dimmable_interface>, 20},
-    {"device/buzzer", plain<Buzzer_interface>},
-    {"power/ignition", plain<Ignition_interface>},
-    {"power/lock", plain<Lock_interface>},
-    {"power/button", plain<Power_button_interface>},
-    {"device/can/%1/power", power_switch, 4, 4, "can_%1"},
-    {"device/eth/power", power_switch, 1, 8, "eth"},
-    {"device/video/power", power_switch, 1, 9, "video"},
-    {"device/camera/power", power_switch, 1, 10, "camera"},
-    {"device/uart/power", power_switch, 1, 11, "uart_1"},
-    {"device/usb/power", power_switch, 1, 12, "usb_1"},
-    {"device/camera", plain<Camera_interface>},
-    {"version/bootloader", plain<PC_version_interface>},
-    {"version/kernel", command_version, 1, 0, nullptr, &Paths::kernel_version},
-    {"version/unique_device_id", plain<UID_version_interface>},
-    {"version/serial_number", command_version, 1, 0, nullptr, &Paths::serial_number},
-    {"version/customer_part_number", command_version, 1, 0, nullptr, &Paths::part_number},
-    {"version/hardware", plain<HW_version_interface>},
-    {"media", plain<Media_interface>},
-    {"configuration", plain<Configuration_interface>},
-    {"oem_profile", plain<OEMprofile_interface>},
-    {"atx", plain<ATX_interface>},
+using D = Device_object;
+
+/// A row for each of the catalogue's, in the same order.
+constexpr Maker_row maker_rows[] = {
+    {D::digital_input_0, indexed<Digital_input_interface>},
+    {D::analog_input_0, analog_input},
+    {D::frequency_input_0, plain<Frequency_input_interface>},
+    {D::voltage_input_0, indexed<Voltage_input_interface>},
+    {D::temperature_input_0, indexed<Temperature_input_interface>},
+    {D::frequency_output_0, plain<Radar_output_interface>},
+    {D::digital_output_0, indexed<Digital_output_interface>},
+    {D::ambient_light_input_0, plain<Ambientlight_input_interface>},
+    {D::system_power, power_switch, Power_interface::kind_system, "system"},
+    {D::lvds_power, power_switch, 1, "display"},
+    {D::display_power, power_switch, 2, "display"},
+    {D::display_backlight, plain<LCD_backlight_interface>},
+    {D::display_backlight_power, power_switch, Power_interface::kind_backlight, "display"},
+    {D::operating_voltage, plain<Operating_voltage_interface>},
+    {D::multi_led_0, plain<Dimmable_interface>},
+    {D::buzzer, plain<Buzzer_interface>},
+    {D::ignition, plain<Ignition_interface>},
+    {D::lock, plain<Lock_interface>},
+    {D::power_button, plain<Power_button_interface>},
+    {D::can_power_0, power_switch, 4, "can_%1"},
+    {D::eth_power, power_switch, 8, "eth"},
+    {D::video_power, power_switch, 9, "video"},
+    {D::camera_power, power_switch, 10, "camera"},
+    {D::uart_power, power_switch, 11, "uart_1"},
+    {D::usb_power, power_switch, 12, "usb_1"},
+    {D::camera, plain<Camera_interface>},
+    {D::firmware_version, plain<PC_version_interface>},
+    {D::kernel_version, command_version, 0, nullptr, &Paths::kernel_version},
+    {D::unique_device_id, plain<UID_version_interface>},
+    {D::serial_number, command_version, 0, nullptr, &Paths::serial_number},
+    {D::customer_part_number, command_version, 0, nullptr, &Paths::part_number},
+    {D::hardware_version, plain<HW_version_interface>},
+    {D::media, plain<Media_interface>},
+    {D::configuration, plain<Configuration_interface>},
+    {D::oem_profile, plain<OEMprofile_interface>},
+    {D::atx, plain<ATX_interface>},
 };
 
-constexpr std::size_t object_count()
+constexpr bool rows_have_their_makers()
 {
-    std::size_t count = 0;
-    for (const Object_row& row : object_rows)
-        count += row.count;
-    return count;
+    if (std::size(maker_rows) != std::size(object_rows))
+        return false;
+    for (std::size_t i = 0; i < std::size(maker_rows); ++i)
+        if (maker_rows[i].first != object_rows[i].first)
+            return false;
+    return true;
 }
-static_assert(object_count() == device_object_count && object_count() == 74);
+static_assert(rows_have_their_makers(), "object_rows and maker_rows differ");
 
-QString object_path(const Object_row& row, uint index)
-{
-    return QString(QLatin1String(row.path)).replace(QLatin1String("%1"), QString::number(index));
-}
-
-QByteArray power_name(const Object_row& row, uint index)
+QByteArray power_name(const Maker_row& row, uint index)
 {
     if (row.power_name == nullptr)
         return {};
     return QByteArray(row.power_name).replace("%1", QByteArray::number(index + 1));
 }
 
-QString command(const Object_row& row)
+QString command(const Maker_row& row)
 {
     return row.command == nullptr ? QString() : QString::fromUtf8(paths().*row.command);
 }
@@ -150,7 +149,7 @@ QString command(const Object_row& row)
 /// Starts what the command versions publish, all at once and beside everything else.
 void start_commands()
 {
-    for (const Object_row& row : object_rows) {
+    for (const Maker_row& row : maker_rows) {
         if (row.command != nullptr)
             Cmd_version_interface::start(command(row));
     }
@@ -160,15 +159,16 @@ void start_commands()
 
 void create_objects(DBus_daemon* daemon)
 {
-    std::size_t object = 0;
-    for (const Object_row& row : object_rows) {
+    for (std::size_t i = 0; i < std::size(object_rows); ++i) {
+        const Object_row& row = object_rows[i];
+        const Maker_row& maker = maker_rows[i];
         // As early as possible, but not in the way of the first requests, the digital outputs'.
-        if (object == static_cast<std::size_t>(Device_object::ambient_light_input_0))
+        if (row.first == Device_object::ambient_light_input_0)
             start_commands();
         for (uint index = 0; index < row.count; ++index) {
-            const Place place = {daemon, object_path(row, index), row.first + index,
-                                 power_name(row, index), command(row)};
-            daemon->devices()[static_cast<Device_object>(object++)] = row.make(place);
+            const Place place = {daemon, relative_path(row, index), maker.first_number + index,
+                                 power_name(maker, index), command(maker)};
+            daemon->devices()[object_of(row, index)] = maker.make(place);
         }
     }
 }
@@ -176,9 +176,9 @@ void create_objects(DBus_daemon* daemon)
 QVector<QByteArray> power_names()
 {
     QVector<QByteArray> names;
-    for (const Object_row& row : object_rows) {
-        for (uint index = 0; index < row.count; ++index) {
-            const QByteArray name = power_name(row, index);
+    for (std::size_t i = 0; i < std::size(object_rows); ++i) {
+        for (uint index = 0; index < object_rows[i].count; ++index) {
+            const QByteArray name = power_name(maker_rows[i], index);
             if (!name.isNull() && !names.contains(name))
                 names.append(name);
         }

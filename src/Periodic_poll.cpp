@@ -25,11 +25,9 @@ constexpr Message line_15_setting =
     message_with(setting.is(Power_setting::line_15), setting_mode.is(remote_line_15_mode),
                  setting_with.is(line_15_setting_end));
 
-constexpr uchar unknown_mode = 255;
-
 bool is_known(const QString& version)
 {
-    return version != QLatin1String(Version_interface::unknown);
+    return version != QLatin1String(unknown_version);
 }
 
 /// Ordered as texts: an unknown version is below every known one.
@@ -51,7 +49,7 @@ Object* device(const DBus_daemon& daemon, Device_object object)
 
 QString version(const DBus_daemon& daemon, Device_object object)
 {
-    QString text = QLatin1String(Version_interface::unknown);
+    QString text = QLatin1String(unknown_version);
     if (auto* published = device<Version_interface>(daemon, object))
         published->get(text);
     return text;
@@ -136,7 +134,7 @@ void Periodic_poll::correct_line_15(bool legacy_firmware)
     auto* ignition = device<Ignition_interface>(daemon_, Device_object::ignition);
     if (ignition == nullptr)
         return;
-    uchar mode = unknown_mode;
+    uchar mode = no_byte;
     ignition->get_mode(mode);
     daemon_.log() << (legacy_firmware ? "Legacy PMC FW detected." : "Legacy PMC Hardware detected.")
                   << " Current Line 15 mode is " << int{mode} << std::endl;

@@ -1,17 +1,17 @@
 #!/usr/bin/python3
-"""Writes the bus policy from the interface descriptions: make_policy.py DIRECTORY.
+"""Writes the bus policy: make_policy.py DATA.
 
-Methods named get..., is_... read; every other one changes something.
+The methods are those of the interface descriptions in the directory. Those by which the catalogue
+of objects learns values and settings read; every other one changes something.
 """
 from __future__ import annotations
 
+import json
 import sys
 import xml.etree.ElementTree as ET
 from pathlib import Path
 
-SERVICE = "com.quorin.system"
 GROUP = "dov"
-READERS = ("get", "is_")
 STANDARD = (
     ("org.freedesktop.DBus.Introspectable", "Introspect"),
     ("org.freedesktop.DBus.Peer", "Ping"),
@@ -30,8 +30,13 @@ HEADER = f"""<!DOCTYPE busconfig PUBLIC
 """
 
 
-def is_reader(method: str) -> bool:
-    return method.startswith(READERS)
+def readers(catalogue: dict) -> set[tuple[str, str]]:
+    found = set()
+    for kind in catalogue["kinds"]:
+        members = [value["getter"] for value in kind["values"] if value["getter"]]
+        members += ["get_" + setting["name"] for setting in kind["settings"]]
+        found |= {(kind["interface"], member) for member in members}
+    return found
 
 
 def methods(directory: Path) -> list[tuple[str, str]]:
@@ -43,20 +48,24 @@ def methods(directory: Path) -> list[tuple[str, str]]:
     return sorted(set(found))
 
 
-def allowed(interface: str, member: str) -> str:
-    return (f'    <allow send_destination="{SERVICE}"\n'
+def allowed(service: str, interface: str, member: str) -> str:
+    return (f'    <allow send_destination="{service}"\n'
             f'           send_interface="{interface}" send_member="{member}"/>\n')
 
 
-def policy(directory: Path) -> str:
-    every = methods(directory)
-    reading = "".join(allowed(*m) for m in (*STANDARD, *(m for m in every if is_reader(m[1]))))
-    changing = "".join(allowed(*m) for m in every if not is_reader(m[1]))
+def policy(data: Path) -> str:
+    catalogue = json.loads((data / "objects.json").read_text())
+    service = catalogue["service"]
+    every = methods(data / "interfaces")
+    reading = [m for m in every if m in readers(catalogue)]
+    changing = [m for m in every if m not in reading]
+    all_read = "".join(allowed(service, *m) for m in (*STANDARD, *reading))
+    some_change = "".join(allowed(service, *m) for m in changing)
     return (
-        f'{HEADER}  <policy context="default">\n    <deny own="{SERVICE}"/>\n'
-        f'    <deny send_destination="{SERVICE}"/>\n{reading}  </policy>\n\n'
-        f'  <policy group="{GROUP}">\n{changing}  </policy>\n\n'
-        f'  <policy user="root">\n    <allow own="{SERVICE}"/>\n{changing}  </policy>\n'
+        f'{HEADER}  <policy context="default">\n    <deny own="{service}"/>\n'
+        f'    <deny send_destination="{service}"/>\n{all_read}  </policy>\n\n'
+        f'  <policy group="{GROUP}">\n{some_change}  </policy>\n\n'
+        f'  <policy user="root">\n    <allow own="{service}"/>\n{some_change}  </policy>\n'
         "</busconfig>\n")
 
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Interface_base.h"
+#include "Object_kind.h"
 #include "Report_timer.h"
 
 /// Analog input 0 of the controller, at "device/io/input/analog/0", and the base of the inputs
@@ -58,12 +59,12 @@ private:
     void check_maximum(double value);
     void check_change(double value);
 
-    double value_ = -1000000.0;
-    double reported_ = -1000000.0;
-    double hysteresis_ = 1000000.0;
-    double min_value_ = -1000000.0;
+    double value_ = no_reading;
+    double reported_ = no_reading;
+    double hysteresis_ = start_hysteresis;
+    double min_value_ = start_min_value;
     bool below_min_ = false; ///< reported
-    double max_value_ = 1000000.0;
+    double max_value_ = start_max_value;
     bool above_max_ = false; ///< reported
     Report_timer time_out_;
 };

@@ -2,6 +2,7 @@
 
 #include "Codes.h"
 #include "Interface_base.h"
+#include "Object_kind.h"
 
 /// One byte of the controller's configuration, by OEM code and offset, at "configuration".
 ///
@@ -26,7 +27,7 @@ public Q_SLOTS:
 private:
     void request(uchar oem_code, uchar offset, uchar value, Configuration_access access) const;
 
-    uchar oem_code_ = 255;
-    uchar offset_ = 255;
-    uchar value_ = 255;
+    uchar oem_code_ = no_byte;
+    uchar offset_ = no_byte;
+    uchar value_ = no_byte;
 };

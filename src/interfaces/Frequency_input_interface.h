@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Interface_base.h"
+#include "Object_kind.h"
 #include "Report_timer.h"
 
 /// Frequency input 0 of the controller, at "device/io/input/frequency/0".
@@ -34,8 +35,8 @@ Q_SIGNALS:
 private:
     void update(double value);
 
-    double value_ = -1000000.0;
-    double reported_ = -1000000.0;
-    double hysteresis_ = 1000000.0;
+    double value_ = no_reading;
+    double reported_ = no_reading;
+    double hysteresis_ = start_hysteresis;
     Report_timer time_out_;
 };

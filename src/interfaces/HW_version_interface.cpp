@@ -1,6 +1,7 @@
 #include "HW_version_interface.h"
 
 #include "Named_field.h"
+#include "Object_kind.h"
 
 namespace {
 
@@ -11,7 +12,7 @@ constexpr U8_field revision = {Message_id::hardware_version, "revision"};
 HW_version_interface::HW_version_interface(DBus_daemon* owner, const QString& path)
     : Version_interface(owner, path)
 {
-    set_text(QLatin1String(unknown));
+    set_text(QLatin1String(unknown_version));
 }
 
 bool HW_version_interface::handle_message(const uchar* data, uint len)

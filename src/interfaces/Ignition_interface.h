@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Interface_base.h"
+#include "Object_kind.h"
 
 /// The ignition, at "power/ignition".
 ///
@@ -24,5 +25,5 @@ Q_SIGNALS:
 
 private:
     bool on_ = true;
-    uchar mode_ = 255;
+    uchar mode_ = no_byte;
 };

@@ -1,5 +1,6 @@
 #include "Interface_base.h"
 
+#include "Bus_names.h"
 #include "Console.h"
 #include "DBus_daemon.h"
 #include "Power_controller_interface.h"
@@ -28,7 +29,7 @@ Interface_base::Interface_base(DBus_daemon* owner, const QString& relative_path,
     : Object_holder(owner),
       QDBusAbstractAdaptor(holder()),
       owner_(owner),
-      path_(std::make_unique<QString>(QLatin1String("/com/quorin/system/") + relative_path))
+      path_(std::make_unique<QString>(QLatin1String(path_prefix) + relative_path))
 {
     owner_->add_object(this);
     if (power_name != nullptr && owner_->power_config() != nullptr)

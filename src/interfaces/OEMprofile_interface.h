@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Interface_base.h"
+#include "Object_kind.h"
 
 /// The OEM code in force in the controller, at "oem_profile".
 ///
@@ -21,5 +22,5 @@ public Q_SLOTS:
     void set_code(uchar code);
 
 private:
-    uchar code_ = 255;
+    uchar code_ = no_byte;
 };

@@ -3,6 +3,7 @@
 #include "Console.h"
 #include "Explanation.h"
 #include "Named_field.h"
+#include "Object_kind.h"
 
 namespace {
 
@@ -13,7 +14,7 @@ constexpr Long_field firmware = {Message_id::firmware_version, "firmware"};
 PC_version_interface::PC_version_interface(DBus_daemon* owner, const QString& path)
     : Version_interface(owner, path)
 {
-    set_text(QLatin1String(unknown));
+    set_text(QLatin1String(unknown_version));
 }
 
 bool PC_version_interface::handle_message(const uchar* data, uint len)

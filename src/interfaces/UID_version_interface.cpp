@@ -3,6 +3,7 @@
 #include "Console.h"
 #include "Explanation.h"
 #include "Named_field.h"
+#include "Object_kind.h"
 
 namespace {
 
@@ -13,7 +14,7 @@ constexpr Long_field identifier = {Message_id::unique_id, "identifier"};
 UID_version_interface::UID_version_interface(DBus_daemon* owner, const QString& path)
     : Version_interface(owner, path)
 {
-    set_text(QLatin1String(unknown));
+    set_text(QLatin1String(unknown_version));
 }
 
 bool UID_version_interface::handle_message(const uchar* data, uint len)

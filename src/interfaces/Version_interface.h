@@ -8,9 +8,6 @@ class Version_interface : public Interface_base {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "com.quorin.system.version")
 public:
-    /// The text of a version that the controller has not told.
-    static constexpr const char* unknown = "No PC Comms";
-
     /// Registers on the bus; the text is empty.
     Version_interface(DBus_daemon* owner, const QString& path);
 

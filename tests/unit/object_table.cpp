@@ -3,11 +3,14 @@
 #include "Object_table.h"
 
 #include "Captured_console.h"
+#include "Object_catalogue.h"
 #include "Power_interface.h"
 #include "Test_daemon.h"
 
 #include <QFile>
 #include <QHash>
+#include <QMetaClassInfo>
+#include <QMetaMethod>
 
 class Object_table_test : public QObject {
     Q_OBJECT
@@ -52,6 +55,60 @@ private:
         add(D::oem_profile, 0, 0x3e, 2);
         add(D::atx, 0, 0x40, 1);
         return least;
+    }
+
+    static QString dumped_path(const Interface_base& object)
+    {
+        Captured_descriptor output(STDOUT_FILENO);
+        object.dump_interface();
+        return QString::fromUtf8(output.text()).section(QLatin1Char('\n'), 0, 0);
+    }
+
+    static QString class_info(const QMetaObject& meta)
+    {
+        const int index = meta.indexOfClassInfo("D-Bus Interface");
+        return index < 0 ? QString() : QString::fromUtf8(meta.classInfo(index).value());
+    }
+
+    /// What a class has on the bus, and what the catalogue says of objects of the kind.
+    struct Members {
+        QStringList signals_;
+        QStringList readers;
+    };
+
+    static Members members_of(const QMetaObject& meta)
+    {
+        Members members;
+        for (int i = QDBusAbstractAdaptor::staticMetaObject.methodCount(); i < meta.methodCount();
+             ++i) {
+            const QMetaMethod method = meta.method(i);
+            const QString name = QString::fromUtf8(method.name());
+            if (method.methodType() == QMetaMethod::Signal)
+                members.signals_.append(name);
+            else if (name.startsWith(QLatin1String("get")) || name.startsWith(QLatin1String("is_")))
+                members.readers.append(name);
+        }
+        return sorted(members);
+    }
+
+    static Members members_of(const Object_kind& kind)
+    {
+        Members members;
+        for (const Signal_row& signal : kind.signals)
+            members.signals_.append(QString::fromUtf8(signal.name));
+        for (const Value_row& value : kind.values)
+            if (value.getter != nullptr)
+                members.readers.append(QString::fromUtf8(value.getter));
+        for (const Setting_row& setting : kind.settings)
+            members.readers.append(QStringLiteral("get_") + QString::fromUtf8(setting.name));
+        return sorted(members);
+    }
+
+    static Members sorted(Members members)
+    {
+        members.signals_.sort();
+        members.readers.sort();
+        return members;
     }
 
     /// Has the commands find a `cat` that notes what it reads, and for the serial number waits
@@ -105,6 +162,23 @@ private Q_SLOTS:
         QCOMPARE(world_.link->sent,
                  (QVector<QByteArray>{"2901000000000000", "3301010000000000", "3304040000000000",
                                       "3310100000000000", "3340400000000000", "31ffff0000000000"}));
+    }
+
+    void every_object_is_what_the_catalogue_says()
+    {
+        for (const Catalogue_object& entry : catalogue()) {
+            const Interface_base* object = world_.daemon->devices()[entry.object];
+            const QString path = dumped_path(*object);
+            const Members is = members_of(*object->metaObject());
+            const Members should_be = members_of(*entry.kind);
+            QCOMPARE(path, QStringLiteral("Path: ") + entry.path);
+            QCOMPARE(entry.path + QLatin1Char(' ') + class_info(*object->metaObject()),
+                     entry.path + QLatin1Char(' ') + entry.interface);
+            QCOMPARE(entry.path + QLatin1Char(' ') + is.signals_.join(QLatin1Char(' ')),
+                     entry.path + QLatin1Char(' ') + should_be.signals_.join(QLatin1Char(' ')));
+            QCOMPARE(entry.path + QLatin1Char(' ') + is.readers.join(QLatin1Char(' ')),
+                     entry.path + QLatin1Char(' ') + should_be.readers.join(QLatin1Char(' ')));
+        }
     }
 
     void switches_have_the_controllers_numbers()

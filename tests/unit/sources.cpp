@@ -58,6 +58,10 @@ private Q_SLOTS:
         QTest::newRow("protocol") << QStringLiteral("protocol")
                                   << any_of({daemon, libraries, link, bus,
                                              QStringLiteral("Console|Command_line|Paths")});
+        QTest::newRow("catalogue")
+            << QStringLiteral("catalogue")
+            << any_of({daemon, libraries, link, bus,
+                       QStringLiteral("Console|Command_line|Message|Paths")});
         QTest::newRow("serial") << QStringLiteral("serial") << any_of({daemon, libraries, bus});
         QTest::newRow("bus") << QStringLiteral("bus")
                              << any_of({daemon, QStringLiteral("QDom|QtXml|\\.\\./|Paths"), link});

@@ -1,5 +1,7 @@
 #include "Bus_client.h"
 
+#include "Bus_names.h"
+
 #include <QDBusError>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>

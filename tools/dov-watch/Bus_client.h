@@ -1,7 +1,5 @@
 #pragma once
 
-#include "Catalogue.h"
-
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QObject>

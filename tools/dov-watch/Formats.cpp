@@ -82,13 +82,13 @@ QString value_text(const Value_row& row, const QVariant& value, const QString& d
     if (!value.isValid() || (is_fraction(value) && value.toDouble() <= no_reading))
         return dash;
     if (value.type() == QVariant::Bool)
-        return QString::fromUtf8(value.toBool() ? row.words.yes : row.words.no);
-    QString text = is_fraction(value) ? QString::number(value.toDouble(), 'f', row.decimals)
+        return QString::fromUtf8(value.toBool() ? row.look.words.yes : row.look.words.no);
+    QString text = is_fraction(value) ? QString::number(value.toDouble(), 'f', row.look.decimals)
                                       : plain_text(value.type() == QVariant::String
                                                        ? QVariant(value.toString().trimmed())
                                                        : value);
-    if (*row.unit != '\0')
-        text += QLatin1Char(' ') + QString::fromUtf8(row.unit);
+    if (*row.look.unit != '\0')
+        text += QLatin1Char(' ') + QString::fromUtf8(row.look.unit);
     return text;
 }
 

@@ -21,6 +21,9 @@ constexpr double brightness_step = 5.0;
 constexpr int rows_for_details = 14;
 constexpr int rows_for_hints = 6;
 
+/// Columns of fewer rows do not name again the section that they continue.
+constexpr int rows_for_repeated_headings = 4;
+
 const char* const help_lines[] = {
     "up down left right  select an object; also k j h l, page up and down, home, end",
     "/                   show only objects whose path or name contains a text",
@@ -37,6 +40,17 @@ const char* const help_lines[] = {
     "Digest rate: the fastest input's changes a second; the controller reports",
     "at least as often.",
 };
+
+/// Whether the keys switch the object on and off.
+bool is_switched_output(const Watched_object& object)
+{
+    return object.entry.kind == &kinds::digital_output;
+}
+
+QString section_title(Section section)
+{
+    return QString::fromUtf8(section_titles[static_cast<std::size_t>(section)]);
+}
 
 } // namespace
 
@@ -78,14 +92,14 @@ bool Screen_view::matches(const Watched_object& object) const
 {
     const Catalogue_object& entry = object.entry;
     return entry.path.contains(filter_, Qt::CaseInsensitive) ||
-           entry.label.contains(filter_, Qt::CaseInsensitive) ||
-           entry.section.contains(filter_, Qt::CaseInsensitive);
+           entry.title.contains(filter_, Qt::CaseInsensitive) ||
+           section_title(entry.section).contains(filter_, Qt::CaseInsensitive);
 }
 
 std::vector<Screen_view::Line> Screen_view::list(bool with_blanks) const
 {
     std::vector<Line> lines;
-    QString section;
+    std::optional<Section> section;
     const std::vector<Watched_object>& objects = model_.objects();
     for (std::size_t i = 0; i < objects.size(); ++i) {
         if (!matches(objects[i]))
@@ -94,32 +108,35 @@ std::vector<Screen_view::Line> Screen_view::list(bool with_blanks) const
             section = objects[i].entry.section;
             if (with_blanks && !lines.empty())
                 lines.push_back({});
-            lines.push_back({-1, section});
+            lines.push_back({-1, section_title(*section)});
         }
         lines.push_back({static_cast<int>(i), {}});
     }
     return lines;
 }
 
-Screen_view::Grid Screen_view::make_grid(const Canvas& canvas, std::size_t lines) const
+Screen_view::Grid Screen_view::make_grid(const Canvas& canvas, const std::vector<Line>& lines) const
 {
     Grid grid{};
     grid.top = canvas.height() >= rows_for_details ? 3 : canvas.height() >= rows_for_hints ? 2 : 0;
     const int below = canvas.height() >= rows_for_details ? 4 : canvas.height() >= rows_for_hints;
     grid.height = std::max(canvas.height() - grid.top - below, 1);
-    const int needed = (static_cast<int>(lines) + grid.height - 1) / grid.height;
     const int most = std::clamp(canvas.width() / least_column_width, 1, most_columns);
-    grid.columns = std::clamp(needed, 1, most);
+    grid.columns = 1;
+    while (grid.columns < most && !fits(lines, grid))
+        ++grid.columns;
     return grid;
 }
 
+/// Where the lines from the offset on stand, as many as there is room for. A column that continues
+/// a section names it again.
 std::vector<Screen_view::Placement> Screen_view::flow(const std::vector<Line>& lines,
-                                                      const Grid& grid) const
+                                                      const Grid& grid, std::size_t offset) const
 {
     std::vector<Placement> placements;
     int column = 0;
     int row = 0;
-    for (std::size_t i = offset_; i < lines.size(); ++i) {
+    for (std::size_t i = offset; i < lines.size(); ++i) {
         const bool is_object = lines[i].object >= 0;
         const bool is_blank = !is_object && lines[i].heading.isEmpty();
         if (is_blank && row == 0)
@@ -133,9 +150,23 @@ std::vector<Screen_view::Placement> Screen_view::flow(const std::vector<Line>& l
             if (is_blank)
                 continue;
         }
+        if (is_object && row == 0 && grid.height >= rows_for_repeated_headings)
+            placements.push_back(
+                {{-1,
+                  section_title(
+                      model_.objects()[static_cast<std::size_t>(lines[i].object)].entry.section)},
+                 column,
+                 row++});
         placements.push_back({lines[i], column, row++});
     }
     return placements;
+}
+
+bool Screen_view::fits(const std::vector<Line>& lines, const Grid& grid) const
+{
+    const std::vector<Placement> placements = flow(lines, grid, 0);
+    return lines.empty() ||
+           (!placements.empty() && placements.back().line.object == lines.back().object);
 }
 
 /// The columns with sparklines share the room that the others do not need.
@@ -181,14 +212,13 @@ void Screen_view::follow_selection(const std::vector<Line>& lines, const Grid& g
     const bool below_heading = index > 0 && lines[index - 1].object < 0;
     offset_ = std::min(offset_, below_heading && grid.height > 1 ? index - 1 : index);
     // Nothing is hidden above when everything fits.
-    const int room = grid.columns * grid.height;
-    if (static_cast<int>(lines.size()) <= room)
+    if (fits(lines, grid))
         offset_ = 0;
     const auto shows_selected = [this](const std::vector<Placement>& placements) {
         return std::any_of(placements.begin(), placements.end(),
                            [this](const Placement& each) { return each.line.object == selected_; });
     };
-    while (offset_ < index && !shows_selected(flow(lines, grid)))
+    while (offset_ < index && !shows_selected(flow(lines, grid, offset_)))
         ++offset_;
 }
 
@@ -217,13 +247,13 @@ QString Screen_view::summary(const Watched_object& object) const
     if (object.values.empty())
         return object.last_event.isEmpty() ? glyphs_.dash : object.last_event;
     const Watched_value& first = object.values.front();
-    if (is_switched_output(*object.entry.kind) && object.values[1].value.isValid() &&
+    if (is_switched_output(object) && object.values[1].value.isValid() &&
         !object.values[1].value.toBool())
         return QStringLiteral("disabled");
     QString text = text_of(object, 0);
     if (first.value.type() != QVariant::Bool)
         return text;
-    const Truth_words& words = object.entry.kind->values.front().words;
+    const Truth_words& words = object.entry.kind->values[0].look.words;
     const bool active = first.value.toBool() == words.good;
     return (active ? glyphs_.on : glyphs_.off) + QLatin1Char(' ') + text;
 }
@@ -255,12 +285,12 @@ Style Screen_view::style_of(const Watched_object& object, const Screen_facts& fa
         return Style::dim;
     if (first.value.toString() == QLatin1String(unknown_version))
         return Style::warning;
-    if (is_switched_output(*object.entry.kind) && !object.values[1].value.toBool())
+    if (is_switched_output(object) && !object.values[1].value.toBool())
         return Style::warning;
     if (first.has_changed && facts.now_ms - first.changed_ms < recent_ms)
         return Style::recent;
     if (first.value.type() == QVariant::Bool)
-        return first.value.toBool() == object.entry.kind->values.front().words.good ? Style::good
+        return first.value.toBool() == object.entry.kind->values[0].look.words.good ? Style::good
                                                                                     : Style::dim;
     return first.value.type() == QVariant::Double && first.value.toDouble() <= no_reading
                ? Style::dim
@@ -353,16 +383,16 @@ void Screen_view::draw_health(Canvas& canvas, const Screen_facts& facts) const
 void Screen_view::draw_list(Canvas& canvas, const Screen_facts& facts)
 {
     std::vector<Line> lines = list(true);
-    Grid grid = make_grid(canvas, lines.size());
-    if (static_cast<int>(lines.size()) > grid.columns * grid.height) {
+    Grid grid = make_grid(canvas, lines);
+    if (!fits(lines, grid)) {
         lines = list(false);
-        grid = make_grid(canvas, lines.size());
+        grid = make_grid(canvas, lines);
     }
     page_ = grid.height;
     follow_selection(lines, grid);
     if (lines.empty())
         canvas.put(1, grid.top, QStringLiteral("Nothing matches. Escape shows all."), Style::dim);
-    const std::vector<Placement> placements = flow(lines, grid);
+    const std::vector<Placement> placements = flow(lines, grid, offset_);
     const std::vector<Span> columns = spans(placements, grid, canvas.width());
     for (std::size_t column = 1; column < columns.size(); ++column)
         for (int row = 0; row < grid.height; ++row)
@@ -390,7 +420,7 @@ void Screen_view::draw_object(Canvas& canvas, const Screen_facts& facts, int x, 
     const Watched_object& watched = model_.objects()[static_cast<std::size_t>(object)];
     const bool is_selected = object == selected_;
     canvas.put(x, y, is_selected ? QString(glyphs_.marker) : QStringLiteral(" "), Style::heading);
-    canvas.put(x + 1, y, fitted(watched.entry.label, label_width), Style::plain);
+    canvas.put(x + 1, y, fitted(watched.entry.title, label_width), Style::plain);
     const int value_x = x + 1 + label_width;
     const int age_end = x + width;
     const bool is_text = watched.values.empty() ||
@@ -436,7 +466,7 @@ void Screen_view::draw_detail(Canvas& canvas, int y, const Screen_facts& facts) 
                  (row.getter != nullptr ? text_of(object, i) : QStringLiteral("cannot be read"));
     }
     if (const std::optional<History::Range> range = object.history.range()) {
-        const Value_row& row = object.entry.kind->values.front();
+        const Value_row& row = object.entry.kind->values[0];
         parts += plain(QStringLiteral("last minute %1 to %2")
                            .arg(value_text(row, range->least, glyphs_.dash),
                                 value_text(row, range->greatest, glyphs_.dash)));
@@ -619,7 +649,7 @@ Action Screen_view::letter_key(QChar letter)
 
 Action Screen_view::change_brightness(double by) const
 {
-    const int found = model_.find(backlight_path());
+    const int found = model_.backlight();
     const Watched_value& level = model_.objects()[static_cast<std::size_t>(found)].values.front();
     if (!level.value.isValid())
         return {};
@@ -630,8 +660,7 @@ Action Screen_view::change_brightness(double by) const
 Action Screen_view::operate(Action::Kind kind, std::size_t value) const
 {
     const Watched_object& object = model_.objects()[static_cast<std::size_t>(selected_)];
-    if (!matches(object) || !is_switched_output(*object.entry.kind) ||
-        !object.values[value].value.isValid())
+    if (!matches(object) || !is_switched_output(object) || !object.values[value].value.isValid())
         return {};
     return {kind, selected_, !object.values[value].value.toBool(), 0.0};
 }

@@ -102,8 +102,10 @@ private:
 
     bool matches(const Watched_object& object) const;
     std::vector<Line> list(bool with_blanks) const;
-    Grid make_grid(const Canvas& canvas, std::size_t lines) const;
-    std::vector<Placement> flow(const std::vector<Line>& lines, const Grid& grid) const;
+    Grid make_grid(const Canvas& canvas, const std::vector<Line>& lines) const;
+    std::vector<Placement> flow(const std::vector<Line>& lines, const Grid& grid,
+                                std::size_t offset) const;
+    bool fits(const std::vector<Line>& lines, const Grid& grid) const;
     std::vector<Span> spans(const std::vector<Placement>& placements, const Grid& grid,
                             int width) const;
     void follow_selection(const std::vector<Line>& lines, const Grid& grid);

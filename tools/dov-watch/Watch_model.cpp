@@ -10,14 +10,6 @@ namespace {
 
 constexpr qint64 rate_window_ms = 10000;
 
-/// Whether the controller's digest carries the object's value.
-bool is_in_digest(const Catalogue_object& entry)
-{
-    static const QString inputs = QStringLiteral("/com/quorin/system/device/io/input/");
-    return entry.path.startsWith(inputs) && !entry.path.contains(QStringLiteral("/voltage/")) &&
-           !entry.path.contains(QStringLiteral("/temperature/"));
-}
-
 bool is_known(const QVariant& value)
 {
     const bool is_number = value.type() == QVariant::Double;
@@ -45,10 +37,12 @@ bool is_due(Watched_value& value, const Value_row& row)
 
 Watch_model::Watch_model()
 {
-    for (Catalogue_object& entry : catalogue()) {
+    for (Catalogue_object& entry : catalogue_as_shown()) {
         index_.insert(entry.path, static_cast<int>(objects_.size()));
+        if (entry.object == Device_object::display_backlight)
+            backlight_ = static_cast<int>(objects_.size());
         Watched_object object;
-        object.values.resize(static_cast<std::size_t>(value_count(*entry.kind)));
+        object.values.resize(entry.kind->values.size());
         object.entry = std::move(entry);
         objects_.push_back(std::move(object));
     }
@@ -77,7 +71,7 @@ std::optional<Change> Watch_model::set_value(int object, int value, const QVaria
     state.changed_ms = now_ms;
     if (state.has_changed) {
         ++watched.changes;
-        if (is_in_digest(watched.entry))
+        if (watched.entry.kind->is_in_digest)
             digest_changes_.emplace_back(object, now_ms);
     }
     while (!digest_changes_.empty() && now_ms - digest_changes_.front().second > rate_window_ms)
@@ -163,7 +157,7 @@ Link_health Watch_model::health(qint64 now_ms) const
             most = std::max(most, ++changes[object]);
     health.digest_rate = most / (static_cast<double>(rate_window_ms) / 1000.0);
     for (const Watched_object& object : objects_) {
-        if (!is_controller_version(*object.entry.kind))
+        if (object.entry.kind != &kinds::controller_version)
             continue;
         ++health.versions;
         const Watched_value& text = object.values.front();

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Catalogue.h"
 #include "History.h"
+#include "Object_catalogue.h"
 
 #include <QHash>
 #include <QVariant>
@@ -67,6 +67,9 @@ public:
     /// The object at a whole path; negative for none.
     int find(const QString& path) const { return index_.value(path, -1); }
 
+    /// The display's backlight, whose brightness the keys set.
+    int backlight() const { return backlight_; }
+
     /// The service is owned by this unique name; empty when it is gone.
     void set_owner(const QString& owner, qint64 now_ms);
 
@@ -96,6 +99,7 @@ private:
 
     std::vector<Watched_object> objects_;
     QHash<QString, int> index_;
+    int backlight_ = -1;
     QString owner_;
     qint64 owner_ms_ = 0;
     quint64 signals_ = 0;

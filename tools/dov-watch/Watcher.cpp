@@ -132,17 +132,17 @@ void Watcher::read(const Value_place& place)
 
 void Watcher::read_values(int object)
 {
-    const Kind& kind = *this->object(object).entry.kind;
-    for (int i = 0; i < value_count(kind); ++i)
-        if (kind.values[static_cast<std::size_t>(i)].getter != nullptr)
-            read({object, i});
+    const Object_kind& kind = *this->object(object).entry.kind;
+    for (std::size_t i = 0; i < kind.values.size(); ++i)
+        if (kind.values[i].getter != nullptr)
+            read({object, static_cast<int>(i)});
 }
 
 void Watcher::set_in_inputs()
 {
     for (std::size_t i = 0; i < model_.objects().size(); ++i) {
         const int input = static_cast<int>(i);
-        if (!object(input).entry.kind->threshold)
+        if (object(input).entry.kind->settings.size() == 0)
             continue;
         if (options_.hysteresis)
             replace_setting(input, QStringLiteral("hysteresis"), *options_.hysteresis);
@@ -197,5 +197,5 @@ void Watcher::enable_output(int object, bool enabled)
 
 void Watcher::set_brightness(double percent)
 {
-    command(model_.find(backlight_path()), QStringLiteral("set_brightness"), {percent});
+    command(model_.backlight(), QStringLiteral("set_brightness"), {percent});
 }

@@ -36,8 +36,8 @@ private Q_SLOTS:
 
     void value_texts()
     {
-        const Value_row volts = {"get", nullptr, Reading::always, "V", 3, on_off};
-        const Value_row state = {"get", nullptr, Reading::always, "", 0, on_off};
+        const Value_row volts = {"get", nullptr, "d", Reading::always, {"V", 3}};
+        const Value_row state = {"get", nullptr, "b", Reading::always};
         const QString dash = QStringLiteral("-");
         QCOMPARE(value_text(volts, 12.3456, dash), QStringLiteral("12.346 V"));
         QCOMPARE(value_text(volts, -1000000.0, dash), dash);

@@ -2,10 +2,26 @@
 
 #include "Screen_view.h"
 
+#include <QFile>
+#include <QRegularExpression>
 #include <QTest>
+
+#include <cstdio>
 
 class View : public QObject {
     Q_OBJECT
+
+public:
+    /// The whole screen with a service that has just been read.
+    static QString screen()
+    {
+        Watch_model model;
+        fill(model);
+        Screen_view view(model, Glyphs::utf8(), QString());
+        QString text = drawn(view, 160, 40);
+        static const QRegularExpression blanks(QStringLiteral(" +\n"));
+        return text.replace(blanks, QStringLiteral("\n"));
+    }
 
 private:
     const QString prefix_ = QStringLiteral("/com/quorin/system/");
@@ -15,9 +31,9 @@ private:
     {
         model.set_owner(QStringLiteral(":1.5"), 0);
         for (const Value_place& place : model.take_due(Watch_model::Due::all)) {
-            const Kind& kind =
+            const Object_kind& kind =
                 *model.objects().at(static_cast<std::size_t>(place.object)).entry.kind;
-            const QByteArray getter = kind.values.at(static_cast<std::size_t>(place.value)).getter;
+            const QByteArray getter = kind.values[static_cast<std::size_t>(place.value)].getter;
             QVariant value = 12.5;
             if (getter.startsWith("is_"))
                 value = getter == "is_enabled";
@@ -63,11 +79,56 @@ private Q_SLOTS:
         Screen_view view(model, Glyphs::utf8(), QString());
         const QString text = drawn(view, 160, 50);
         for (const Watched_object& each : model.objects())
-            QVERIFY2(text.contains(each.entry.label), qPrintable(each.entry.label));
+            QVERIFY2(text.contains(each.entry.title), qPrintable(each.entry.title));
         QVERIFY(text.contains(QStringLiteral("12.500 V")));
         QVERIFY(text.contains(QStringLiteral("service :1.5")));
         QVERIFY(text.contains(QStringLiteral("versions known")));
         QVERIFY(text.contains(prefix_ + QStringLiteral("device/io/input/digital/0")));
+    }
+
+    void the_screen_is_as_kept()
+    {
+        QFile file(QStringLiteral(DOV_WATCH_TESTS "/screen.txt"));
+        QVERIFY2(file.open(QIODevice::ReadOnly), qPrintable(file.errorString()));
+        const QStringList is = screen().split(QLatin1Char('\n'));
+        const QStringList should_be = QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'));
+        for (int i = 0; i < std::max(is.size(), should_be.size()); ++i)
+            QVERIFY2(is.value(i) == should_be.value(i),
+                     qPrintable(QStringLiteral("screen.txt, line %1\nis        %2\n"
+                                               "should be %3\n"
+                                               "to write it anew: tools/regenerate screen")
+                                    .arg(i + 1)
+                                    .arg(is.value(i), should_be.value(i))));
+    }
+
+    void every_column_begins_with_a_section_data()
+    {
+        QTest::addColumn<int>("width");
+        QTest::addColumn<int>("height");
+        QTest::newRow("wide") << 160 << 40;
+        QTest::newRow("two columns") << 80 << 60;
+        QTest::newRow("not all of it") << 120 << 20;
+    }
+    void every_column_begins_with_a_section()
+    {
+        QFETCH(int, width);
+        QFETCH(int, height);
+        Watch_model model;
+        fill(model);
+        Screen_view view(model, Glyphs::utf8(), QString());
+        QStringList headings;
+        for (const char* title : section_titles)
+            headings += QString::fromUtf8(title).toUpper();
+        const QStringList rows = drawn(view, width, height).split(QLatin1Char('\n'));
+        for (const QString& column : rows[3].split(Glyphs::utf8().divider))
+            QVERIFY2(headings.contains(column.trimmed()), qPrintable(rows.join(QLatin1Char('\n'))));
+        // Also the first, when what stands above it is hidden.
+        for (int i = 0; i < 74; ++i) {
+            view.handle_key({Key::Code::down, {}});
+            const QString first = drawn(view, width, height).split(QLatin1Char('\n'))[3];
+            const QString column = first.section(Glyphs::utf8().divider, 0, 0).trimmed();
+            QVERIFY2(headings.contains(column), qPrintable(first));
+        }
     }
 
     void any_size_can_be_drawn()
@@ -100,7 +161,7 @@ private Q_SLOTS:
         Screen_view view(model, Glyphs::ascii(), QString());
         for (std::size_t i = 0; i < model.objects().size(); ++i) {
             const QString text = drawn(view, 80, 12);
-            QVERIFY2(text.contains(QLatin1Char('>') + model.objects().at(i).entry.label),
+            QVERIFY2(text.contains(QLatin1Char('>') + model.objects().at(i).entry.title),
                      qPrintable(text));
             view.handle_key({Key::Code::down, {}});
         }
@@ -217,5 +278,13 @@ private Q_SLOTS:
     }
 };
 
-QTEST_APPLESS_MAIN(View)
+int main(int count, char** arguments)
+{
+    if (count == 2 && qstrcmp(arguments[1], "--screen") == 0) {
+        const QByteArray text = View::screen().toUtf8();
+        return std::fputs(text.constData(), stdout) < 0 ? 1 : 0;
+    }
+    View view;
+    return QTest::qExec(&view, count, arguments);
+}
 #include "view.moc"

@@ -1,9 +1,6 @@
 #pragma once
 
-#include <array>
 #include <cstddef>
-
-class Interface_base;
 
 /// The objects on the bus, in the order in which they are created.
 enum class Device_object : unsigned char {
@@ -66,19 +63,3 @@ enum class Device_object : unsigned char {
 };
 
 constexpr std::size_t device_object_count = static_cast<std::size_t>(Device_object::count);
-
-/// The objects by their number, null until created and once deleted.
-class Device_objects {
-public:
-    Interface_base*& operator[](Device_object object)
-    {
-        return objects_[static_cast<std::size_t>(object)];
-    }
-    Interface_base* operator[](Device_object object) const
-    {
-        return objects_[static_cast<std::size_t>(object)];
-    }
-
-private:
-    std::array<Interface_base*, device_object_count> objects_{};
-};

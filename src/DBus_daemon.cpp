@@ -10,6 +10,7 @@
 #include "Paths.h"
 #include "Periodic_poll.h"
 #include "Power_controller_interface.h"
+#include "Reader_patience.h"
 #include "Shell.h"
 
 #include <QDBusConnection>
@@ -207,7 +208,7 @@ void DBus_daemon::watch_quit_signals()
 {
     if (pipe2(quit_pipe, O_CLOEXEC | O_NONBLOCK) != 0)
         qFatal("no pipe for the signals: %s", std::strerror(errno));
-    Console::interrupt_on(quit_pipe[0]);
+    Reader_patience::interrupt_on(quit_pipe[0]);
     quit_notifier_ = new QSocketNotifier(quit_pipe[0], QSocketNotifier::Read, this);
     connect(quit_notifier_, &QSocketNotifier::activated, this, &DBus_daemon::handle_quit_signals);
 }
@@ -222,7 +223,7 @@ void DBus_daemon::quit_signal_handler(int signal)
 
 void DBus_daemon::handle_quit_signals()
 {
-    Console::stop_waiting();
+    Reader_patience::end();
     char number = 0;
     while (::read(quit_pipe[0], &number, 1) == 1) {
         Console::out().format("\nQuit signal got %d\n", int{number});

@@ -1,5 +1,6 @@
 #include "Console.h"
 #include "DBus_daemon.h"
+#include "Reader_patience.h"
 #include "Simulator.h"
 
 #include <csignal>
@@ -34,7 +35,7 @@ void mask_quit_signals(int how)
 void interrupt_console()
 {
     const sigset_t signals = quit_signal_set();
-    Console::interrupt_on(signalfd(-1, &signals, SFD_CLOEXEC));
+    Reader_patience::interrupt_on(signalfd(-1, &signals, SFD_CLOEXEC));
 }
 
 void print_usage(const char* argument)

@@ -88,13 +88,13 @@ void Main_thread_bus::leave_main_thread()
 
 void Main_thread_bus::send(DBusMessage* message)
 {
-    if (!Console::is_collecting()) {
+    if (!Console_batch::is_open()) {
         Console::flush();
         send_now(message);
         return;
     }
     kept_messages().push_back(dbus_message_ref(message));
-    Console::put_behind_texts(send_kept);
+    Console_batch::put_behind(send_kept);
     if (kept_messages().size() == most_kept)
         Console::flush();
 }

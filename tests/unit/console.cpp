@@ -1,4 +1,5 @@
 #include "Captured_console.h"
+#include "Reader_patience.h"
 
 #include <QTest>
 
@@ -67,13 +68,13 @@ private Q_SLOTS:
         left.clear();
         {
             const Console_batch batch;
-            QVERIFY(Console::is_collecting());
+            QVERIFY(Console_batch::is_open());
             Console::out() << "first\n";
-            Console::put_behind_texts([] { left << output->text() << errors->text(); });
+            Console_batch::put_behind([] { left << output->text() << errors->text(); });
             Console::err() << "half a line";
             QVERIFY(left.isEmpty());
         }
-        QVERIFY(!Console::is_collecting());
+        QVERIFY(!Console_batch::is_open());
         QCOMPARE(left, (QList<QByteArray>{"first\n", "half a line"}));
         Console::flush();
         QCOMPARE(left.size(), 2);
@@ -187,12 +188,12 @@ private Q_SLOTS:
         QCOMPARE(pipe2(ends, O_NONBLOCK), 0);
         int quit[2];
         QCOMPARE(::pipe(quit), 0);
-        Console::interrupt_on(quit[0]);
+        Reader_patience::interrupt_on(quit[0]);
         Text_stream stream(ends[1]);
         QCOMPARE(::write(quit[1], "x", 1), ssize_t{1});
         const QByteArray text(200000, 'z');
         stream << std::string_view(text.constData(), static_cast<std::size_t>(text.size())) << "\n";
-        Console::interrupt_on(-1);
+        Reader_patience::interrupt_on(-1);
         for (const int descriptor : {ends[0], ends[1], quit[0], quit[1]})
             ::close(descriptor);
     }

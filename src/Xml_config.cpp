@@ -1,64 +1,56 @@
 #include "Xml_config.h"
 
+#include "Xml_limits.h"
+
 #include <QFile>
 #include <QFileInfo>
 #include <QXmlStreamReader>
 
-#include <algorithm>
-
 namespace {
 
-/// Whether it stays within the limits even if it is nothing but references to its longest entity.
-bool may_expand(const QXmlStreamReader& reader, int size)
+/// The element that begins next in the file.
+QDomElement next_element(const QDomElement& element)
 {
-    constexpr int shortest_reference = 3;
-    qint64 longest = 0;
-    for (const QXmlStreamEntityDeclaration& entity : reader.entityDeclarations()) {
-        const bool refers = entity.value().contains(QLatin1Char('&'));
-        longest = std::max<qint64>(longest,
-                                   refers ? reader.entityExpansionLimit() : entity.value().size());
-    }
-    return size / shortest_reference * longest <= max_expanded_config;
+    QDomElement next = element.firstChildElement();
+    for (QDomElement last = element; next.isNull() && !last.isNull();
+         last = last.parentNode().toElement())
+        next = last.nextSiblingElement();
+    return next;
 }
 
-/// Whether no piece of markup has more than the quotes of so many attributes. Looked at before
-/// anything else: the reader compares each two of an element.
-bool has_few_attributes(const QByteArray& bytes)
+/// Takes the default values out again that the document type declares for attributes.
+void remove_declared_attributes(const QDomDocument& document, const QByteArray& bytes)
 {
-    int quotes = 0;
-    for (const char character : bytes) {
-        if (character == '<')
-            quotes = 0;
-        else if (character == '"' || character == '\'')
-            ++quotes;
-        if (quotes > 2 * max_config_attributes)
-            return false;
-    }
-    return true;
-}
-
-bool is_small_doctype(const QXmlStreamReader& reader, int size)
-{
-    return reader.text().size() <= max_config_doctype && may_expand(reader, size);
-}
-
-bool is_within_limits(const QByteArray& bytes)
-{
-    if (bytes.size() > max_config_size || !has_few_attributes(bytes))
-        return false;
     QXmlStreamReader reader(bytes);
     reader.setNamespaceProcessing(false);
-    int depth = 0;
+    reader.setEntityExpansionLimit(max_config_text);
+    QDomElement element = document.documentElement();
     while (!reader.atEnd()) {
-        const auto token = reader.readNext();
-        if (token == QXmlStreamReader::StartElement && ++depth > max_config_depth)
-            return false;
-        if (token == QXmlStreamReader::DTD && !is_small_doctype(reader, bytes.size()))
-            return false;
-        if (token == QXmlStreamReader::EndElement)
-            --depth;
+        if (reader.readNext() != QXmlStreamReader::StartElement)
+            continue;
+        for (const QXmlStreamAttribute& attribute : reader.attributes()) {
+            if (attribute.isDefault())
+                element.removeAttribute(attribute.qualifiedName().toString());
+        }
+        element = next_element(element);
     }
-    return !reader.hasError();
+}
+
+/// Of bytes that check_xml() has passed.
+bool set_content(QDomDocument& document, const QByteArray& bytes)
+{
+#if QT_VERSION < QT_VERSION_CHECK(6, 0, 0)
+    // It gives up on some entities of entities and on a third parameter entity.
+    if (document.setContent(bytes))
+        return true;
+#endif
+    QXmlStreamReader reader(bytes);
+    reader.setNamespaceProcessing(false);
+    reader.setEntityExpansionLimit(max_config_text);
+    if (!document.setContent(&reader, false))
+        return false;
+    remove_declared_attributes(document, bytes);
+    return true;
 }
 
 bool matches(const QDomElement& element, const QStringList& path, int triple)
@@ -77,8 +69,8 @@ int load_xml_config(std::unique_ptr<QDomDocument>& document, const char* name, c
     // Opening a pipe would wait for somebody who writes it.
     if (!QFileInfo(file).isFile() || !file.open(QIODevice::ReadOnly))
         return config_not_opened;
-    const QByteArray bytes = file.read(max_config_size + 1);
-    if (!is_within_limits(bytes) || !document->setContent(bytes))
+    const QByteArray bytes = as_xml_1_0(file.read(max_config_size + 1));
+    if (!check_xml(bytes).text.isEmpty() || !set_content(*document, bytes))
         return config_malformed;
     if (document->documentElement().tagName() != QLatin1String(root)) {
         document.reset();

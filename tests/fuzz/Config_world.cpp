@@ -1,6 +1,11 @@
 #include "Config_world.h"
 
+#include "Xml_limits.h"
+
 #include <QXmlStreamReader>
+
+#include <algorithm>
+#include <regex>
 
 #include <fcntl.h>
 #include <sys/mman.h>
@@ -32,6 +37,22 @@ Plain_element read_element(QXmlStreamReader& reader)
             return element;
         }
     }
+}
+
+int depth_of(const Plain_element& element)
+{
+    int depth = 0;
+    for (const Plain_element& child : element.children)
+        depth = std::max(depth, depth_of(child));
+    return depth + 1;
+}
+
+/// The same of XML 1.0, which is the only one that the model's reader knows.
+QByteArray known_version(const std::string& bytes)
+{
+    static const std::regex declaration(
+        "^((\xef\xbb\xbf)?<\\?xml\\s+version\\s*=\\s*[\"'])1\\.[0-9]+");
+    return QByteArray::fromStdString(std::regex_replace(bytes, declaration, "$011.0"));
 }
 
 /// The file that the inputs are written to, by name.
@@ -75,8 +96,9 @@ Loaded load(const std::string& bytes, int (*loader)(std::unique_ptr<QDomDocument
     require((loaded.result == config_wrong_root) == (loaded.document == nullptr),
             "only a wrong root costs the document", bytes);
 
-    QXmlStreamReader reader(QByteArray(bytes.data(), static_cast<int>(bytes.size())));
+    QXmlStreamReader reader(known_version(bytes));
     reader.setNamespaceProcessing(false);
+    reader.setEntityExpansionLimit(max_config_text);
     while (!reader.atEnd() && reader.readNext() != QXmlStreamReader::StartElement) {
     }
     if (reader.isStartElement())
@@ -89,8 +111,12 @@ Loaded load(const std::string& bytes, int (*loader)(std::unique_ptr<QDomDocument
     if (loaded.result == config_loaded)
         require(loaded.root.tag == root_tag, "the root has its tag", bytes);
     // Own entities, and what is no text, are read in ways of their own.
-    loaded.has_plain_root = loaded.result == config_loaded &&
-                            bytes.find("<!") == std::string::npos &&
-                            bytes.find("<?") == std::string::npos;
+    const bool is_plain =
+        bytes.find("<!") == std::string::npos && bytes.find("<?") == std::string::npos;
+    // Inputs are too short for the other limits.
+    require(!is_plain || !well_formed || depth_of(loaded.root) > max_config_depth ||
+                loaded.result != config_malformed,
+            "what is well-formed is read", bytes);
+    loaded.has_plain_root = loaded.result == config_loaded && is_plain;
     return loaded;
 }

@@ -28,6 +28,17 @@ const std::vector<std::string> tokens = {
     "&amp;",
     "&#49;",
     "<OEMprofile>",
+    "<?xml version=\"1.1\"?>",
+    "<!DOCTYPE profile [",
+    "<!ENTITY a \"on\">",
+    "<!ENTITY b '&a;&a;'>",
+    "<!ENTITY lt \"&#38;#60;\">",
+    "<!ENTITY % p \"<!ENTITY a '<x/>'>\">",
+    "%p;",
+    "]>",
+    "&a;",
+    "&b;",
+    "'",
 };
 
 std::uint8_t number(const Plain_element& root, const char* tag, std::uint8_t otherwise)

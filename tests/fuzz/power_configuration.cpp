@@ -39,6 +39,17 @@ const std::vector<std::string> tokens = {
     "&lt;",
     "<power/>",
     "<PowerCntlML>",
+    "<?xml version=\"1.1\"?>",
+    "<!DOCTYPE power [",
+    "<!ENTITY a \"on\">",
+    "<!ENTITY b '&a;&a;'>",
+    "<!ENTITY lt \"&#38;#60;\">",
+    "<!ENTITY % p \"<!ENTITY a '<x/>'>\">",
+    "%p;",
+    "]>",
+    "&a;",
+    "&b;",
+    "'",
 };
 
 const char* const states[] = {"on", "low-power", "sleep"};

@@ -5,13 +5,13 @@
 #include "Power_config.h"
 #include "Power_state.h"
 #include "Unused_entries.h"
+#include "Xml_limits.h"
 
 #include <QFile>
 #include <QFileInfo>
 #include <QXmlStreamReader>
 
 #include <algorithm>
-#include <tuple>
 
 namespace {
 
@@ -78,36 +78,17 @@ QVector<Mask> masks_of(const QVector<State_settings>& states)
     return masks;
 }
 
-/// Where a file is not well-formed, and why; or else what its root element is.
-std::tuple<int, QString> parse_error(QFile& file)
+QString root_of(const QByteArray& bytes)
 {
-    QXmlStreamReader reader(&file);
-    QString root;
-    while (!reader.atEnd()) {
-        if (reader.readNext() == QXmlStreamReader::StartElement && root.isNull())
-            root = reader.qualifiedName().toString();
+    QXmlStreamReader reader(bytes);
+    reader.setNamespaceProcessing(false);
+    while (!reader.atEnd() && reader.readNext() != QXmlStreamReader::StartElement) {
     }
-    if (reader.hasError()) {
-        return {static_cast<int>(reader.lineNumber()),
-                QStringLiteral("it is not well-formed XML: ") + on_one_line(reader.errorString())};
-    }
-    return {0, root};
-}
-
-QString beyond_limits()
-{
-    return QStringLiteral("it is larger than %1 bytes, nested deeper than %2 elements, has an "
-                          "element of more than %3 attributes or a document type of more than %4 "
-                          "characters, or could be larger than %5 characters with its entities")
-        .arg(max_config_size)
-        .arg(max_config_depth)
-        .arg(max_config_attributes)
-        .arg(max_config_doctype)
-        .arg(max_expanded_config);
+    return reader.qualifiedName().toString();
 }
 
 /// Why the daemon does not take a file.
-Problem load_problem(Problem_kind kind, const QString& path, int result, const char* root)
+Problem load_problem(Problem_kind kind, const QString& path, const char* root)
 {
     QFile file(path);
     const QFileInfo info(file);
@@ -116,17 +97,16 @@ Problem load_problem(Problem_kind kind, const QString& path, int result, const c
         return {kind, path, 0, QStringLiteral("it is no regular file")};
     if (!file.open(QIODevice::ReadOnly))
         return {kind, path, 0, QStringLiteral("it cannot be opened: ") + file.errorString()};
-    if (file.size() > max_config_size)
-        return {kind, path, 0, beyond_limits()};
-    const auto [line, text] = parse_error(file);
-    if (line != 0)
-        return {kind, path, line, text};
-    if (result == config_wrong_root) {
-        return {kind, path, 0,
-                QStringLiteral("its root element is <%1>, not <%2>")
-                    .arg(on_one_line(text), QLatin1String(root))};
-    }
-    return {kind, path, 0, beyond_limits()};
+    const QByteArray bytes = as_xml_1_0(file.read(max_config_size + 1));
+    const Xml_fault fault = check_xml(bytes);
+    if (fault.is_malformed)
+        return {kind, path, fault.line,
+                QStringLiteral("it is not well-formed XML: ") + on_one_line(fault.text)};
+    if (!fault.text.isEmpty())
+        return {kind, path, fault.line, fault.text};
+    return {kind, path, 0,
+            QStringLiteral("its root element is <%1>, not <%2>")
+                .arg(on_one_line(root_of(bytes)), QLatin1String(root))};
 }
 
 void add_unless_recognised(QVector<Problem>& problems, const QString& file, const QString& entry,
@@ -185,7 +165,7 @@ void check_power_config(Findings& findings, const QString& path)
         findings.states.append(settings_of(document.get(), state));
     findings.masks = masks_of(findings.states);
     if (document == nullptr)
-        findings.problems.append(load_problem(Problem_kind::power_off, path, result, "power"));
+        findings.problems.append(load_problem(Problem_kind::power_off, path, "power"));
     else
         findings.problems += problems_of_power_config(path, *document, findings.states);
 }
@@ -196,7 +176,7 @@ void check_oem_profile(Findings& findings, const QString& path)
     const int result = load_oem_profile(document, QFile::encodeName(path).constData());
     if (result != config_loaded) {
         findings.oem_code = findings.power_up_time = {unknown_oem_code, Source::no_file, 0, {}};
-        findings.problems.append(load_problem(Problem_kind::rejected, path, result, "profile"));
+        findings.problems.append(load_problem(Problem_kind::rejected, path, "profile"));
         return;
     }
     const QDomElement root = document->documentElement();

@@ -264,8 +264,11 @@ private Q_SLOTS:
         write("power.conf", "<power>" + QByteArray(200, 'x').replace("x", "<x>") +
                                 QByteArray(200, 'x').replace("x", "</x>") + "</power>");
         QCOMPARE(check(), 5);
-        QVERIFY(
-            output_.contains("it is larger than 1048576 bytes, nested deeper than 100 elements, "));
+        QVERIFY(output_.contains("power.conf:1: the terminal powers off at start: it is nested "
+                                 "deeper than 100 elements\n"));
+        write("oem.conf", "<profile>" + QByteArray(1024 * 1024, ' ') + "</profile>");
+        QCOMPARE(check(), 5);
+        QVERIFY(output_.contains("oem.conf: the file is rejected: it is larger than 1 MiB\n"));
     }
 
     /// A pipe that nobody writes would be waited for, as the daemon does not.

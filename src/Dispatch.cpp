@@ -2,7 +2,7 @@
 
 #include "Console.h"
 #include "Interface_base.h"
-#include "Message_id.h"
+#include "Message_catalogue.h"
 
 #include <algorithm>
 #include <iterator>
@@ -106,6 +106,35 @@ constexpr bool is_ascending()
     return true;
 }
 static_assert(is_ascending(), "find_route() searches by halves");
+
+constexpr bool has_route(uchar id)
+{
+    for (const Route& route : routes) {
+        if (route.id == id)
+            return true;
+    }
+    return false;
+}
+
+constexpr bool is_read(const Message_kind& kind)
+{
+    for (const Field& field : kind.fields()) {
+        if (field.role == Field_role::value)
+            return true;
+    }
+    return false;
+}
+
+constexpr bool every_message_has_its_route()
+{
+    for (const Message_kind& kind : message_catalogue) {
+        const bool from_controller = kind.direction == Direction::from_controller;
+        if (has_route(kind.id) ? !from_controller : from_controller && is_read(kind))
+            return false;
+    }
+    return true;
+}
+static_assert(every_message_has_its_route(), "a field that is read concerns an object");
 
 const Route* find_route(uchar id)
 {

@@ -5,6 +5,10 @@
 // PROGRAM is started with "--port PTY" added; its standard output and error lead to drained
 // pipes. DBUS_SYSTEM_BUS_ADDRESS names the private bus of both.
 
+#include "Exchange.h"
+#include "Frame.h"
+#include "Message_id.h"
+
 #include <algorithm>
 #include <array>
 #include <atomic>
@@ -50,15 +54,11 @@ double seconds_since(Clock::time_point start)
     return std::chrono::duration<double>(Clock::now() - start).count();
 }
 
-void append_frame(Bytes& bytes, std::array<std::uint8_t, 8> payload)
+void append_frame(Bytes& bytes, const Message& message)
 {
-    const std::uint8_t header[] = {0x18, 0xEF, 0x59, 0x78};
-    bytes.insert(bytes.end(), std::begin(header), std::end(header));
-    std::uint8_t sum = 0xD8;
-    for (const std::uint8_t byte : payload)
-        sum = static_cast<std::uint8_t>(sum + byte);
-    bytes.insert(bytes.end(), payload.begin(), payload.end());
-    bytes.push_back(sum);
+    bytes.resize(bytes.size() + Frame::size);
+    Frame::build(bytes.data() + bytes.size() - Frame::size, message.data(), message_size,
+                 Frame::controller_address, Frame::host_address);
 }
 
 /// A digest: digital inputs, then analog input, ambient light and frequency from one number.
@@ -145,11 +145,14 @@ private:
             spoken_ = true;
             pending.insert(pending.end(), bytes, bytes + count);
             Bytes answers;
-            for (; pending.size() >= 13; pending.erase(pending.begin(), pending.begin() + 13)) {
-                const auto id = static_cast<std::uint8_t>(pending[4] + 1);
+            for (; pending.size() >= Frame::size;
+                 pending.erase(pending.begin(), pending.begin() + Frame::size)) {
+                Message message{};
+                std::copy_n(&pending[Frame::payload_at], 3, message.begin());
+                message[0] = answer_to(message[0]);
                 // A digest would count as a change of the inputs.
-                if (id != 0x36)
-                    append_frame(answers, {id, pending[5], pending[6], 0, 0, 0, 0, 0});
+                if (message[0] != Message_id::digest)
+                    append_frame(answers, message);
             }
             send(answers);
         }
@@ -369,11 +372,11 @@ Bytes garbage(const std::string& kind, unsigned size)
         if (kind == "random") {
             bytes.push_back(static_cast<std::uint8_t>(random()));
         } else if (kind == "sync") {
-            bytes.push_back(0x18);
-            bytes.push_back(0xEF);
+            bytes.push_back(Frame::sync_1);
+            bytes.push_back(Frame::sync_2);
         } else {
             append_digest(bytes, 0, static_cast<unsigned>(random()));
-            bytes.back() ^= 0x55;
+            bytes.back() ^= 1; // a wrong checksum
         }
     }
     return bytes;

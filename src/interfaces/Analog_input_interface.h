@@ -7,7 +7,7 @@
 /// Analog input 0 of the controller, at "device/io/input/analog/0", and the base of the inputs
 /// that report a number in the same way.
 ///
-/// Source  0x36 bytes 2-3 and 0x1e bytes 1-2: unsigned, high byte first, millivolts.
+/// Source  analog in 0x36 and 0x1e.
 /// Value   volts; -1000000.0 until the first message.
 ///
 /// A change is reported when the value is further than the hysteresis from the one reported last.

@@ -4,7 +4,7 @@
 
 /// One digital input of the controller, at "device/io/input/digital/" and its channel.
 ///
-/// Source  0x36 and 0x10, byte 1: the bit of the channel's number.
+/// Source  0x36 and 0x10, inputs: the bit of the channel's number.
 /// Value   on or off; off until the first message.
 class Digital_input_interface : public Interface_base {
     Q_OBJECT

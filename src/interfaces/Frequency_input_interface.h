@@ -6,7 +6,7 @@
 
 /// Frequency input 0 of the controller, at "device/io/input/frequency/0".
 ///
-/// Source  0x36 bytes 6-7: unsigned, high byte first, as the controller counts it.
+/// Source  frequency in 0x36, as the controller counts it.
 /// Value   the same number; -1000000.0 until the first message.
 ///
 /// Reports changes and re-reports as the analog input does, and has no limits.

@@ -4,7 +4,7 @@
 
 /// The controller's hardware version, at "version/hardware".
 ///
-/// Source  0x12, byte 1: the revision.
+/// Source  0x12: the revision.
 /// Value   "v1.0" up to revision 10, "v1.1" up to 19, "v2.0" above; "No PC Comms" until the first
 ///         message.
 class HW_version_interface : public Version_interface {

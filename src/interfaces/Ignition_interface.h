@@ -5,7 +5,7 @@
 
 /// The ignition, at "power/ignition".
 ///
-/// Source  0x06, byte 1: line-15 mode; byte 4: on if not 0.
+/// Source  0x06: line-15 mode and ignition.
 /// Value   on until the first message; mode 255 until then.
 class Ignition_interface : public Interface_base {
     Q_OBJECT

@@ -5,8 +5,8 @@
 
 /// The OEM code in force in the controller, at "oem_profile".
 ///
-/// Command  0x3d, byte 1: the code.
-/// Source   0x3e, byte 1: the code.
+/// Command  0x3d: the code.
+/// Source   0x3e: the code.
 /// Value    as reported last; 255 until then.
 class OEMprofile_interface : public Interface_base {
     Q_OBJECT

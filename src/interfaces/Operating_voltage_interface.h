@@ -4,8 +4,8 @@
 
 /// The supply-voltage setting, at "device/operating_voltage".
 ///
-/// Command  0x0d, byte 1: the low 8 bits of the code.
-/// Source   0x0e, byte 1.
+/// Command  0x0d: the low 8 bits of the code.
+/// Source   0x0e: the code.
 /// State    the code as last set, whole, or reported, in the controller's units; 0 until then.
 class Operating_voltage_interface : public Interface_base {
     Q_OBJECT

@@ -4,7 +4,7 @@
 
 /// The controller's firmware version, at "version/bootloader".
 ///
-/// Source  0x16, bytes 4, 3, 2: major, minor, patch.
+/// Source  0x16: major, minor, patch.
 /// Value   "v2.1.7"; "No PC Comms" until the first message.
 class PC_version_interface : public Version_interface {
     Q_OBJECT

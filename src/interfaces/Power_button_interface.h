@@ -4,7 +4,7 @@
 
 /// The power button, at "power/button".
 ///
-/// Source  0x1c, byte 1: a short press if not 0.
+/// Source  0x1c: whether it was pressed.
 class Power_button_interface : public Interface_base {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "com.quorin.system.power.button")

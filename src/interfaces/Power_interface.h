@@ -8,7 +8,7 @@
 /// Two kinds act when switched, each time and whatever they were: the system switches the terminal
 /// off when suspended, the display backlight commands the controller. The others only remember.
 ///
-/// Command  0x0b, byte 1: 1 on, 0 off; byte 2: 0xfe, the display backlight. Sent twice.
+/// Command  0x0b: the display backlight on or off. Sent twice.
 class Power_interface : public Interface_base {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "com.quorin.system.device.power")

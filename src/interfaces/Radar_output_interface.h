@@ -4,7 +4,7 @@
 
 /// The frequency output, at "device/io/output/frequency/0".
 ///
-/// Command  0x29, byte 1 is 1, bytes 2-3 the low 16 bits of the value, high byte first.
+/// Command  0x29: the low 16 bits of the value.
 /// Source   0x2a, taken and not read.
 /// State    the value as last set, in the controller's units; 0 is commanded when created.
 class Radar_output_interface : public Interface_base {

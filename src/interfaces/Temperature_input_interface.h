@@ -4,7 +4,7 @@
 
 /// One temperature, at "device/io/input/temperature/" and its channel.
 ///
-/// Source  0x28, byte 1 + channel: signed.
+/// Source  0x28, temperature of the channel.
 /// Value   whole degrees Celsius
 class Temperature_input_interface : public Analog_input_interface {
     Q_OBJECT

@@ -4,7 +4,7 @@
 
 /// The controller's unique device identifier, at "version/unique_device_id".
 ///
-/// Source  0x1a, bytes 1 to 7.
+/// Source  0x1a: seven bytes.
 /// Value   14 upper-case hexadecimal digits; "No PC Comms" until the first message.
 class UID_version_interface : public Version_interface {
     Q_OBJECT

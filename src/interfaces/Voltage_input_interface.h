@@ -4,9 +4,8 @@
 
 /// One supply voltage, at "device/io/input/voltage/" and its channel.
 ///
-/// Source  0x22 for channels 0-2 and 0x24 for 3-5, bytes 1-2, 3-4 and 5-6 in turn: unsigned, high
-///         byte first, millivolts. The object takes both and does not tell them apart: the
-///         dispatch does.
+/// Source  0x22 for channels 0-2 and 0x24 for 3-5. The object takes both and does not tell them
+///         apart: the dispatch does.
 /// Value   volts
 class Voltage_input_interface : public Analog_input_interface {
     Q_OBJECT

@@ -17,16 +17,3 @@ constexpr Message message(uchar id, Bytes... arguments)
     static_assert(sizeof...(arguments) <= 7, "a message has seven argument bytes");
     return {id, static_cast<uchar>(arguments)...};
 }
-
-/// The two bytes at `at` as one unsigned number, high byte first.
-constexpr quint16 big_endian(const uchar* at)
-{
-    return static_cast<quint16>(at[0] << 8 | at[1]);
-}
-
-/// Puts the low 16 bits of `value` at `at`, high byte first.
-constexpr void put_big_endian(uchar* at, quint32 value)
-{
-    at[0] = static_cast<uchar>(value >> 8);
-    at[1] = static_cast<uchar>(value);
-}

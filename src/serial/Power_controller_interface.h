@@ -16,7 +16,7 @@ public:
                       uchar b5 = 0, uchar b6 = 0, uchar b7 = 0);
     bool send_message(const Message& message);
 
-    /// Whether byte 0 of the response is byte 0 of the request plus 1. 0xFF has no answer.
+    /// Whether the response's identifier answers the request's; see Exchange.h.
     bool is_response(const QByteArray& request, const QByteArray& response) override;
 
     /// Drops what is queued, sends the digest request with interval 0 as the last word, waits

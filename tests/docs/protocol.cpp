@@ -1,6 +1,7 @@
 // docs/protocol.md against the program's catalogue of messages.
 
 #include "Document.h"
+#include "Frame.h"
 #include "Message_catalogue.h"
 
 #include <QRegularExpression>
@@ -8,12 +9,8 @@
 #include <QTest>
 
 #include <algorithm>
-#include <numeric>
 
 namespace {
-
-constexpr int frame_size = 13;
-constexpr int id_offset = 4;
 
 const Document& document()
 {
@@ -65,6 +62,91 @@ QList<int> field_bytes(uchar id)
     return sorted;
 }
 
+QString hex_text(qint64 number)
+{
+    return QStringLiteral("`%1`").arg(number, 2, 16, QLatin1Char('0'));
+}
+
+QString bytes_text(const Field& field)
+{
+    const QString text = field.size == 1
+                             ? QStringLiteral("`[%1]`").arg(field.first)
+                             : QStringLiteral("`[%1..%2]`").arg(field.first).arg(field.end() - 1);
+    return field.second == 0 ? text : QStringLiteral("`[%1]` ").arg(field.second) + text;
+}
+
+QString type_text(const Field& field)
+{
+    switch (field.type) {
+    case Field_type::u8:
+        return QStringLiteral("u8");
+    case Field_type::i8:
+        return QStringLiteral("i8");
+    case Field_type::u16:
+        return QStringLiteral("u16");
+    case Field_type::flag:
+        return QStringLiteral("flag");
+    case Field_type::one_more:
+        return QStringLiteral("u8, one more");
+    case Field_type::bits:
+        return QStringLiteral("%1 inputs").arg(field.count);
+    case Field_type::two_bits:
+        return QStringLiteral("%1 outputs").arg(field.count);
+    case Field_type::version:
+        return QStringLiteral("version");
+    case Field_type::bytes:
+        return QStringLiteral("%1 bytes").arg(field.size);
+    }
+    return {};
+}
+
+/// The range of a number; none where the type has said it all.
+QString range_text(const Field& field)
+{
+    const bool is_number = field.type == Field_type::u8 || field.type == Field_type::i8 ||
+                           field.type == Field_type::u16 || field.type == Field_type::one_more;
+    if (!is_number || field.least > field.most)
+        return {};
+    if (field.role == Field_role::fixed)
+        return QStringLiteral("always %1").arg(field.least);
+    return QStringLiteral("%1 to %2").arg(field.least).arg(field.most);
+}
+
+QString unit_text(const Field& field)
+{
+    const QString on_the_line = QString::fromLatin1(field.unit.on_the_line);
+    const QString name = QString::fromLatin1(field.unit.name);
+    if (!on_the_line.isEmpty() || field.unit.scale == 1)
+        return on_the_line.isEmpty() ? name : on_the_line;
+    return QStringLiteral("%1 is %2 %3").arg(field.most).arg(field.scaled(field.most)).arg(name);
+}
+
+/// What single numbers mean, where the type has not said it, and whether the host reads them.
+QString codes_text(const Field& field)
+{
+    QStringList texts;
+    const bool has_own = field.type != Field_type::flag && field.type != Field_type::two_bits;
+    for (const Code& code : has_own ? field.codes : List<Code>()) {
+        const QString numbers =
+            code.first == code.last
+                ? hex_text(code.first)
+                : hex_text(code.first) + QStringLiteral(" to ") + hex_text(code.last);
+        texts.append(numbers + QLatin1Char(' ') + QLatin1String(code.name));
+    }
+    if (field.role == Field_role::unread)
+        texts.append(QStringLiteral("not read"));
+    return texts.join(QStringLiteral(", "));
+}
+
+/// The row that documents a field.
+QString field_row(const Field& field)
+{
+    return QStringList{bytes_text(field), QStringLiteral("`%1`").arg(QLatin1String(field.name)),
+                       type_text(field),  range_text(field),
+                       unit_text(field),  codes_text(field)}
+        .join(QStringLiteral(" | "));
+}
+
 QString row_text(const QString& id, const QString& way, const QString& label,
                  const QList<int>& bytes)
 {
@@ -81,7 +163,7 @@ QByteArray frame_bytes(const QString& line)
 
 uchar id_of(const QByteArray& frame)
 {
-    return static_cast<uchar>(frame[id_offset]);
+    return static_cast<uchar>(frame[Frame::payload_at]);
 }
 
 /// The example frames of a section.
@@ -93,20 +175,12 @@ QStringList frames_of(const Document::Section& section)
     return frames;
 }
 
-bool has_right_checksum(const QByteArray& frame)
-{
-    const auto sum =
-        std::accumulate(frame.begin(), frame.end() - 1, 0U,
-                        [](uint before, char byte) { return before + static_cast<uchar>(byte); });
-    return static_cast<uchar>(frame.back()) == (sum & 0xFF);
-}
-
 /// Whether every argument of a frame that is not 0 belongs to a field.
 bool keeps_to_layout(const QByteArray& frame)
 {
     const QList<int> named = field_bytes(id_of(frame));
     for (int i = 1; i < 8; ++i) {
-        if (frame[id_offset + i] != 0 && !named.contains(i))
+        if (frame[Frame::payload_at + i] != 0 && !named.contains(i))
             return false;
     }
     return true;
@@ -143,6 +217,50 @@ private Q_SLOTS:
         QCOMPARE(documented, known);
     }
 
+    void every_layout_lists_its_fields_data()
+    {
+        QTest::addColumn<int>("id");
+        for (const Message_kind& kind : message_catalogue)
+            QTest::newRow(kind.name) << int{kind.id};
+    }
+    void every_layout_lists_its_fields()
+    {
+        QFETCH(int, id);
+        const Message_kind* const kind = find_message(static_cast<uchar>(id));
+        const QString title = id_text(kind->id) + QLatin1Char(' ') + QLatin1String(kind->label);
+        QStringList documented;
+        for (const QStringList& row : document().section(title).rows())
+            documented.append(row.join(QStringLiteral(" | ")));
+        QStringList known;
+        for (const Field& field : kind->fields())
+            known.append(field_row(field));
+        QCOMPARE(documented, known);
+    }
+
+    void the_frame_is_the_programs()
+    {
+        const auto rows = document().section(QStringLiteral("The frame")).rows();
+        const auto row = [](int at, uchar from_host, uchar from_controller) {
+            return QStringList{QString::number(at), hex_text(from_host), hex_text(from_controller)};
+        };
+        QCOMPARE(rows[0].mid(0, 3), row(0, Frame::sync_1, Frame::sync_1));
+        QCOMPARE(rows[1].mid(0, 3), row(1, Frame::sync_2, Frame::sync_2));
+        QCOMPARE(rows[2].mid(0, 3),
+                 row(Frame::source_at, Frame::host_address, Frame::controller_address));
+        QCOMPARE(rows[3].mid(0, 3),
+                 row(Frame::destination_at, Frame::controller_address, Frame::host_address));
+        QCOMPARE(rows[4].first(), QString::number(Frame::payload_at));
+        QCOMPARE(rows[6].first(), QString::number(Frame::size - 1));
+        for (int i = 7; i < rows.size(); ++i) {
+            const QByteArray payload = QByteArray::fromHex(plain(rows[i][0]).toLatin1());
+            QCOMPARE(payload.size(), message_size);
+            QCOMPARE(rows[i][1],
+                     hex_text(Frame::checksum(reinterpret_cast<const uchar*>(payload.constData()),
+                                              message_size)));
+        }
+        QCOMPARE(rows.size(), 10);
+    }
+
     void every_layout_has_frames_of_its_own()
     {
         for (const Message_kind& kind : message_catalogue) {
@@ -165,13 +283,13 @@ private Q_SLOTS:
     {
         QFETCH(QString, text);
         const QByteArray frame = frame_bytes(text);
-        QCOMPARE(frame.size(), frame_size);
+        QCOMPARE(frame.size(), Frame::size);
         const Message_kind* kind = find_message(id_of(frame));
         QVERIFY(kind != nullptr);
         const bool to_controller = kind->direction == Direction::to_controller;
-        QCOMPARE(frame.left(id_offset).toHex(),
+        QCOMPARE(frame.left(Frame::payload_at).toHex(),
                  QByteArray(to_controller ? "18ef7859" : "18ef5978"));
-        QVERIFY(has_right_checksum(frame));
+        QVERIFY(Frame::is_whole(frame));
         QVERIFY(keeps_to_layout(frame));
     }
 

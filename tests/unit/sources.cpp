@@ -82,6 +82,35 @@ private Q_SLOTS:
                  QStringList());
     }
 
+    void bytes_of_the_protocol_stand_in_its_room_data()
+    {
+        QTest::addColumn<QString>("below");
+        QTest::addColumn<QString>("pattern");
+        const QPair<const char*, const char*> patterns[] = {
+            {"code or constant of the frame", "(?i)\\b0x(18|ef|59|78|d8|aa|55|fe)\\b"},
+            {"byte by number",
+             "\\b(data|buf|bytes|command|request|answer|message|frame|payload|report)"
+             "(\\[[1-9]\\]| \\+ [1-9])"},
+            {"arguments by position", "\\bmessage\\((Message_id::\\w+|id), "},
+            {"pair of bytes", "big_endian"},
+            {"comment on bytes", "// .*\\b[Bb]ytes? [0-7]\\b"},
+        };
+        for (const char* below : {"../src", "../tools"}) {
+            for (const auto& [what, pattern] : patterns)
+                QTest::addRow("%s, %s", below, what)
+                    << QString::fromLatin1(below) << QString::fromLatin1(pattern);
+        }
+    }
+
+    void bytes_of_the_protocol_stand_in_its_room()
+    {
+        QFETCH(QString, below);
+        QFETCH(QString, pattern);
+        QStringList found = matches(below, qPrintable(pattern), "-");
+        found = found.filter(QRegularExpression(QStringLiteral("^(?!.*/src/protocol/)")));
+        QCOMPARE(found.join(QLatin1Char('\n')), QString());
+    }
+
     void source_places_are_literal()
     {
         QCOMPARE(matches(QString(), "__FILE__|__LINE__", "-"), QStringList());

@@ -25,8 +25,8 @@ QString meaning_of_bytes(const QByteArray& bytes, bool from_controller)
     bool wrong_checksum = false;
     if (bytes.size() == Frame::size && Frame::has_sync(bytes)) {
         Message content = Frame::message_of(bytes);
-        repaired =
-            Frame::build(content, static_cast<uchar>(bytes[2]), static_cast<uchar>(bytes[3]));
+        repaired = Frame::build(content, static_cast<uchar>(bytes[Frame::source_at]),
+                                static_cast<uchar>(bytes[Frame::destination_at]));
         wrong_checksum = repaired != bytes;
     }
     if (!Frame::is_whole(repaired))

@@ -5,8 +5,8 @@
 #include "Analog_input_interface.h"
 #include "Configuration_interface.h"
 #include "Console.h"
-#include "Controller_model.h"
 #include "DBus_daemon.h"
+#include "Daemon_model.h"
 #include "Digital_input_interface.h"
 #include "Digital_output_interface.h"
 #include "Frequency_input_interface.h"
@@ -54,7 +54,7 @@ struct World {
     char name[5] = "fuzz";
     char* arguments[2] = {name, nullptr};
     DBus_daemon* daemon = nullptr;
-    Controller_model model;
+    Daemon_model model;
     std::string signalled;
 };
 
@@ -79,7 +79,7 @@ World::World()
 
 Analog_input_interface* World::analog(std::size_t input)
 {
-    using M = Controller_model;
+    using M = Daemon_model;
     if (input == 0)
         return object<Analog_input_interface>(Device_object::analog_input_0);
     if (input < M::temperature)
@@ -96,7 +96,7 @@ void World::listen()
         QObject::connect(object<Digital_input_interface>(Device_object::digital_input_0, i),
                          &Digital_input_interface::changed,
                          [this, i](bool on) { signalled += spell("changed %zu %d\n", i, on); });
-    for (std::size_t i = 0; i < Controller_model::frequency; ++i) {
+    for (std::size_t i = 0; i < Daemon_model::frequency; ++i) {
         QObject::connect(analog(i), &Analog_input_interface::val_changed,
                          [this, i](double value, bool timeout) {
                              signalled += spell("val_changed %zu %g %d\n", i, value, timeout);
@@ -110,7 +110,7 @@ void World::listen()
     }
     QObject::connect(object<Frequency_input_interface>(Device_object::frequency_input_0),
                      &Frequency_input_interface::val_changed, [this](double value, bool timeout) {
-                         signalled += spell("val_changed %zu %g %d\n", Controller_model::frequency,
+                         signalled += spell("val_changed %zu %g %d\n", Daemon_model::frequency,
                                             value, timeout);
                      });
     QObject::connect(object<Ignition_interface>(Device_object::ignition),
@@ -135,9 +135,9 @@ void World::compare_inputs()
         output->is_enabled(enabled);
         require(on == model.outputs[i].on && enabled == model.outputs[i].enabled, "digital output");
     }
-    for (std::size_t i = 0; i < Controller_model::input_count; ++i) {
+    for (std::size_t i = 0; i < Daemon_model::input_count; ++i) {
         double value = 0;
-        if (i == Controller_model::frequency)
+        if (i == Daemon_model::frequency)
             object<Frequency_input_interface>(Device_object::frequency_input_0)->get_value(value);
         else
             analog(i)->get_value(value);
@@ -199,7 +199,7 @@ void World::compare()
 void set_hysteresis(World& world, std::size_t input, double value)
 {
     world.model.inputs[input].hysteresis = value;
-    if (input == Controller_model::frequency)
+    if (input == Daemon_model::frequency)
         world.object<Frequency_input_interface>(Device_object::frequency_input_0)
             ->set_hysteresis(value);
     else
@@ -208,7 +208,7 @@ void set_hysteresis(World& world, std::size_t input, double value)
 
 void set_limits(World& world, std::size_t input, double minimum, double maximum)
 {
-    if (input == Controller_model::frequency)
+    if (input == Daemon_model::frequency)
         return;
     world.model.inputs[input].minimum = minimum;
     world.model.inputs[input].maximum = maximum;
@@ -216,7 +216,7 @@ void set_limits(World& world, std::size_t input, double minimum, double maximum)
     world.analog(input)->set_max_value(maximum);
 }
 
-void receive(World& world, const Controller_model::Message& message)
+void receive(World& world, const Daemon_model::Message& message)
 {
     const std::uint8_t nothing = 0;
     world.daemon->handle_packet(message.empty() ? &nothing : message.data(),
@@ -227,14 +227,14 @@ void receive(World& world, const Controller_model::Message& message)
 /// Brings everything to the same state, so that an input does the same after any other.
 void rest(World& world)
 {
-    for (std::size_t i = 0; i < Controller_model::input_count; ++i) {
+    for (std::size_t i = 0; i < Daemon_model::input_count; ++i) {
         set_limits(world, i, -1000000.0, 1000000.0);
         set_hysteresis(world, i, -1);
     }
     for (const int id : {0x06, 0x10, 0x12, 0x16, 0x1a, 0x22, 0x24, 0x28, 0x2e, 0x32, 0x36, 0x3e})
         receive(world, {static_cast<std::uint8_t>(id), 0, 0, 0, 0, 0, 0, 0});
     receive(world, {0x34, 0, 0x55});
-    for (std::size_t i = 0; i < Controller_model::input_count; ++i)
+    for (std::size_t i = 0; i < Daemon_model::input_count; ++i)
         set_hysteresis(world, i, 1000000.0);
 }
 
@@ -269,7 +269,7 @@ void step(World& world, Choices& choices)
     static const std::uint8_t ids[] = {0x02, 0x06, 0x10, 0x12, 0x16, 0x1a, 0x1c, 0x1e, 0x20, 0x22,
                                        0x24, 0x28, 0x2a, 0x2e, 0x32, 0x34, 0x36, 0x3e, 0x40, 0x00};
     const unsigned int kind = choices.byte();
-    const std::size_t input = kind % Controller_model::input_count;
+    const std::size_t input = kind % Daemon_model::input_count;
     if (kind >= 0xF0) {
         const double minimum = number(choices);
         set_limits(world, input, minimum, number(choices));
@@ -279,7 +279,7 @@ void step(World& world, Choices& choices)
         set_hysteresis(world, input, number(choices));
         return;
     }
-    Controller_model::Message message;
+    Daemon_model::Message message;
     const unsigned int length = kind < 0xA0 ? 8 : kind % 13;
     const unsigned int id = kind % std::size(ids);
     for (unsigned int i = 0; i < length; ++i)

@@ -7,7 +7,7 @@
 
 /// What the objects on the bus hold, print, log and signal after messages of the controller: the
 /// catalogue of messages once more, written without the program's tables.
-class Controller_model {
+class Daemon_model {
 public:
     /// One input with a change threshold; the limits never matter to the frequency.
     struct Input {

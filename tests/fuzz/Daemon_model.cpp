@@ -1,4 +1,4 @@
-#include "Controller_model.h"
+#include "Daemon_model.h"
 
 #include <algorithm>
 #include <cmath>
@@ -7,7 +7,7 @@
 
 namespace {
 
-int word(const Controller_model::Message& message, std::size_t at)
+int word(const Daemon_model::Message& message, std::size_t at)
 {
     return message[at] * 256 + message[at + 1];
 }
@@ -29,7 +29,7 @@ std::string spell(const char* format, ...)
     return text;
 }
 
-void Controller_model::receive(const Message& message)
+void Daemon_model::receive(const Message& message)
 {
     if (message.empty()) {
         printed += "Unhandled message default\n";
@@ -42,7 +42,7 @@ void Controller_model::receive(const Message& message)
         printed += spell("Unknown message %02x\n", message[0]);
 }
 
-bool Controller_model::is_routed(const Message& message)
+bool Daemon_model::is_routed(const Message& message)
 {
     static const std::array<std::uint8_t, 19> ids = {0x02, 0x06, 0x10, 0x12, 0x16, 0x1a, 0x1c,
                                                      0x1e, 0x20, 0x22, 0x24, 0x28, 0x2a, 0x2e,
@@ -50,7 +50,7 @@ bool Controller_model::is_routed(const Message& message)
     return std::find(ids.begin(), ids.end(), message[0]) != ids.end();
 }
 
-bool Controller_model::is_accepted(const Message& message)
+bool Daemon_model::is_accepted(const Message& message)
 {
     switch (message[0]) {
     case 0x02:
@@ -120,7 +120,7 @@ bool Controller_model::is_accepted(const Message& message)
 }
 
 /// A dump of all bytes; the label and the reading around it depend on the identifier.
-void Controller_model::print_bytes(const char* format, const Message& message, std::size_t count)
+void Daemon_model::print_bytes(const char* format, const Message& message, std::size_t count)
 {
     const bool raw = message[0] == 0x1e || message[0] == 0x20;
     if (message[0] == 0x10 || message[0] == 0x06)
@@ -141,7 +141,7 @@ void Controller_model::print_bytes(const char* format, const Message& message, s
     printed += raw ? spell(": %.3f\n", word(message, 1) * 0.001) : "\n";
 }
 
-bool Controller_model::digital(const Message& message)
+bool Daemon_model::digital(const Message& message)
 {
     if (!is_long_enough(message, 2))
         return false;
@@ -158,7 +158,7 @@ bool Controller_model::digital(const Message& message)
     return true;
 }
 
-bool Controller_model::digest(const Message& message)
+bool Daemon_model::digest(const Message& message)
 {
     if (message.size() < 6)
         return false;
@@ -170,7 +170,7 @@ bool Controller_model::digest(const Message& message)
     return is_long_enough(message, 8) && update(frequency, word(message, 6));
 }
 
-bool Controller_model::voltages(const Message& message, std::size_t first)
+bool Daemon_model::voltages(const Message& message, std::size_t first)
 {
     for (std::size_t i = 0; i < 3; ++i) {
         if (!is_long_enough(message, 3 + 2 * i))
@@ -180,7 +180,7 @@ bool Controller_model::voltages(const Message& message, std::size_t first)
     return true;
 }
 
-bool Controller_model::temperatures(const Message& message)
+bool Daemon_model::temperatures(const Message& message)
 {
     for (std::size_t i = 0; i < 6; ++i) {
         if (!is_long_enough(message, 2 + i))
@@ -190,7 +190,7 @@ bool Controller_model::temperatures(const Message& message)
     return true;
 }
 
-bool Controller_model::versions(const Message& message)
+bool Daemon_model::versions(const Message& message)
 {
     if (message[0] == 0x12) {
         if (!is_long_enough(message, 2))
@@ -212,7 +212,7 @@ bool Controller_model::versions(const Message& message)
     return true;
 }
 
-bool Controller_model::output_report(const Message& message)
+bool Daemon_model::output_report(const Message& message)
 {
     if (message.size() < 3)
         return false;
@@ -227,7 +227,7 @@ bool Controller_model::output_report(const Message& message)
     return true;
 }
 
-bool Controller_model::backlight(const Message& message)
+bool Daemon_model::backlight(const Message& message)
 {
     if (!is_long_enough(message, 8))
         return false;
@@ -239,7 +239,7 @@ bool Controller_model::backlight(const Message& message)
     return true;
 }
 
-void Controller_model::ignition(const Message& message)
+void Daemon_model::ignition(const Message& message)
 {
     if (!is_long_enough(message, 5))
         return;
@@ -250,7 +250,7 @@ void Controller_model::ignition(const Message& message)
     ignition_on = on;
 }
 
-bool Controller_model::update(std::size_t number, double value)
+bool Daemon_model::update(std::size_t number, double value)
 {
     Input& input = inputs[number];
     const bool limited = number != frequency;
@@ -281,13 +281,13 @@ bool Controller_model::update(std::size_t number, double value)
     return true;
 }
 
-bool Controller_model::refuse(const Message& message)
+bool Daemon_model::refuse(const Message& message)
 {
     errors += spell("Unhandled id=%d len=%zu\n", message[0], message.size());
     return false;
 }
 
-bool Controller_model::is_long_enough(const Message& message, std::size_t size)
+bool Daemon_model::is_long_enough(const Message& message, std::size_t size)
 {
     return message.size() >= size || refuse(message);
 }

@@ -1,5 +1,6 @@
 // What start-up publishes, prints and sends, compared with golden files.
 
+#include "Expected_objects.h"
 #include "Terminal.h"
 
 #include <QDomDocument>
@@ -119,11 +120,11 @@ private:
             QStringLiteral("  Slot:   _q_reregisterTimers(void*)"),
         };
         QStringList lines;
-        for (const QString& object : golden("objects.txt")) {
-            const QStringList words = object.split(QLatin1Char(' '));
-            lines += QStringLiteral("Path: /com/quorin/system/") + words[0];
-            lines += QStringLiteral("  Class:   ") + words[1];
-            lines += infos[words[1]] + inherited + methods[words[1]];
+        for (const Expected_object& object : expected_objects) {
+            const QString class_name = QString::fromLatin1(object.class_name);
+            lines += QStringLiteral("Path: /com/quorin/system/") + QLatin1String(object.path);
+            lines += QStringLiteral("  Class:   ") + class_name;
+            lines += infos[class_name] + inherited + methods[class_name];
         }
         return lines;
     }
@@ -159,8 +160,8 @@ private Q_SLOTS:
     void every_object_is_at_its_path()
     {
         QStringList expected;
-        for (const QString& object : golden("objects.txt"))
-            expected.append(object.section(QLatin1Char(' '), 0, 0));
+        for (const Expected_object& object : expected_objects)
+            expected.append(QString::fromLatin1(object.path));
         QCOMPARE(expected.size(), 74);
         QStringList found = published_paths(QStringLiteral("/com/quorin/system"));
         found.sort();
@@ -186,13 +187,14 @@ private Q_SLOTS:
                 infos[0].section(QLatin1String(": "), -1);
         }
         QSet<QString> seen;
-        for (const QString& object : golden("objects.txt")) {
-            const QStringList words = object.split(QLatin1Char(' '));
-            const QDomElement root =
-                introspection(QStringLiteral("/com/quorin/system/") + words[0]).documentElement();
+        for (const Expected_object& object : expected_objects) {
+            const QString path = QStringLiteral("/com/quorin/system/") + QLatin1String(object.path);
+            const QDomElement root = introspection(path).documentElement();
             const QDomElement interface = root.firstChildElement(QStringLiteral("interface"));
             const QString name = interface.attribute(QStringLiteral("name"));
-            QCOMPARE(name, interface_of.value(words[1]));
+            QCOMPARE(path + QLatin1Char(' ') + name,
+                     path + QLatin1Char(' ') +
+                         interface_of.value(QString::fromLatin1(object.class_name)));
             QStringList expected = interfaces.value(same_as.value(name));
             QCOMPARE(interface_lines(interface), expected);
             seen.insert(name);
@@ -205,8 +207,7 @@ private Q_SLOTS:
         QStringList text = QString::fromUtf8(terminal().daemon.output()).split(QLatin1Char('\n'));
         text = text.mid(text.indexOf(QRegularExpression(QStringLiteral("^Path: .*"))));
         const QStringList expected = expected_dump();
-        for (int i = 0; i < expected.size(); ++i)
-            QCOMPARE(text.value(i), expected[i]);
+        QCOMPARE(text.mid(0, expected.size()), expected);
         QCOMPARE(text.value(expected.size()), QStringLiteral("Periodic"));
     }
 

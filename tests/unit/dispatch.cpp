@@ -3,14 +3,15 @@
 #include "Dispatch.h"
 
 #include "Captured_console.h"
+#include "Expected_objects.h"
 #include "Interface_base.h"
 #include "Test_daemon.h"
 
 namespace {
 
-/// What the objects were offered, by number, and which of them refuses.
-QList<int> offered;
-int refusing = -1;
+/// Who was offered the message, by path, and which object refuses.
+QStringList offered;
+QString refusing;
 
 /// The message that they have to be offered, as it is.
 const uchar* dispatched = nullptr;
@@ -20,8 +21,8 @@ class Recording_object : public Interface_base {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "com.quorin.system.test")
 public:
-    Recording_object(DBus_daemon* daemon, int number)
-        : Interface_base(daemon, QStringLiteral("test"), nullptr), number_(number)
+    Recording_object(DBus_daemon* daemon, QString path)
+        : Interface_base(daemon, QStringLiteral("test"), nullptr), path_(std::move(path))
     {
     }
 
@@ -29,13 +30,27 @@ public:
     {
         if (data != dispatched || len != dispatched_length)
             qFatal("another message");
-        offered.append(number_);
-        return number_ != refusing;
+        offered.append(path_);
+        return path_ != refusing;
     }
 
 private:
-    int number_;
+    QString path_;
 };
+
+/// Objects below the inputs or outputs, from one channel to another.
+QStringList channels(const char* path, int first, int last)
+{
+    QStringList paths;
+    for (int channel = first; channel <= last; ++channel)
+        paths.append(QString::fromLatin1(path) + QString::number(channel));
+    return paths;
+}
+
+QStringList one(const char* path)
+{
+    return {QString::fromLatin1(path)};
+}
 
 } // namespace
 
@@ -47,6 +62,11 @@ public:
 private:
     Test_daemon& world_;
     Device_objects objects_;
+
+    Interface_base*& object_at(const QString& path)
+    {
+        return objects_[static_cast<Device_object>(number_of(path.toLatin1().constData()))];
+    }
 
     QByteArray dispatch_hex(const QByteArray& hex)
     {
@@ -64,70 +84,75 @@ private Q_SLOTS:
     {
         for (std::size_t i = 0; i < device_object_count; ++i)
             objects_[static_cast<Device_object>(i)] =
-                new Recording_object(world_.daemon, static_cast<int>(i));
+                new Recording_object(world_.daemon, QString::fromLatin1(expected_objects[i].path));
     }
 
     void routes_data()
     {
         QTest::addColumn<int>("id");
-        QTest::addColumn<QList<int>>("chain");
-        // By the number of the object in the order of creation, from 0.
-        const QHash<int, QList<int>> chains = {
+        QTest::addColumn<bool>("known");
+        QTest::addColumn<QStringList>("chain");
+        const QStringList inputs = channels("device/io/input/digital/", 0, 3);
+        const QHash<int, QStringList> chains = {
             {0x02, {}},
-            {0x06, {51, 0, 1, 2, 3}},
-            {0x10, {0, 1, 2, 3}},
-            {0x12, {69}},
-            {0x16, {64}},
-            {0x1a, {66}},
-            {0x1c, {53}},
-            {0x1e, {4}},
-            {0x20, {23}},
-            {0x22, {6, 7, 8}},
-            {0x24, {9, 10, 11}},
-            {0x28, {12, 13, 14, 15, 16, 17}},
-            {0x2a, {18}},
-            {0x2e, {71}},
-            {0x32, {27}},
-            {0x34, {19, 20, 21, 22}},
-            {0x36, {0, 1, 2, 3, 23, 4, 5}},
-            {0x3e, {72}},
-            {0x40, {73}},
+            {0x06, one("power/ignition") + inputs},
+            {0x10, inputs},
+            {0x12, one("version/hardware")},
+            {0x16, one("version/bootloader")},
+            {0x1a, one("version/unique_device_id")},
+            {0x1c, one("power/button")},
+            {0x1e, one("device/io/input/analog/0")},
+            {0x20, one("device/io/input/ambientlight/0")},
+            {0x22, channels("device/io/input/voltage/", 0, 2)},
+            {0x24, channels("device/io/input/voltage/", 3, 5)},
+            {0x28, channels("device/io/input/temperature/", 0, 5)},
+            {0x2a, one("device/io/output/frequency/0")},
+            {0x2e, one("configuration")},
+            {0x32, one("device/display/backlight")},
+            {0x34, channels("device/io/output/digital/", 0, 3)},
+            {0x36, inputs + one("device/io/input/ambientlight/0") +
+                       one("device/io/input/analog/0") + one("device/io/input/frequency/0")},
+            {0x3e, one("oem_profile")},
+            {0x40, one("atx")},
         };
         for (int id = 0; id < 256; ++id)
-            QTest::addRow("%02x", static_cast<uint>(id)) << id << chains.value(id, {-1});
+            QTest::addRow("%02x", static_cast<uint>(id))
+                << id << chains.contains(id) << chains.value(id);
     }
     void routes()
     {
         QFETCH(int, id);
-        QFETCH(QList<int>, chain);
-        refusing = -1;
+        QFETCH(bool, known);
+        QFETCH(QStringList, chain);
+        refusing.clear();
         const QByteArray text =
             dispatch_hex(QByteArray::number(id, 16).rightJustified(2, '0') + "00000000000000");
         const QByteArray got =
             QString::asprintf("Got message %2x\n", static_cast<uint>(id)).toLatin1();
-        QVERIFY(text.startsWith(got));
-        if (chain == QList<int>{-1}) {
+        QCOMPARE(offered, chain);
+        if (!known) {
             QCOMPARE(text, got + "Unhandled message default\n");
-            QVERIFY(offered.isEmpty());
             return;
         }
-        QCOMPARE(offered, chain);
-        QVERIFY(!text.contains("Unknown") && !text.contains("Unhandled"));
+        QCOMPARE(text.left(got.size()), got);
+        QVERIFY2(!text.contains("Unknown") && !text.contains("Unhandled"), text);
         // Every object of the chain in turn refuses, or is missing.
         const int first = id == 0x06 ? 1 : 0;
         for (int at = first; at < chain.size(); ++at) {
             const QByteArray unknown =
                 QString::asprintf("Unknown message %02x\n", static_cast<uint>(id)).toLatin1();
             refusing = chain[at];
-            QVERIFY(dispatch_hex(QByteArray::number(id, 16).rightJustified(2, '0') + "0000000000")
-                        .endsWith(unknown));
+            QCOMPARE(dispatch_hex(QByteArray::number(id, 16).rightJustified(2, '0') + "0000000000")
+                         .right(unknown.size()),
+                     unknown);
             QCOMPARE(offered, chain.mid(0, at + 1));
-            refusing = -1;
-            Interface_base*& object = objects_[static_cast<Device_object>(chain[at])];
+            refusing.clear();
+            Interface_base*& object = object_at(chain[at]);
             Interface_base* const kept = object;
             object = nullptr;
-            QVERIFY(dispatch_hex(QByteArray::number(id, 16).rightJustified(2, '0') + "0000000000")
-                        .endsWith(unknown));
+            QCOMPARE(dispatch_hex(QByteArray::number(id, 16).rightJustified(2, '0') + "0000000000")
+                         .right(unknown.size()),
+                     unknown);
             QCOMPARE(offered, chain.mid(0, at));
             object = kept;
         }
@@ -136,15 +161,16 @@ private Q_SLOTS:
     void absent_or_refusing_ignition_changes_nothing_else()
     {
         const QByteArray expected = "Got message  6\nPower Res\nDINRAW: 06 01 \n";
-        refusing = 51;
+        const QStringList inputs = channels("device/io/input/digital/", 0, 3);
+        refusing = QStringLiteral("power/ignition");
         QCOMPARE(dispatch_hex("0601"), expected);
-        QCOMPARE(offered, (QList<int>{51, 0, 1, 2, 3}));
-        refusing = -1;
+        QCOMPARE(offered, one("power/ignition") + inputs);
+        refusing.clear();
         Interface_base*& ignition = objects_[Device_object::ignition];
         Interface_base* const kept = ignition;
         ignition = nullptr;
         QCOMPARE(dispatch_hex("0601"), expected);
-        QCOMPARE(offered, (QList<int>{0, 1, 2, 3}));
+        QCOMPARE(offered, inputs);
         ignition = kept;
     }
 

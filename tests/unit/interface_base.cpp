@@ -1,6 +1,7 @@
 // The common base of the objects, and the objects as the table makes them.
 
 #include "Captured_console.h"
+#include "Expected_objects.h"
 #include "Object_table.h"
 #include "Objects.h"
 #include "Power_interface.h"
@@ -11,84 +12,6 @@
 #include <QTimer>
 
 namespace {
-
-/// Every path and its class, in the order of creation, written down by hand.
-const char* const objects[][2] = {
-    {"device/io/input/digital/0", "Digital_input_interface"},
-    {"device/io/input/digital/1", "Digital_input_interface"},
-    {"device/io/input/digital/2", "Digital_input_interface"},
-    {"device/io/input/digital/3", "Digital_input_interface"},
-    {"device/io/input/analog/0", "Analog_input_interface"},
-    {"device/io/input/frequency/0", "Frequency_input_interface"},
-    {"device/io/input/voltage/0", "Voltage_input_interface"},
-    {"device/io/input/voltage/1", "Voltage_input_interface"},
-    {"device/io/input/voltage/2", "Voltage_input_interface"},
-    {"device/io/input/voltage/3", "Voltage_input_interface"},
-    {"device/io/input/voltage/4", "Voltage_input_interface"},
-    {"device/io/input/voltage/5", "Voltage_input_interface"},
-    {"device/io/input/temperature/0", "Temperature_input_interface"},
-    {"device/io/input/temperature/1", "Temperature_input_interface"},
-    {"device/io/input/temperature/2", "Temperature_input_interface"},
-    {"device/io/input/temperature/3", "Temperature_input_interface"},
-    {"device/io/input/temperature/4", "Temperature_input_interface"},
-    {"device/io/input/temperature/5", "Temperature_input_interface"},
-    {"device/io/output/frequency/0", "Radar_output_interface"},
-    {"device/io/output/digital/0", "Digital_output_interface"},
-    {"device/io/output/digital/1", "Digital_output_interface"},
-    {"device/io/output/digital/2", "Digital_output_interface"},
-    {"device/io/output/digital/3", "Digital_output_interface"},
-    {"device/io/input/ambientlight/0", "Ambientlight_input_interface"},
-    {"device/system/power", "Power_interface"},
-    {"device/lvds/power", "Power_interface"},
-    {"device/display/power", "Power_interface"},
-    {"device/display/backlight", "LCD_backlight_interface"},
-    {"device/display/backlight/power", "Power_interface"},
-    {"device/operating_voltage", "Operating_voltage_interface"},
-    {"multi_led/0", "Dimmable_interface"},
-    {"multi_led/1", "Dimmable_interface"},
-    {"multi_led/2", "Dimmable_interface"},
-    {"multi_led/3", "Dimmable_interface"},
-    {"multi_led/4", "Dimmable_interface"},
-    {"multi_led/5", "Dimmable_interface"},
-    {"multi_led/6", "Dimmable_interface"},
-    {"multi_led/7", "Dimmable_interface"},
-    {"multi_led/8", "Dimmable_interface"},
-    {"multi_led/9", "Dimmable_interface"},
-    {"multi_led/10", "Dimmable_interface"},
-    {"multi_led/11", "Dimmable_interface"},
-    {"multi_led/12", "Dimmable_interface"},
-    {"multi_led/13", "Dimmable_interface"},
-    {"multi_led/14", "Dimmable_interface"},
-    {"multi_led/15", "Dimmable_interface"},
-    {"multi_led/16", "Dimmable_interface"},
-    {"multi_led/17", "Dimmable_interface"},
-    {"multi_led/18", "Dimmable_interface"},
-    {"multi_led/19", "Dimmable_interface"},
-    {"device/buzzer", "Buzzer_interface"},
-    {"power/ignition", "Ignition_interface"},
-    {"power/lock", "Lock_interface"},
-    {"power/button", "Power_button_interface"},
-    {"device/can/0/power", "Power_interface"},
-    {"device/can/1/power", "Power_interface"},
-    {"device/can/2/power", "Power_interface"},
-    {"device/can/3/power", "Power_interface"},
-    {"device/eth/power", "Power_interface"},
-    {"device/video/power", "Power_interface"},
-    {"device/camera/power", "Power_interface"},
-    {"device/uart/power", "Power_interface"},
-    {"device/usb/power", "Power_interface"},
-    {"device/camera", "Camera_interface"},
-    {"version/bootloader", "PC_version_interface"},
-    {"version/kernel", "Cmd_version_interface"},
-    {"version/unique_device_id", "UID_version_interface"},
-    {"version/serial_number", "Cmd_version_interface"},
-    {"version/customer_part_number", "Cmd_version_interface"},
-    {"version/hardware", "HW_version_interface"},
-    {"media", "Media_interface"},
-    {"configuration", "Configuration_interface"},
-    {"oem_profile", "OEMprofile_interface"},
-    {"atx", "ATX_interface"},
-};
 
 /// Overrides nothing of the base.
 class Plain_object : public Interface_base {
@@ -194,17 +117,21 @@ private Q_SLOTS:
     {
         Captured_descriptor output(STDOUT_FILENO);
         create_objects(world_.daemon);
-        QCOMPARE(std::size(objects), std::size_t{74});
+        QCOMPARE(std::size(expected_objects), std::size_t{74});
         QCOMPARE(device_object_count, std::size_t{74});
-        for (std::size_t i = 0; i < std::size(objects); ++i) {
+        QList<QByteArray> made;
+        QList<QByteArray> expected;
+        for (std::size_t i = 0; i < device_object_count; ++i) {
             const Interface_base* object = world_.daemon->devices()[static_cast<Device_object>(i)];
-            QVERIFY(object != nullptr);
+            QVERIFY2(object != nullptr, expected_objects[i].path);
             Captured_descriptor dump(STDOUT_FILENO);
             object->dump_interface();
-            const QByteArray expected = QByteArray("Path: /com/quorin/system/") + objects[i][0] +
-                                        "\n  Class:   " + objects[i][1] + "\n";
-            QCOMPARE(dump.text().left(expected.size()), expected);
+            const QList<QByteArray> lines = dump.text().split('\n');
+            made.append(lines.value(0) + lines.value(1));
+            expected.append(QByteArray("Path: /com/quorin/system/") + expected_objects[i].path +
+                            "  Class:   " + expected_objects[i].class_name);
         }
+        QCOMPARE(made, expected);
     }
 
     /// Which object a name reaches is seen by switching it on alone.
@@ -214,17 +141,24 @@ private Q_SLOTS:
         const Captured_descriptor errors(STDERR_FILENO);
         create_objects(world_.daemon);
         auto& devices = world_.daemon->devices();
-        const auto offer_to = [&devices](std::size_t object, const QByteArray& hex) {
-            return offer(*devices[static_cast<Device_object>(object)], hex);
+        const auto offer_to = [&devices](const QByteArray& kind, int channel,
+                                         const QByteArray& hex) {
+            const QByteArray path = "device/io/input/" + kind + '/' + QByteArray::number(channel);
+            return offer(*devices[static_cast<Device_object>(number_of(path.constData()))], hex);
         };
         // Each takes the message that is just long enough for its channel, and none shorter.
         const QByteArray message = "00000000000000";
         for (int channel = 0; channel < 6; ++channel) {
-            const auto at = static_cast<std::size_t>(channel);
-            QVERIFY(offer_to(12 + at, "28" + message.left(2 * channel + 2)));
-            QVERIFY(!offer_to(12 + at, "28" + message.left(2 * channel)));
-            QVERIFY(offer_to(6 + at, "22" + message.left(4 * (channel % 3) + 4)));
-            QVERIFY(!offer_to(6 + at, "22" + message.left(4 * (channel % 3) + 2)));
+            const QByteArray name = "channel " + QByteArray::number(channel);
+            const int temperature = 2 * channel + 2;
+            const int voltage = 4 * (channel % 3) + 4;
+            const auto takes = [&](const char* kind, const char* id, int digits) {
+                return offer_to(kind, channel, id + message.left(digits));
+            };
+            QVERIFY2(takes("temperature", "28", temperature), name);
+            QVERIFY2(!takes("temperature", "28", temperature - 2), name);
+            QVERIFY2(takes("voltage", "22", voltage), name);
+            QVERIFY2(!takes("voltage", "22", voltage - 2), name);
         }
         for (std::size_t channel = 0; channel < 4; ++channel) {
             auto* input = devices[static_cast<Device_object>(channel)];
@@ -239,12 +173,13 @@ private Q_SLOTS:
     {
         const Captured_descriptor output(STDOUT_FILENO);
         create_objects(world_.daemon);
-        QVector<std::size_t> created;
-        QVector<std::size_t> deleted;
+        QStringList created;
+        QStringList deleted;
         for (std::size_t i = 0; i < device_object_count; ++i) {
+            const QString path = QString::fromLatin1(expected_objects[i].path);
             connect(world_.daemon->devices()[static_cast<Device_object>(i)], &QObject::destroyed,
-                    this, [&deleted, i] { deleted.append(i); });
-            created.append(i);
+                    this, [&deleted, path] { deleted.append(path); });
+            created.append(path);
         }
         world_.daemon->handle_quit();
         QCOMPARE(deleted, created);
@@ -256,7 +191,8 @@ private Q_SLOTS:
         create_objects(world_.daemon);
         world_.daemon->handle_quit();
         for (std::size_t i = 0; i < device_object_count; ++i)
-            QVERIFY(world_.daemon->devices()[static_cast<Device_object>(i)] == nullptr);
+            QVERIFY2(world_.daemon->devices()[static_cast<Device_object>(i)] == nullptr,
+                     expected_objects[i].path);
         world_.daemon->handle_quit(); // nothing is left
         const uchar late[8] = {0x36};
         world_.daemon->handle_packet(late, sizeof late);

@@ -11,7 +11,8 @@ namespace {
 
 QStringList documents()
 {
-    QStringList names = {QStringLiteral("README.md"), QStringLiteral("CHANGELOG.md")};
+    QStringList names = {QStringLiteral("README.md"), QStringLiteral("CHANGELOG.md"),
+                         QStringLiteral("CONTRIBUTING.md")};
     for (const QString& name :
          QDir(source_path(QStringLiteral("docs"))).entryList({QStringLiteral("*.md")}))
         names.append(QStringLiteral("docs/") + name);

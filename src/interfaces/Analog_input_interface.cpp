@@ -3,8 +3,6 @@
 #include "Console.h"
 #include "Named_field.h"
 
-#include <cmath>
-
 namespace {
 
 constexpr U16_field digest_analog = {Message_id::digest, "analog"};
@@ -33,22 +31,22 @@ bool Analog_input_interface::handle_message(const uchar* data, uint len)
 
 void Analog_input_interface::handle_timeout()
 {
-    Q_EMIT val_changed(value_, true);
+    Q_EMIT val_changed(number_.value(), true);
 }
 
 void Analog_input_interface::get_value(double& val)
 {
-    val = value_;
+    val = number_.value();
 }
 
 void Analog_input_interface::set_hysteresis(double val)
 {
-    hysteresis_ = val;
+    number_.set_hysteresis(val);
 }
 
 void Analog_input_interface::get_hysteresis(double& val)
 {
-    val = hysteresis_;
+    val = number_.hysteresis();
 }
 
 void Analog_input_interface::set_max_value(double val)
@@ -73,21 +71,20 @@ void Analog_input_interface::get_min_value(double& val)
 
 void Analog_input_interface::set_time_out(uint val)
 {
-    time_out_.set(val, this, &Analog_input_interface::handle_timeout);
+    number_.set_time_out(val, this, &Analog_input_interface::handle_timeout);
 }
 
 void Analog_input_interface::get_time_out(uint& val)
 {
-    val = time_out_.period();
+    val = number_.time_out();
 }
 
 bool Analog_input_interface::update(double value)
 {
-    Console::err() << "Updated val=" << value;
+    Reported_number::begin_update(value);
     check_minimum(value);
     check_maximum(value);
-    check_change(value);
-    value_ = value;
+    number_.end_update(value, [this, value] { Q_EMIT val_changed(value, false); });
     return true;
 }
 
@@ -104,7 +101,7 @@ void Analog_input_interface::check_minimum(double value)
             Q_EMIT min_pass(value);
         Console::err() << " min=" << int{!below_min_};
         below_min_ = true;
-    } else if (value > min_value_ + hysteresis_) {
+    } else if (value > min_value_ + number_.hysteresis()) {
         below_min_ = false;
     }
 }
@@ -116,20 +113,7 @@ void Analog_input_interface::check_maximum(double value)
             Q_EMIT max_pass(value);
         Console::err() << " max=" << int{!above_max_};
         above_max_ = true;
-    } else if (max_value_ - hysteresis_ > value) {
+    } else if (max_value_ - number_.hysteresis() > value) {
         above_max_ = false;
     }
-}
-
-void Analog_input_interface::check_change(double value)
-{
-    if (std::fabs(reported_ - value) > hysteresis_) {
-        Console::err() << " Changed";
-        Q_EMIT val_changed(value, false);
-        reported_ = value;
-        time_out_.restart();
-    } else {
-        Console::err() << " !Changed";
-    }
-    Console::err() << "\n";
 }

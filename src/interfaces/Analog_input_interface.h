@@ -2,7 +2,7 @@
 
 #include "Interface_base.h"
 #include "Object_kind.h"
-#include "Report_timer.h"
+#include "Reported_number.h"
 
 /// Analog input 0 of the controller, at "device/io/input/analog/0", and the base of the inputs
 /// that report a number in the same way.
@@ -57,14 +57,10 @@ protected:
 private:
     void check_minimum(double value);
     void check_maximum(double value);
-    void check_change(double value);
 
-    double value_ = no_reading;
-    double reported_ = no_reading;
-    double hysteresis_ = start_hysteresis;
+    Reported_number number_;
     double min_value_ = start_min_value;
     bool below_min_ = false; ///< reported
     double max_value_ = start_max_value;
     bool above_max_ = false; ///< reported
-    Report_timer time_out_;
 };

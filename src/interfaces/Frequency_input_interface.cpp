@@ -1,9 +1,6 @@
 #include "Frequency_input_interface.h"
 
-#include "Console.h"
 #include "Named_field.h"
-
-#include <cmath>
 
 namespace {
 
@@ -23,51 +20,38 @@ bool Frequency_input_interface::handle_message(const uchar* data, uint len)
     const auto frequency = digest_frequency.read(data, len);
     if (!frequency)
         return refuse(data, len);
-    update(*frequency);
+    const double value = *frequency;
+    Reported_number::begin_update(value);
+    number_.end_update(value, [this, value] { Q_EMIT val_changed(value, false); });
     return true;
 }
 
 void Frequency_input_interface::handle_timeout()
 {
-    Q_EMIT val_changed(value_, true);
+    Q_EMIT val_changed(number_.value(), true);
 }
 
 void Frequency_input_interface::get_value(double& val)
 {
-    val = value_;
+    val = number_.value();
 }
 
 void Frequency_input_interface::set_hysteresis(double val)
 {
-    hysteresis_ = val;
+    number_.set_hysteresis(val);
 }
 
 void Frequency_input_interface::get_hysteresis(double& val)
 {
-    val = hysteresis_;
+    val = number_.hysteresis();
 }
 
 void Frequency_input_interface::set_time_out(uint val)
 {
-    time_out_.set(val, this, &Frequency_input_interface::handle_timeout);
+    number_.set_time_out(val, this, &Frequency_input_interface::handle_timeout);
 }
 
 void Frequency_input_interface::get_time_out(uint& val)
 {
-    val = time_out_.period();
-}
-
-void Frequency_input_interface::update(double value)
-{
-    Console::err() << "Updated val=" << value;
-    if (std::fabs(reported_ - value) > hysteresis_) {
-        Console::err() << " Changed";
-        Q_EMIT val_changed(value, false);
-        reported_ = value;
-        time_out_.restart();
-    } else {
-        Console::err() << " !Changed";
-    }
-    Console::err() << "\n";
-    value_ = value;
+    val = number_.time_out();
 }

@@ -1,8 +1,7 @@
 #pragma once
 
 #include "Interface_base.h"
-#include "Object_kind.h"
-#include "Report_timer.h"
+#include "Reported_number.h"
 
 /// Frequency input 0 of the controller, at "device/io/input/frequency/0".
 ///
@@ -33,10 +32,5 @@ Q_SIGNALS:
     void val_changed(double val, bool timeout);
 
 private:
-    void update(double value);
-
-    double value_ = no_reading;
-    double reported_ = no_reading;
-    double hysteresis_ = start_hysteresis;
-    Report_timer time_out_;
+    Reported_number number_;
 };

@@ -8,11 +8,16 @@ namespace {
 
 constexpr int patience_ms = 30000;
 constexpr int look_again_ms = 20;
-constexpr qint64 most_printed = 16 * 1024 * 1024; ///< bytes; more than one call could return
+QString failed()
+{
+    return QStringLiteral("failed to run cmd\n");
+}
 
+/// What is not UTF-8 takes more bytes as text.
 QString text_up_to_nul(const QByteArray& bytes)
 {
-    return QString::fromUtf8(bytes.constData());
+    const QString text = QString::fromUtf8(bytes.constData());
+    return text.toUtf8().size() > Cmd_version_interface::most_bytes ? failed() : text;
 }
 
 /// Never deleted: deleting one whose command does not end would wait for it.
@@ -24,24 +29,26 @@ QProcess* start_process(const QString& command)
     return process;
 }
 
-qint64 printed_by(QProcess& process)
+bool has_printed_too_much(QProcess& process)
 {
-    process.setReadChannel(QProcess::StandardError);
-    const qint64 errors = process.bytesAvailable();
-    process.setReadChannel(QProcess::StandardOutput);
-    return errors + process.bytesAvailable();
+    for (const auto channel : {QProcess::StandardError, QProcess::StandardOutput}) {
+        process.setReadChannel(channel);
+        if (process.bytesAvailable() > Cmd_version_interface::most_bytes)
+            return true;
+    }
+    return false;
 }
 
-/// Waits for the command's end; whether it comes, before too much text does.
+/// Waits for the command's end, or for too much text. Whether there is an end and not too much.
 bool wait_for_end(QProcess& process)
 {
     const QDeadlineTimer deadline(patience_ms);
     while (!process.waitForFinished(look_again_ms)) {
         if (process.state() == QProcess::NotRunning || deadline.hasExpired() ||
-            printed_by(process) > most_printed)
+            has_printed_too_much(process))
             return false;
     }
-    return true;
+    return !has_printed_too_much(process);
 }
 
 QString text_of(QProcess& process)
@@ -53,7 +60,7 @@ QString text_of(QProcess& process)
         process.closeReadChannel(QProcess::StandardError);
         process.readAllStandardOutput();
         process.readAllStandardError();
-        return QStringLiteral("failed to run cmd\n");
+        return failed();
     }
     const QByteArray output = process.readAllStandardOutput();
     const QByteArray errors = process.readAllStandardError();

@@ -8,6 +8,8 @@ step_seconds=()
 # A compiler cache, where there is one.
 if command -v ccache >/dev/null; then
     export CMAKE_C_COMPILER_LAUNCHER=ccache CMAKE_CXX_COMPILER_LAUNCHER=ccache
+    # Without, it compiles anew what has a precompiled header.
+    export CCACHE_SLOPPINESS=${CCACHE_SLOPPINESS:-pch_defines,time_macros}
 fi
 
 # attempt NAME COMMAND...: leaves in $status how it ended. Not to be called in a condition, where

@@ -67,6 +67,32 @@ def check_options(program: Path, page: Path, further: set[str]) -> None:
            f"{page.name} and --help differ in: {sorted(of_program ^ of_page)}")
 
 
+def check_commands(program: Path, page: Path) -> None:
+    """Commands and their arguments, and the names of the inputs, which --help has as well."""
+    usage = run(str(program), "--help").stdout
+    of_program = set(re.findall(r"^  ([a-z0-9-]+(?: [^ ]+)*?)(?:  +|$)",
+                                usage.partition("\nCommands (")[2].partition("\n\n")[0], re.MULTILINE))
+    text = page.read_text().replace("\\*(Ba", "|").partition(".Ss Commands")[2]
+    commands, _, inputs = text.partition(".Ss Inputs")
+    of_page = {f"{name} {arguments}".strip() for name, arguments in
+               re.findall(r"^\.It (?:Fl -|Ic )([a-z0-9-]+)(?: Ar (.*))?$", commands, re.MULTILINE)}
+    expect(len(of_program) > 2 and of_program == of_page,
+           f"{page.name} and --help differ in the commands: {sorted(of_program ^ of_page)}")
+    for name in re.findall(r"^  ([a-z]+)0? ", usage.partition("\nInputs,")[2].partition("\n\n")[0],
+                           re.MULTILINE):
+        expect(name in inputs, f"{page.name} has no input {name}")
+
+
+def check_statuses(program: Path, page: Path) -> None:
+    usage = run(str(program), "--help").stdout
+    of_program = re.findall(r"(?:^|[,;:.]\s+)(\d) ", usage.rpartition("Exit status")[2]
+                            .partition("\n\n")[0])
+    of_page = re.findall(r"^\.It (\d)$", page.read_text().partition(".Sh EXIT STATUS")[2],
+                         re.MULTILINE)
+    expect(len(of_program) > 2 and of_program == of_page,
+           f"{page.name} has the statuses {of_page}, --help {of_program}")
+
+
 def check_example(checker: Path, page: Path, option: str) -> None:
     example = re.search(r"^\.Bd -literal\n(<.*?)^\.Ed", page.read_text(),
                         re.MULTILINE | re.DOTALL)
@@ -85,6 +111,8 @@ def main() -> None:
         check_form(page)
     for tool in TOOLS:
         check_options(programs / tool, PAGES / f"{tool}.1", set())
+        check_statuses(programs / tool, PAGES / f"{tool}.1")
+    check_commands(programs / "dov-controller", PAGES / "dov-controller.1")
     for tool, verbs in VERBS.items():
         of_verbs = set().union(*(options_of_program(programs / tool, verb) for verb in verbs))
         check_options(programs / tool, PAGES / f"{tool}.1", of_verbs)

@@ -64,13 +64,15 @@ bool Packet_serial_interface::write_packet(const unsigned char* payload, uint le
 
 uint Packet_serial_interface::read_packet(unsigned char* buf, uint size)
 {
+    begin_looking();
     while (!turn_is_over()) {
-        const View view = look(Frame::max_size);
+        View view = look(Frame::max_size);
         if (view.size < least_head)
             return 0;
         if (const int garbage = garbage_in_front(view.bytes, view.size); garbage > 0) {
-            drop(garbage);
-            continue;
+            view = drop(view, garbage);
+            if (view.size < Frame::max_size)
+                continue; // more may have arrived
         }
         const int visible = std::min(view.size, Frame::max_size);
         const uint length = packet_length(head_of(view.bytes, visible));
@@ -78,11 +80,11 @@ uint Packet_serial_interface::read_packet(unsigned char* buf, uint size)
             return 0;
         check_addresses(view.bytes);
         if (Frame::has_right_checksum(view.bytes, length)) {
-            take_payload(view.bytes, length, buf, size);
+            take_payload(view, length, buf, size);
             return length;
         }
         Console::out() << "Checksum failed";
-        drop(1);
+        drop(view, 1);
     }
     return 0;
 }
@@ -120,10 +122,10 @@ void Packet_serial_interface::check_addresses(const uchar* frame) const
     show_address(out, Frame::host_address) << '\n';
 }
 
-void Packet_serial_interface::take_payload(const uchar* frame, uint length, uchar* buf, uint size)
+void Packet_serial_interface::take_payload(const View& frame, uint length, uchar* buf, uint size)
 {
-    std::copy_n(frame + Frame::payload_at, std::min(length, size), buf);
+    std::copy_n(frame.bytes + Frame::payload_at, std::min(length, size), buf);
     for (uint surplus = length - std::min(length, size); surplus > 0; --surplus)
         Console::out().format("User didn't supply a big enough buffer %u\n", surplus);
-    drop(static_cast<int>(length) + Frame::overhead);
+    drop(frame, static_cast<int>(length) + Frame::overhead);
 }

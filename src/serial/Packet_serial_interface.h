@@ -46,7 +46,7 @@ public Q_SLOTS:
 private:
     const QByteArray& head_of(const uchar* bytes, int size);
     void check_addresses(const uchar* frame) const;
-    void take_payload(const uchar* frame, uint length, uchar* buf, uint size);
+    void take_payload(const View& frame, uint length, uchar* buf, uint size);
 
     QByteArray head_; ///< for packet_length()
 };

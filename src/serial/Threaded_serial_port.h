@@ -73,32 +73,35 @@ protected:
     /// Appends to what the writer writes; always `len`.
     qint64 writeData(const char* data, qint64 len) override;
 
-    /// The bytes that come next, where they wait: valid until anything else is called here.
+    /// The bytes that come next, where they wait: valid until anything but drop() is called here.
     struct View {
         const uchar* bytes;
         int size;
     };
 
+    /// To be called before look(), and again when the port has been read in another way.
+    void begin_looking() { looks_above_ = is_buffered_above(); }
+
     /// Looks at what comes next and leaves it there: at least `wanted` bytes, or all that have
     /// arrived. As peek(), but in place while QIODevice has no bytes of its own.
     View look(int wanted)
     {
-        looked_above_ = is_buffered_above();
-        if (looked_above_)
+        if (looks_above_)
             return look_above(wanted);
         if (waiting() < wanted)
             take_arrived();
         return {reinterpret_cast<const uchar*>(block_.constData()) + consumed_, waiting()};
     }
 
-    /// Drops the next `count` bytes, which look() has shown.
-    void drop(int count)
+    /// Drops the first `count` bytes of a view, and returns what is left of it.
+    View drop(const View& view, int count)
     {
         turn_left_ -= count;
-        if (looked_above_)
+        if (looks_above_)
             skip(count);
         else
             consumed_ += count;
+        return {view.bytes + count, view.size - count};
     }
 
     /// Whether `turn` bytes have been dropped since readyRead() was emitted, while it is. A
@@ -127,7 +130,7 @@ private:
     QMutex written_mutex_;
     QByteArray peeked_; ///< a copy of what QIODevice has
     QByteArray block_;  ///< taken from the reader
-    bool looked_above_ = false;
+    bool looks_above_ = false;
     int consumed_ = 0; ///< bytes at the front of the block that are done with
     qint64 turn_left_ = no_turn;
 };

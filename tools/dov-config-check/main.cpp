@@ -1,8 +1,8 @@
 #include "Findings.h"
 #include "Paths.h"
 #include "Report.h"
+#include "Tool_command_line.h"
 
-#include <QCommandLineParser>
 #include <QCoreApplication>
 
 #include <cstdio>
@@ -12,8 +12,7 @@
 
 namespace {
 
-constexpr int output_failed = 1;
-constexpr int usage_error = 2;
+const QString tool = QStringLiteral("dov-config-check");
 
 const char* const description =
     R"(Says what dov-dbus will do with its configuration files, before it does.
@@ -62,10 +61,13 @@ bool print(const QByteArray& text, std::FILE* stream)
     return std::fwrite(text.constData(), 1, size, stream) == size && std::fflush(stream) == 0;
 }
 
-int refuse(const QString& reason)
+Tool_option file_option(const char* name, const char* meaning, QString& path)
 {
-    print(QStringLiteral("dov-config-check: %1\n").arg(reason).toLocal8Bit(), stderr);
-    return usage_error;
+    return {QString::fromLatin1(name), QStringLiteral("file"), QString::fromLatin1(meaning),
+            [&path](const QString& value) {
+                path = value;
+                return QString();
+            }};
 }
 
 } // namespace
@@ -73,36 +75,25 @@ int refuse(const QString& reason)
 int main(int argc, char** argv)
 {
     const QCoreApplication application(argc, argv);
-    QCoreApplication::setApplicationName(QStringLiteral("dov-config-check"));
-    QCoreApplication::setApplicationVersion(QStringLiteral(DOV_VERSION));
-    QCommandLineParser parser;
-    parser.setApplicationDescription(QLatin1String(description));
-    // Not Qt's own, which brings an option for options that only programs with windows have.
-    const QCommandLineOption help({QStringLiteral("h"), QStringLiteral("help")},
-                                  QStringLiteral("Prints this help."));
-    const QCommandLineOption version({QStringLiteral("v"), QStringLiteral("version")},
-                                     QStringLiteral("Prints the version."));
-    parser.addOptions({help, version});
-    const QCommandLineOption json(QStringLiteral("json"), QStringLiteral("Print JSON."));
-    const QCommandLineOption power(QStringLiteral("power"),
-                                   QStringLiteral("The power configuration."),
-                                   QStringLiteral("file"), QLatin1String(paths().power_config));
-    const QCommandLineOption oem(QStringLiteral("oem"), QStringLiteral("The OEM profile."),
-                                 QStringLiteral("file"), QLatin1String(paths().oem_profile));
-    parser.addOptions({json, power, oem});
-    if (!parser.parse(QCoreApplication::arguments()))
-        return refuse(parser.errorText());
-    if (!parser.positionalArguments().isEmpty())
-        return refuse(QStringLiteral("not an option: ") + parser.positionalArguments().first());
-    if (parser.isSet(help))
-        return print(parser.helpText().toLocal8Bit(), stdout) ? 0 : output_failed;
-    if (parser.isSet(version))
-        return print("dov-config-check " DOV_VERSION "\n", stdout) ? 0 : output_failed;
+    QString power = QLatin1String(paths().power_config);
+    QString oem = QLatin1String(paths().oem_profile);
+    bool json = false;
+    Tool_command_line line(tool, QLatin1String(description));
+    line.add(
+        {QStringLiteral("json"), QString(), QStringLiteral("Print JSON."), [&json](const QString&) {
+             json = true;
+             return QString();
+         }});
+    line.add(file_option("power", "The power configuration.", power));
+    line.add(file_option("oem", "The OEM profile.", oem));
+    const Tool_request request = line.parse(QCoreApplication::arguments());
+    if (!request.runs())
+        return leave(tool, request);
 
-    const Findings findings = check_quietly(parser.value(power), parser.value(oem));
+    const Findings findings = check_quietly(power, oem);
     const QByteArray text =
-        parser.isSet(json) ? as_json(findings) : as_text(findings, isatty(STDOUT_FILENO) != 0);
+        json ? as_json(findings) : as_text(findings, isatty(STDOUT_FILENO) != 0);
     if (!print(text, stdout))
-        return output_failed;
+        return tool_failed;
     return findings.problems.isEmpty() ? 0 : static_cast<int>(findings.problems.first().kind);
 }

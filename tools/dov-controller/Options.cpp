@@ -1,14 +1,6 @@
 #include "Options.h"
 
-#include <QCommandLineOption>
-#include <QCommandLineParser>
-#include <QHash>
-
-#include <algorithm>
-
 namespace {
-
-constexpr int usage_error = 2;
 
 const char* const description =
     R"(Plays the power controller of a vehicle terminal, for development and tests.
@@ -91,53 +83,46 @@ QString commands_text()
                       "good,\n2 wrong usage.\n");
 }
 
-void add_options(QCommandLineParser& parser)
+void add_options(Tool_command_line& line, Options& options)
 {
     for (const Option_row& row : option_rows)
-        parser.addOption({QString::fromLatin1(row.name), QString::fromLatin1(row.meaning),
-                          QString::fromLatin1(row.value)});
-    for (const Command_kind& kind : command_kinds()) {
-        if (kind.is_option)
-            parser.addOption({QString::fromLatin1(kind.name),
-                              QStringLiteral("Command before the start: ") +
-                                  QLatin1String(kind.meaning) + QLatin1Char('.'),
-                              QString::fromLatin1(kind.arguments)});
-    }
+        line.add({QString::fromLatin1(row.name), QString::fromLatin1(row.value),
+                  QString::fromLatin1(row.meaning), [&row, &options](const QString& value) {
+                      row.store(options, value);
+                      return QString();
+                  }});
 }
 
-/// Takes the options that are commands, in their order. An error's text, or nothing.
-QString take_commands(const QCommandLineParser& parser, Options& options)
+/// Takes a command that is to be done before the start. An error's text, or nothing.
+QString take_command(const Command_kind& kind, Options& options, const QString& arguments)
 {
-    QHash<QString, int> taken;
-    for (const QString& name : parser.optionNames()) {
-        const auto& kinds = command_kinds();
-        const auto kind = std::find_if(kinds.begin(), kinds.end(), [&name](const Command_kind& k) {
-            return k.is_option && name == QLatin1String(k.name);
-        });
-        if (kind == kinds.end())
-            continue;
-        Words words(parser.values(name).value(taken[name]++).toUtf8());
-        const Action action = parse_arguments(*kind, words);
-        if (!action)
-            return QStringLiteral("--%1: column %2: %3")
-                .arg(name)
-                .arg(words.error_column())
-                .arg(words.error());
-        options.commands.append(action);
-    }
+    Words words(arguments.toUtf8());
+    const Action action = parse_arguments(kind, words);
+    if (!action)
+        return QStringLiteral("--%1: column %2: %3")
+            .arg(QLatin1String(kind.name))
+            .arg(words.error_column())
+            .arg(words.error());
+    options.commands.append(action);
     return {};
 }
 
-/// Takes the values of all options. An error's text, or nothing.
-QString take_values(const QCommandLineParser& parser, Options& options)
+void add_commands(Tool_command_line& line, Options& options)
 {
-    for (const Option_row& row : option_rows) {
-        const QString name = QString::fromLatin1(row.name);
-        if (parser.isSet(name))
-            row.store(options, row.value == nullptr ? QString() : parser.value(name));
+    for (const Command_kind& kind : command_kinds()) {
+        if (kind.is_option)
+            line.add({QString::fromLatin1(kind.name), QString::fromLatin1(kind.arguments),
+                      QStringLiteral("Command before the start: ") + QLatin1String(kind.meaning) +
+                          QLatin1Char('.'),
+                      [&kind, &options](const QString& arguments) {
+                          return take_command(kind, options, arguments);
+                      }});
     }
-    if (!parser.positionalArguments().isEmpty())
-        return QStringLiteral("not an option: ") + parser.positionalArguments().constFirst();
+}
+
+/// What does not go, or not together. An error's text, or nothing.
+QString check(const Options& options)
+{
     if (options.place.baud <= 0)
         return QStringLiteral("--baudrate takes a number above 0");
     if (!(options.speed >= 0))
@@ -146,33 +131,18 @@ QString take_values(const QCommandLineParser& parser, Options& options)
         return QStringLiteral("--link is for a pseudo terminal, not for --device");
     if (!options.script.isEmpty() && !options.replay.isEmpty())
         return QStringLiteral("--script and --replay do not go together");
-    return take_commands(parser, options);
+    return {};
 }
 
 } // namespace
 
-Command_line parse_command_line(const QStringList& arguments)
+Tool_request parse_command_line(const QStringList& arguments, Options& options)
 {
-    QCommandLineParser parser;
-    parser.setApplicationDescription(QString::fromLatin1(description));
-    // Not Qt's own, which brings an option for options that only programs with windows have.
-    const QCommandLineOption help({QStringLiteral("h"), QStringLiteral("help")},
-                                  QStringLiteral("Prints this help."));
-    const QCommandLineOption version({QStringLiteral("v"), QStringLiteral("version")},
-                                     QStringLiteral("Prints the version."));
-    parser.addOptions({help, version});
-    add_options(parser);
-    Command_line result;
-    if (!parser.parse(arguments)) {
-        result.text = parser.errorText();
-        result.status = usage_error;
-    } else if (parser.isSet(help)) {
-        result.text = parser.helpText() + commands_text();
-    } else if (parser.isSet(version)) {
-        result.text = QStringLiteral("dov-controller " DOV_VERSION);
-    } else {
-        result.text = take_values(parser, result.options);
-        result.status = result.text.isEmpty() ? 0 : usage_error;
-    }
-    return result;
+    Tool_command_line line(QStringLiteral("dov-controller"), QString::fromLatin1(description));
+    add_options(line, options);
+    add_commands(line, options);
+    line.set_further_help(commands_text());
+    Tool_request request = line.parse(arguments);
+    request.refuse(check(options));
+    return request;
 }

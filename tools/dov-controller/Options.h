@@ -2,6 +2,7 @@
 
 #include "Bench_controller.h"
 #include "Command.h"
+#include "Tool_command_line.h"
 
 #include <QString>
 #include <QStringList>
@@ -22,11 +23,4 @@ struct Options {
     QVector<Action> commands; ///< to be done before the start
 };
 
-/// What the command line asks for: options to run with, or a text to print and leave.
-struct Command_line {
-    Options options;
-    QString text;   ///< help, version or an error; empty to run
-    int status = 0; ///< to leave with, when there is a text
-};
-
-Command_line parse_command_line(const QStringList& arguments);
+Tool_request parse_command_line(const QStringList& arguments, Options& options);

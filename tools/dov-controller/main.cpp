@@ -17,15 +17,11 @@
 
 namespace {
 
-void say(FILE* stream, const QString& text)
-{
-    (void)std::fprintf(stream, "%s\n", qPrintable(text));
-    (void)std::fflush(stream);
-}
+const QString tool = QStringLiteral("dov-controller");
 
 void complain(const QString& text)
 {
-    say(stderr, QStringLiteral("dov-controller: ") + text);
+    complain(tool, text);
 }
 
 /// Reads a file and what is in it; nothing, after saying why, if either is no good.
@@ -39,7 +35,7 @@ std::optional<Content> load(const QString& path)
     }
     Content content = Content::parse(file.readAll());
     for (const Text_error& error : content.errors)
-        say(stderr, error.in(path));
+        (void)say(stderr, error.in(path));
     if (!content.errors.isEmpty())
         return std::nullopt;
     return content;
@@ -72,15 +68,16 @@ Program load_program(const Options& options, Bench_controller& bench)
 void connect_texts(Bench_controller& bench, Trace_writer& recording, bool verbose)
 {
     QObject::connect(&bench, &Bench_controller::line_opened,
-                     [](const QString& device) { say(stdout, device); });
-    QObject::connect(&bench, &Bench_controller::line_failed, complain);
+                     [](const QString& device) { (void)say(stdout, device); });
+    QObject::connect(&bench, &Bench_controller::line_failed,
+                     [](const QString& text) { complain(text); });
     QObject::connect(&bench, &Bench_controller::text_printed,
-                     [](const QString& text) { say(stdout, text); });
+                     [](const QString& text) { (void)say(stdout, text); });
     QObject::connect(&bench, &Bench_controller::passed,
                      [&recording](const Trace_entry& entry) { recording.write(entry); });
     if (verbose)
         QObject::connect(&bench, &Bench_controller::passed,
-                         [](const Trace_entry& entry) { say(stdout, entry.to_line()); });
+                         [](const Trace_entry& entry) { (void)say(stdout, entry.to_line()); });
 }
 
 /// Ends the program once everything has gone out and been taken, or has had its time for that.
@@ -128,13 +125,13 @@ int serve(Bench_controller& bench, Player* player, const Options& options)
     const QString error = bench.start(options.place);
     if (!error.isEmpty()) {
         complain(error);
-        return 1;
+        return tool_failed;
     }
     std::optional<Command_reader> reader;
     if (may_read_standard_input()) {
         reader.emplace(STDIN_FILENO, QStringLiteral("standard input"), bench);
         QObject::connect(&*reader, &Command_reader::failed,
-                         [](const QString& text) { say(stderr, text); });
+                         [](const QString& text) { (void)say(stderr, text); });
     }
     QTimer idle_timer;
     if (player != nullptr)
@@ -147,14 +144,14 @@ int run(const Options& options)
     Bench_controller bench;
     const Program program = load_program(options, bench);
     if (!program.is_good)
-        return 1;
+        return tool_failed;
     if (options.check)
         return 0;
     Trace_writer recording;
     const QString error = options.record.isEmpty() ? QString() : recording.open(options.record);
     if (!error.isEmpty()) {
         complain(error);
-        return 1;
+        return tool_failed;
     }
     connect_texts(bench, recording, options.verbose);
     for (const Action& command : options.commands)
@@ -167,13 +164,8 @@ int run(const Options& options)
 int main(int argc, char** argv)
 {
     const QCoreApplication application(argc, argv);
-    QCoreApplication::setApplicationName(QStringLiteral("dov-controller"));
-    const Command_line line = parse_command_line(QCoreApplication::arguments());
-    if (line.text.isEmpty())
-        return run(line.options);
-    if (line.status == 0)
-        say(stdout, line.text);
-    else
-        complain(line.text);
-    return line.status;
+    QCoreApplication::setApplicationName(tool);
+    Options options;
+    const Tool_request request = parse_command_line(QCoreApplication::arguments(), options);
+    return request.runs() ? run(options) : leave(tool, request);
 }

@@ -1,11 +1,9 @@
 #include "Options.h"
 
-#include <QCommandLineOption>
-#include <QCommandLineParser>
+#include <type_traits>
 
 namespace {
 
-constexpr int usage_error = 2;
 constexpr int least_interval_ms = 50;
 
 const char* const description =
@@ -27,122 +25,92 @@ waited for, also to come back. --gone says otherwise.
 Exit status: 0 ended as asked or with what was watched, 1 no bus or no usable
 terminal, 2 wrong usage.)";
 
-struct Names {
-    QCommandLineOption address{QStringLiteral("address"),
-                               QStringLiteral("The bus; the machine's system bus by default."),
-                               QStringLiteral("address")};
-    QCommandLineOption interval{
-        QStringLiteral("interval"),
-        QStringLiteral("Time between readings of what is not signalled: 50 or more, 1000 by "
-                       "default; 0 reads everything once."),
-        QStringLiteral("ms")};
-    QCommandLineOption report{
-        QStringLiteral("report"),
-        QStringLiteral("Have the measured inputs signal at least so often (set_time_out), until "
-                       "dov-watch ends."),
-        QStringLiteral("ms")};
-    QCommandLineOption hysteresis{
-        QStringLiteral("hysteresis"),
-        QStringLiteral("Have the measured inputs signal changes beyond this (set_hysteresis), "
-                       "until dov-watch ends."),
-        QStringLiteral("value")};
-    QCommandLineOption filter{QStringLiteral("filter"),
-                              QStringLiteral("Only objects whose path or name contains this."),
-                              QStringLiteral("text")};
-    QCommandLineOption gone{QStringLiteral("gone"),
-                            QStringLiteral("When service or bus goes away: exit or wait."),
-                            QStringLiteral("exit|wait")};
-    QCommandLineOption json{QStringLiteral("json"),
-                            QStringLiteral("One JSON object a change, also on a terminal.")};
-    QCommandLineOption lines{QStringLiteral("lines"),
-                             QStringLiteral("One line a change, also on a terminal.")};
-    QCommandLineOption ascii{QStringLiteral("ascii"), QStringLiteral("Draw with ASCII only.")};
+/// An option, and where its value goes.
+struct Option_row {
+    const char* name;
+    const char* value; ///< null for a switch
+    const char* meaning;
+    QString (*take)(Options& options, const QString& value); ///< what is wrong with the value
 };
 
-/// The number of an option that is set, if it is one in the range.
-template <class Number>
-bool take_number(const QCommandLineParser& parser, const QCommandLineOption& option,
-                 Number (*convert)(const QString&, bool*), std::optional<Number>& target)
+QString take_interval(Options& options, const QString& value)
 {
-    if (!parser.isSet(option))
-        return true;
     bool is_number = false;
-    const Number number = convert(parser.value(option), &is_number);
-    if (is_number)
-        target = number;
-    return is_number;
-}
-
-int to_int(const QString& text, bool* ok)
-{
-    return text.toInt(ok);
-}
-
-unsigned to_unsigned(const QString& text, bool* ok)
-{
-    return text.toUInt(ok);
-}
-
-double to_double(const QString& text, bool* ok)
-{
-    return text.toDouble(ok);
-}
-
-/// Takes the values of the options. An error's text, or nothing.
-QString take_values(const QCommandLineParser& parser, const Names& names, Options& options)
-{
-    std::optional<int> interval_ms;
-    if (!take_number(parser, names.interval, to_int, interval_ms) ||
-        (interval_ms && *interval_ms != 0 && *interval_ms < least_interval_ms))
+    const int interval_ms = value.toInt(&is_number);
+    if (!is_number || (interval_ms != 0 && interval_ms < least_interval_ms))
         return QStringLiteral("--interval takes 0, or 50 milliseconds or more");
-    options.interval_ms = interval_ms.value_or(options.interval_ms);
-    if (!take_number(parser, names.report, to_unsigned, options.report_ms))
-        return QStringLiteral("--report takes a number of milliseconds");
-    if (!take_number(parser, names.hysteresis, to_double, options.hysteresis))
-        return QStringLiteral("--hysteresis takes a number");
-    if (parser.isSet(names.gone)) {
-        const QString gone = parser.value(names.gone);
-        if (gone != QLatin1String("exit") && gone != QLatin1String("wait"))
-            return QStringLiteral("--gone takes exit or wait");
-        options.on_end =
-            gone == QLatin1String("exit") ? Options::On_end::leave : Options::On_end::wait;
-    }
-    if (!parser.positionalArguments().isEmpty())
-        return QStringLiteral("not an option: ") + parser.positionalArguments().constFirst();
-    options.address = parser.value(names.address);
-    options.filter = parser.value(names.filter);
-    options.json = parser.isSet(names.json);
-    options.lines = parser.isSet(names.lines) || options.json;
-    options.ascii = parser.isSet(names.ascii);
+    options.interval_ms = interval_ms;
     return {};
 }
 
+QString take_report(Options& options, const QString& value)
+{
+    bool is_number = false;
+    options.report_ms = value.toUInt(&is_number);
+    return is_number ? QString() : QStringLiteral("--report takes a number of milliseconds");
+}
+
+QString take_hysteresis(Options& options, const QString& value)
+{
+    bool is_number = false;
+    options.hysteresis = value.toDouble(&is_number);
+    return is_number ? QString() : QStringLiteral("--hysteresis takes a number");
+}
+
+QString take_gone(Options& options, const QString& value)
+{
+    if (value != QLatin1String("exit") && value != QLatin1String("wait"))
+        return QStringLiteral("--gone takes exit or wait");
+    options.on_end =
+        value == QLatin1String("exit") ? Options::On_end::leave : Options::On_end::wait;
+    return {};
+}
+
+QString take_json(Options& options, const QString& /*value*/)
+{
+    options.json = options.lines = true;
+    return {};
+}
+
+template <class Value, Value Options::*member>
+QString keep(Options& options, const QString& value)
+{
+    if constexpr (std::is_same_v<Value, bool>)
+        options.*member = true;
+    else
+        options.*member = value;
+    return {};
+}
+
+constexpr Option_row option_rows[] = {
+    {"address", "address", "The bus; the machine's system bus by default.",
+     keep<QString, &Options::address>},
+    {"interval", "ms",
+     "Time between readings of what is not signalled: 50 or more, 1000 by default; 0 reads "
+     "everything once.",
+     take_interval},
+    {"report", "ms",
+     "Have the measured inputs signal at least so often (set_time_out), until dov-watch ends.",
+     take_report},
+    {"hysteresis", "value",
+     "Have the measured inputs signal changes beyond this (set_hysteresis), until dov-watch ends.",
+     take_hysteresis},
+    {"filter", "text", "Only objects whose path or name contains this.",
+     keep<QString, &Options::filter>},
+    {"gone", "exit|wait", "When service or bus goes away: exit or wait.", take_gone},
+    {"json", nullptr, "One JSON object a change, also on a terminal.", take_json},
+    {"lines", nullptr, "One line a change, also on a terminal.", keep<bool, &Options::lines>},
+    {"ascii", nullptr, "Draw with ASCII only.", keep<bool, &Options::ascii>},
+};
+
 } // namespace
 
-Command_line parse_command_line(const QStringList& arguments)
+Tool_request parse_command_line(const QStringList& arguments, Options& options)
 {
-    const Names names;
-    QCommandLineParser parser;
-    parser.setApplicationDescription(QString::fromLatin1(description));
-    // Not Qt's own, which brings an option for options that only programs with windows have.
-    const QCommandLineOption help({QStringLiteral("h"), QStringLiteral("help")},
-                                  QStringLiteral("Prints this help."));
-    const QCommandLineOption version({QStringLiteral("v"), QStringLiteral("version")},
-                                     QStringLiteral("Prints the version."));
-    parser.addOptions({help, version});
-    parser.addOptions({names.address, names.interval, names.report, names.hysteresis, names.filter,
-                       names.gone, names.json, names.lines, names.ascii});
-    Command_line result;
-    if (!parser.parse(arguments)) {
-        result.text = parser.errorText();
-        result.status = usage_error;
-    } else if (parser.isSet(help)) {
-        result.text = parser.helpText();
-    } else if (parser.isSet(version)) {
-        result.text = QStringLiteral("dov-watch " DOV_VERSION);
-    } else {
-        result.text = take_values(parser, names, result.options);
-        result.status = result.text.isEmpty() ? 0 : usage_error;
-    }
-    return result;
+    Tool_command_line line(QStringLiteral("dov-watch"), QString::fromLatin1(description));
+    for (const Option_row& row : option_rows)
+        line.add({QString::fromLatin1(row.name), QString::fromLatin1(row.value),
+                  QString::fromLatin1(row.meaning),
+                  [&row, &options](const QString& value) { return row.take(options, value); }});
+    return line.parse(arguments);
 }

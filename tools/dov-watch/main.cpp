@@ -6,26 +6,21 @@
 
 #include <QCoreApplication>
 
-#include <cstdio>
-
 #include <unistd.h>
 
 namespace {
 
-void say(FILE* stream, const QString& text)
-{
-    (void)std::fprintf(stream, "%s\n", qPrintable(text));
-}
+const QString tool = QStringLiteral("dov-watch");
 
 /// Ends when what is watched goes away, if that is asked for. Returns the text to leave behind.
 void end_with_service(const Watcher& watcher, QString& farewell)
 {
     QObject::connect(&watcher, &Watcher::service_left, qApp, [&farewell] {
-        farewell = QStringLiteral("dov-watch: the service has left the bus");
+        farewell = QStringLiteral("the service has left the bus");
         QCoreApplication::quit();
     });
     QObject::connect(&watcher, &Watcher::bus_lost, qApp, [&farewell] {
-        farewell = QStringLiteral("dov-watch: the bus has ended");
+        farewell = QStringLiteral("the bus has ended");
         QCoreApplication::quit();
     });
 }
@@ -38,7 +33,7 @@ int watch_in_lines(Watcher& watcher, const Options& options)
             QCoreApplication::quit();
     });
     QObject::connect(&watcher, &Watcher::refused, qApp,
-                     [](const QString& message) { say(stderr, message); });
+                     [](const QString& message) { (void)say(stderr, message); });
     return QCoreApplication::exec();
 }
 
@@ -46,9 +41,9 @@ int watch_on_screen(Watcher& watcher, const Options& options, const Posix_signal
 {
     Screen_session session(watcher, options);
     if (!session.is_open()) {
-        say(stderr, QStringLiteral("dov-watch: this terminal has no full screen, or TERM does not "
-                                   "name it; --lines needs none"));
-        return 1;
+        complain(tool, QStringLiteral("this terminal has no full screen, or TERM does not name it; "
+                                      "--lines needs none"));
+        return tool_failed;
     }
     QObject::connect(&session, &Screen_session::end_asked, qApp, &QCoreApplication::quit);
     QObject::connect(&posix_signals, &Posix_signals::resized, &session, &Screen_session::resize);
@@ -62,27 +57,26 @@ int main(int count, char** arguments)
     // Qt's own event loop; the one built on GLib is of no use here.
     qputenv("QT_NO_GLIB", "1");
     const QCoreApplication application(count, arguments);
-    const Command_line line = parse_command_line(QCoreApplication::arguments());
-    if (!line.text.isEmpty()) {
-        say(line.status == 0 ? stdout : stderr, line.text);
-        return line.status;
-    }
+    Options options;
+    const Tool_request request = parse_command_line(QCoreApplication::arguments(), options);
+    if (!request.runs())
+        return leave(tool, request);
     const bool on_screen =
-        !line.options.lines && ::isatty(STDOUT_FILENO) != 0 && ::isatty(STDIN_FILENO) != 0;
+        !options.lines && ::isatty(STDOUT_FILENO) != 0 && ::isatty(STDIN_FILENO) != 0;
     Posix_signals posix_signals;
     QObject::connect(&posix_signals, &Posix_signals::end_asked, qApp, &QCoreApplication::quit);
-    Watcher watcher(line.options);
+    Watcher watcher(options);
     if (!watcher.start()) {
-        say(stderr, QStringLiteral("dov-watch: no bus: ") + watcher.error());
-        return 1;
+        complain(tool, QStringLiteral("no bus: ") + watcher.error());
+        return tool_failed;
     }
     QString farewell;
-    if (line.options.on_end == Options::On_end::leave ||
-        (line.options.on_end == Options::On_end::automatic && !on_screen))
+    if (options.on_end == Options::On_end::leave ||
+        (options.on_end == Options::On_end::automatic && !on_screen))
         end_with_service(watcher, farewell);
-    const int status = on_screen ? watch_on_screen(watcher, line.options, posix_signals)
-                                 : watch_in_lines(watcher, line.options);
+    const int status = on_screen ? watch_on_screen(watcher, options, posix_signals)
+                                 : watch_in_lines(watcher, options);
     if (!farewell.isEmpty())
-        say(stderr, farewell);
+        complain(tool, farewell);
     return status;
 }

@@ -3,10 +3,14 @@
 #include "Terminal.h"
 #include "Terminal_screen.h"
 
+#include <QDir>
+#include <QFile>
 #include <QJsonDocument>
 #include <QJsonObject>
 
+#include <algorithm>
 #include <csignal>
+#include <cstring>
 
 class Program : public QObject {
     Q_OBJECT
@@ -234,6 +238,33 @@ private Q_SLOTS:
         screen.type("q");
         QVERIFY(ends(screen));
         QCOMPARE(screen.exit_status(), 0);
+    }
+
+    /// Whether a thread has signals blocked: bit n - 1 of the mask is signal n.
+    static bool blocks(const QString& task, const QList<int>& numbers)
+    {
+        QFile status(task + QStringLiteral("/status"));
+        if (!status.open(QIODevice::ReadOnly))
+            return false;
+        const QByteArray text = status.readAll();
+        const int at = text.indexOf("SigBlk:\t") + static_cast<int>(strlen("SigBlk:\t"));
+        const quint64 mask = text.mid(at, 16).toULongLong(nullptr, 16);
+        return std::all_of(numbers.begin(), numbers.end(),
+                           [mask](int number) { return (mask >> (number - 1) & 1) != 0; });
+    }
+
+    /// The message bus's thread takes none of them: what it does with one, and when, is not ours.
+    void every_thread_leaves_signals_to_the_event_loop()
+    {
+        Terminal_screen screen(watch_, arguments());
+        QVERIFY(shows(screen, "DIGITAL INPUTS"));
+        const QString tasks = QStringLiteral("/proc/%1/task").arg(screen.pid());
+        const QStringList threads = QDir(tasks).entryList(QDir::Dirs | QDir::NoDotAndDotDot);
+        QVERIFY(threads.size() > 1);
+        for (const QString& thread : threads) {
+            QVERIFY2(blocks(tasks + QLatin1Char('/') + thread, {SIGINT, SIGTERM, SIGHUP, SIGWINCH}),
+                     qPrintable(thread));
+        }
     }
 
     void every_end_restores_the_terminal_data()

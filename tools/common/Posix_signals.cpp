@@ -1,0 +1,52 @@
+#include "Posix_signals.h"
+
+#include <sys/signalfd.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr int handled[] = {SIGINT, SIGTERM, SIGHUP, SIGWINCH};
+
+sigset_t handled_set()
+{
+    sigset_t set;
+    sigemptyset(&set);
+    for (const int number : handled)
+        sigaddset(&set, number);
+    return set;
+}
+
+} // namespace
+
+Posix_signals::Posix_signals()
+{
+    const sigset_t set = handled_set();
+    pthread_sigmask(SIG_BLOCK, &set, &before_);
+    descriptor_ = ::signalfd(-1, &set, SFD_CLOEXEC | SFD_NONBLOCK);
+    if (descriptor_ < 0)
+        qFatal("no descriptor for signals");
+    notifier_ = std::make_unique<QSocketNotifier>(descriptor_, QSocketNotifier::Read);
+    connect(notifier_.get(), &QSocketNotifier::activated, this, [this] { take(); });
+    std::signal(SIGPIPE, SIG_IGN);
+}
+
+Posix_signals::~Posix_signals()
+{
+    notifier_.reset();
+    signalfd_siginfo signal = {};
+    while (::read(descriptor_, &signal, sizeof signal) > 0) {
+    }
+    ::close(descriptor_);
+    pthread_sigmask(SIG_SETMASK, &before_, nullptr);
+}
+
+void Posix_signals::take()
+{
+    signalfd_siginfo signal = {};
+    while (::read(descriptor_, &signal, sizeof signal) == static_cast<ssize_t>(sizeof signal)) {
+        if (signal.ssi_signo == SIGWINCH)
+            Q_EMIT resized();
+        else
+            Q_EMIT end_asked();
+    }
+}

@@ -75,14 +75,14 @@ struct Field {
     uchar first; ///< byte of the message, whose byte 0 is the identifier
     uchar size;  ///< in bytes
     Field_type type;
-    const char* name;  ///< for programs: lower case, with underscores
-    const char* label; ///< for people
-    qint64 least;      ///< of the numbers that are sent, those with a code of their own aside
-    qint64 most;
     uchar count = 1;  ///< of inputs or outputs
     uchar second = 0; ///< where the same byte stands once more; 0 for nowhere
     Field_role role = Field_role::value;
     Field_style style = Field_style::decimal;
+    const char* name = "";  ///< for programs: lower case, with underscores
+    const char* label = ""; ///< for people
+    qint64 least = 0;       ///< of the numbers that are sent, those with a code of their own aside
+    qint64 most = 0;
     Unit unit = {"", "", 1};
     List<Code> codes = {};
 
@@ -113,6 +113,7 @@ struct Field {
     }
 
     // For the rows of the catalogue: the same field, but.
+    constexpr Field named(const char* for_programs, const char* for_people) const;
     constexpr Field in(const Unit& counted) const;
     constexpr Field from(qint64 lowest, qint64 highest) const;
     constexpr Field means(List<Code> meanings) const;
@@ -170,6 +171,14 @@ constexpr const char* Field::code_name(qint64 number) const
             return code.name;
     }
     return nullptr;
+}
+
+constexpr Field Field::named(const char* for_programs, const char* for_people) const
+{
+    Field field = *this;
+    field.name = for_programs;
+    field.label = for_people;
+    return field;
 }
 
 constexpr Field Field::in(const Unit& counted) const

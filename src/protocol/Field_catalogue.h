@@ -13,22 +13,22 @@ namespace Field_rows {
 
 constexpr Field u8(uchar id, uchar first, const char* name, const char* label)
 {
-    return {id, first, 1, Field_type::u8, name, label, 0, 255};
+    return Field{id, first, 1, Field_type::u8}.named(name, label).from(0, 255);
 }
 
 constexpr Field i8(uchar id, uchar first, const char* name, const char* label)
 {
-    return {id, first, 1, Field_type::i8, name, label, -128, 127};
+    return Field{id, first, 1, Field_type::i8}.named(name, label).from(-128, 127);
 }
 
 constexpr Field u16(uchar id, uchar first, const char* name, const char* label)
 {
-    return {id, first, 2, Field_type::u16, name, label, 0, 65535};
+    return Field{id, first, 2, Field_type::u16}.named(name, label).from(0, 65535);
 }
 
 constexpr Field one_more(uchar id, uchar first, const char* name, const char* label)
 {
-    return {id, first, 1, Field_type::one_more, name, label, 0, 255};
+    return Field{id, first, 1, Field_type::one_more}.named(name, label).from(0, 255);
 }
 
 /// What one number means, which may be of an enumeration.
@@ -42,14 +42,14 @@ inline constexpr Code off_and_on[] = {code(0, "off"), code(1, "on")};
 
 constexpr Field flag(uchar id, uchar first, const char* name, const char* label)
 {
-    const Field field = {id, first, 1, Field_type::flag, name, label, 0, 1};
-    return field.means(off_and_on).written(Field_style::named);
+    const Field field = {id, first, 1, Field_type::flag};
+    return field.named(name, label).from(0, 1).means(off_and_on).written(Field_style::named);
 }
 
 /// Four digital inputs.
 constexpr Field inputs(uchar id, uchar first)
 {
-    return {id, first, 1, Field_type::bits, "inputs", "inputs", 0, 15, 4};
+    return Field{id, first, 1, Field_type::bits, 4}.named("inputs", "inputs").from(0, 15);
 }
 
 /// By Output_code.
@@ -63,18 +63,22 @@ inline constexpr Code output_codes[] = {
 /// Four digital outputs. The codes are those of a single one.
 constexpr Field outputs(uchar id, uchar first)
 {
-    const Field field = {id, first, 1, Field_type::two_bits, "outputs", "outputs", 0, 255, 4};
-    return field.means(output_codes).written(Field_style::named);
+    const Field field = {id, first, 1, Field_type::two_bits, 4};
+    return field.named("outputs", "outputs")
+        .from(0, 255)
+        .means(output_codes)
+        .written(Field_style::named);
 }
 
 constexpr Field version(uchar id, uchar first, const char* name, const char* label)
 {
-    return {id, first, 3, Field_type::version, name, label, 0, 0xFFFFFF};
+    return Field{id, first, 3, Field_type::version}.named(name, label).from(0, 0xFFFFFF);
 }
 
 constexpr Field bytes(uchar id, uchar first, uchar size, const char* name, const char* label)
 {
-    return {id, first, size, Field_type::bytes, name, label, 0, (qint64{1} << 8 * size) - 1};
+    const qint64 most = (qint64{1} << 8 * size) - 1;
+    return Field{id, first, size, Field_type::bytes}.named(name, label).from(0, most);
 }
 
 /// A byte that says nothing and is always 1.

@@ -4,7 +4,6 @@
 #include "Console.h"
 #include "Dispatch.h"
 #include "Interface_base.h"
-#include "Main_thread_bus.h"
 #include "Named_field.h"
 #include "Object_table.h"
 #include "Paths.h"
@@ -13,7 +12,6 @@
 #include "Reader_patience.h"
 #include "Shell.h"
 
-#include <QDBusConnection>
 #include <QFile>
 #include <QSocketNotifier>
 #include <QTimer>
@@ -96,8 +94,7 @@ void DBus_daemon::run()
     };
     if (!walk_options(count_, arguments_, handler))
         return;
-    QDBusConnection::systemBus().registerService(QLatin1String(service_name));
-    bus_ = std::make_unique<Main_thread_bus>();
+    bus_.start(QLatin1String(service_name));
     open_link();
     connect(this, &QCoreApplication::aboutToQuit, this, &DBus_daemon::handle_quit);
     create_objects(this);
@@ -136,9 +133,8 @@ void DBus_daemon::open_link()
 
 void DBus_daemon::log_bus_connection()
 {
-    const QDBusConnection bus = QDBusConnection::systemBus();
-    log() << "orb-dbus connect name: " << bus.name().toUtf8().constData() << std::endl;
-    log() << "orb-dbus connect base: " << bus.baseService().toUtf8().constData() << std::endl;
+    log() << "orb-dbus connect name: " << bus_.name().toUtf8().constData() << std::endl;
+    log() << "orb-dbus connect base: " << bus_.base_service().toUtf8().constData() << std::endl;
 }
 
 void DBus_daemon::dump_interfaces() const
@@ -291,12 +287,11 @@ void DBus_daemon::send_periodic_cmds()
 void DBus_daemon::handle_quit()
 {
     Console::out() << "Quiting\n";
-    if (bus_ != nullptr)
-        bus_->leave_main_thread();
+    bus_.leave_main_thread();
     devices_ = {};
     while (!objects_.isEmpty())
         delete objects_.takeFirst();
-    bus_.reset();
+    bus_.finish();
 }
 
 void DBus_daemon::handle_power_timeout()

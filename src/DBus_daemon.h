@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Bus_connection.h"
 #include "Command_line.h"
 #include "Device_objects.h"
 #include "Logger.h"
@@ -14,7 +15,6 @@
 #include <memory>
 
 class Interface_base;
-class Main_thread_bus;
 class Power_controller_interface;
 class QSocketNotifier;
 class QTimer;
@@ -79,6 +79,9 @@ public:
     Power_controller_interface* link() const { return link_; }
     void set_link(Power_controller_interface* link) { link_ = link; }
 
+    /// Where the objects are published.
+    Bus_connection& bus() { return bus_; }
+
     /// Null when there is no loaded power configuration.
     const QDomDocument* power_config() const;
 
@@ -126,6 +129,7 @@ private:
     char** arguments_;
     Link_options options_;
     Power_controller_interface* link_ = nullptr;
+    Bus_connection bus_;
     QList<Interface_base*> objects_;
     Device_objects devices_;
     QTimer* periodic_timer_ = nullptr;
@@ -141,7 +145,6 @@ private:
     QMutex exit_mutex_;
     quint32 exiting_ = 0;
     QSocketNotifier* quit_notifier_ = nullptr;
-    std::unique_ptr<Main_thread_bus> bus_; ///< while the objects are on it
 };
 
 /// The process's daemon, null until the entry point has made it.

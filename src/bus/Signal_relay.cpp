@@ -1,6 +1,6 @@
 #include "Signal_relay.h"
 
-#include "Main_thread_bus.h"
+#include "Bus_connection.h"
 
 #include <QDBusAbstractAdaptor>
 #include <QMetaClassInfo>
@@ -49,12 +49,9 @@ void append_argument(DBusMessage* message, int type, const void* value)
 
 } // namespace
 
-Signal_relay::Signal_relay(QDBusAbstractAdaptor* adaptor, const QString& path)
-    : path_(path.toUtf8())
+Signal_relay::Signal_relay(QDBusAbstractAdaptor* adaptor, const QString& path, Bus_connection& bus)
+    : bus_(bus), path_(path.toUtf8())
 {
-    for (QObject* sibling : adaptor->parent()->children())
-        disconnect(adaptor, nullptr, sibling, nullptr); // the relay that comes with an adaptor
-
     const QMetaObject* meta = adaptor->metaObject();
     interface_ = meta->classInfo(meta->indexOfClassInfo("D-Bus Interface")).value();
     signals_.resize(meta->methodCount());
@@ -75,7 +72,7 @@ int Signal_relay::qt_metacall(QMetaObject::Call call, int id, void** arguments)
     DBusMessage* const message = dbus_message_copy(signal.message.get());
     for (int i = 0; i < signal.types.size(); ++i)
         append_argument(message, signal.types[i], arguments[i + 1]); // [0] is the result
-    Main_thread_bus::send(message);
+    bus_.send(message);
     dbus_message_unref(message);
     return -1;
 }

@@ -7,6 +7,7 @@
 #include <memory>
 
 struct DBusMessage;
+class Bus_connection;
 class QDBusAbstractAdaptor;
 
 /// Sends an adaptor's signals to the bus, from the one path at which the adaptor is registered.
@@ -16,11 +17,11 @@ class QDBusAbstractAdaptor;
 /// signals stay ordinary Qt signals. So that messages cannot pile up without limit, a signal waits
 /// for the bus when too many wait already.
 ///
-/// Thread: main, with the bus in it (Main_thread_bus).
+/// Thread: main.
 class Signal_relay : public QObject {
 public:
-    /// `adaptor`, registered already, is the only adaptor of its parent and outlives the relay.
-    Signal_relay(QDBusAbstractAdaptor* adaptor, const QString& path);
+    /// `adaptor`, which is registered and has no relay any more, outlives this one, as `bus` does.
+    Signal_relay(QDBusAbstractAdaptor* adaptor, const QString& path, Bus_connection& bus);
 
     /// Receives every signal of the adaptor; the ids past QObject's own are the signals' indexes.
     int qt_metacall(QMetaObject::Call call, int id, void** arguments) override;
@@ -35,6 +36,7 @@ private:
     void connect_signal(QDBusAbstractAdaptor* adaptor, int index);
     void prepare(Signal& signal) const;
 
+    Bus_connection& bus_;
     QByteArray path_;
     QByteArray interface_;
 

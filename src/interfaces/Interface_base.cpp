@@ -6,7 +6,6 @@
 #include "Power_controller_interface.h"
 #include "Signal_relay.h"
 
-#include <QDBusConnection>
 #include <QMetaClassInfo>
 #include <QMetaMethod>
 
@@ -76,9 +75,7 @@ bool Interface_base::is_powered_in(int state) const
 
 void Interface_base::register_object()
 {
-    if (QDBusConnection::systemBus().registerObject(*path_, holder(),
-                                                    QDBusConnection::ExportAdaptors))
-        relay_ = std::make_unique<Signal_relay>(this, *path_);
+    relay_ = owner_->bus().publish(this, *path_);
 }
 
 void Interface_base::send(const Message& command) const

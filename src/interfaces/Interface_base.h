@@ -64,5 +64,5 @@ private:
     DBus_daemon* owner_;
     std::unique_ptr<QString> path_;
     quint8 power_mask_ = 0;               ///< bit n: on in power state n
-    std::unique_ptr<Signal_relay> relay_; ///< once registered
+    std::unique_ptr<Signal_relay> relay_; ///< null where QtDBus sends the signals
 };

@@ -81,6 +81,7 @@ private Q_SLOTS:
 
     void states_without_a_configuration_last_as_long_as_they_do_by_default()
     {
+        world_.daemon->make_power_timer();
         const QList<QTimer*> timers = world_.daemon->findChildren<QTimer*>();
         QCOMPARE(timers.size(), 1);
         world_.daemon->set_power_state(state_on);
@@ -202,7 +203,7 @@ private Q_SLOTS:
     {
         const auto* object = new Plain_object(world_.daemon, QStringLiteral("p"), nullptr);
         auto* adaptor = const_cast<Plain_object*>(object);
-        Signal_relay relay(adaptor, QStringLiteral("/com/quorin/system/p"));
+        Signal_relay relay(adaptor, QStringLiteral("/com/quorin/system/p"), world_.daemon->bus());
         for (int i = 0; i < 3000; ++i)
             Q_EMIT adaptor->happened(true, QStringLiteral("text"));
     }

@@ -51,7 +51,7 @@ private Q_SLOTS:
         const QString daemon = QStringLiteral("interfaces|DBus_daemon|Interface_base|Logger");
         const QString libraries = QStringLiteral("QDBus|QtDBus|QDom|QtXml|\\.\\./");
         const QString link = QStringLiteral("serial_|Serial|SendQueue|Simulator|Power_controller");
-        const QString bus = QStringLiteral("Signal_relay|Main_thread_bus|Object_holder");
+        const QString bus = QStringLiteral("Bus_connection|Signal_relay|Object_holder");
         const auto any_of = [](const QStringList& names) { return names.join(QLatin1Char('|')); };
         QTest::newRow("base") << QStringLiteral("base")
                               << any_of({daemon, libraries, link, bus, QStringLiteral("Message")});

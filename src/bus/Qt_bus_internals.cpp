@@ -1,0 +1,31 @@
+#include "Qt_bus_internals.h"
+
+#include <QDBusAbstractAdaptor>
+#include <QDBusConnection>
+#include <QDBusConnectionInterface>
+
+#include <dbus/dbus.h>
+
+QObject* Qt_bus_internals::connection_object(const QDBusConnection& bus) const
+{
+    const QDBusConnectionInterface* interface = bus.interface();
+    QObject* const parent = interface == nullptr ? nullptr : interface->parent();
+    return parent != nullptr && parent->inherits("QDBusConnectionPrivate") ? parent : nullptr;
+}
+
+DBusConnection* Qt_bus_internals::libdbus_connection(const QDBusConnection& bus) const
+{
+    auto* const connection = static_cast<DBusConnection*>(bus.internalPointer());
+    // Another copy of the library knows nothing of a name.
+    const char* const name = connection == nullptr ? nullptr : dbus_bus_get_unique_name(connection);
+    return name != nullptr && bus.baseService() == QLatin1String(name) ? connection : nullptr;
+}
+
+QObject* Qt_bus_internals::relay_of(const QDBusAbstractAdaptor* adaptor) const
+{
+    for (QObject* sibling : adaptor->parent()->children()) {
+        if (sibling->inherits("QDBusAdaptorConnector"))
+            return sibling;
+    }
+    return nullptr;
+}

@@ -27,19 +27,22 @@
 #include "Radar_output_interface.h"
 #include "Temperature_input_interface.h"
 #include "UID_version_interface.h"
+#include "Version_command.h"
 #include "Voltage_input_interface.h"
 
+#include <array>
 #include <iterator>
+#include <optional>
 
 namespace {
 
 /// What the maker of one object is told.
 struct Place {
     DBus_daemon* daemon;
-    QString path;          ///< relative
-    uint number;           ///< the row's first number and up
-    QByteArray power_name; ///< null for none
-    QString command;       ///< null for none
+    QString path;             ///< relative
+    uint number;              ///< the row's first number and up
+    QByteArray power_name;    ///< null for none
+    Version_command* command; ///< started; null for none
 };
 
 using Maker = Interface_base* (*)(const Place& place);
@@ -51,6 +54,7 @@ struct Maker_row {
     uint first_number = 0;                 ///< channel or power kind of the first
     const char* power_name = nullptr;      ///< %1 is the index, from 1
     const char* Paths::*command = nullptr; ///< whose output the object publishes
+    bool starts_commands = false;          ///< those of all rows, once its objects are made
 };
 
 template <class Object>
@@ -78,7 +82,7 @@ Interface_base* power_switch(const Place& place)
 
 Interface_base* command_version(const Place& place)
 {
-    return new Cmd_version_interface(place.daemon, place.command, place.path);
+    return new Cmd_version_interface(place.daemon, *place.command, place.path);
 }
 
 using D = Device_object;
@@ -91,7 +95,8 @@ constexpr Maker_row maker_rows[] = {
     {D::voltage_input_0, indexed<Voltage_input_interface>},
     {D::temperature_input_0, indexed<Temperature_input_interface>},
     {D::frequency_output_0, plain<Radar_output_interface>},
-    {D::digital_output_0, indexed<Digital_output_interface>},
+    // The commands start as early as they can, but not in the way of the first requests.
+    {D::digital_output_0, indexed<Digital_output_interface>, 0, nullptr, nullptr, true},
     {D::ambient_light_input_0, plain<Ambientlight_input_interface>},
     {D::system_power, power_switch, Power_interface::kind_system, "system"},
     {D::lvds_power, power_switch, 1, "display"},
@@ -134,6 +139,18 @@ constexpr bool rows_have_their_makers()
 }
 static_assert(rows_have_their_makers(), "object_rows and maker_rows differ");
 
+constexpr bool commands_start_before_their_objects()
+{
+    bool started = false;
+    for (const Maker_row& row : maker_rows) {
+        if (row.command != nullptr && !started)
+            return false;
+        started = started || row.starts_commands;
+    }
+    return true;
+}
+static_assert(commands_start_before_their_objects(), "no command runs for a row's object");
+
 QByteArray power_name(const Maker_row& row, uint index)
 {
     if (row.power_name == nullptr)
@@ -141,17 +158,15 @@ QByteArray power_name(const Maker_row& row, uint index)
     return QByteArray(row.power_name).replace("%1", QByteArray::number(index + 1));
 }
 
-QString command(const Maker_row& row)
-{
-    return row.command == nullptr ? QString() : QString::fromUtf8(paths().*row.command);
-}
+/// The started command of each row that has one.
+using Started_commands = std::array<std::optional<Version_command>, std::size(maker_rows)>;
 
-/// Starts what the command versions publish, all at once and beside everything else.
-void start_commands()
+/// Starts them, all at once and beside everything else.
+void start(Started_commands& commands)
 {
-    for (const Maker_row& row : maker_rows) {
-        if (row.command != nullptr)
-            Cmd_version_interface::start(command(row));
+    for (std::size_t i = 0; i < std::size(maker_rows); ++i) {
+        if (maker_rows[i].command != nullptr)
+            commands[i].emplace(QString::fromUtf8(paths().*maker_rows[i].command));
     }
 }
 
@@ -159,17 +174,18 @@ void start_commands()
 
 void create_objects(DBus_daemon* daemon)
 {
+    Started_commands commands;
     for (std::size_t i = 0; i < std::size(object_rows); ++i) {
         const Object_row& row = object_rows[i];
         const Maker_row& maker = maker_rows[i];
-        // As early as possible, but not in the way of the first requests, the digital outputs'.
-        if (row.first == Device_object::ambient_light_input_0)
-            start_commands();
+        Version_command* const command = commands[i] ? &*commands[i] : nullptr;
         for (uint index = 0; index < row.count; ++index) {
             const Place place = {daemon, relative_path(row, index), maker.first_number + index,
-                                 power_name(maker, index), command(maker)};
+                                 power_name(maker, index), command};
             daemon->devices()[object_of(row, index)] = maker.make(place);
         }
+        if (maker.starts_commands)
+            start(commands);
     }
 }
 

@@ -116,7 +116,7 @@ Periodic_poll::Configuration_byte Periodic_poll::configuration_byte(const Versio
     if (configuration == nullptr)
         return byte;
     configuration->get(byte.oem_code, byte.offset, byte.value);
-    // Both have to differ, deliberately.
+    // An answer about this offset, whatever its code, is not asked for again each period.
     if (byte.oem_code != daemon_.oem_code() && byte.offset != power_up_delay_offset)
         configuration->query(daemon_.oem_code(), power_up_delay_offset);
     return byte;
@@ -141,7 +141,7 @@ void Periodic_poll::correct_line_15(bool legacy_firmware)
     if (mode == remote_line_15_mode)
         return;
     link_.send_message(line_15_setting);
-    // The mode it had, deliberately.
+    // The mode it had: the one it has now is always the same.
     daemon_.log() << "Line 15 mode changed to " << int{mode} << std::endl;
 }
 

@@ -54,7 +54,7 @@ Mode parse_arguments(int count, char** arguments)
         if (std::strcmp(arguments[i], "--simulate") == 0)
             mode = Mode::simulator;
         if (std::strcmp(arguments[i], "--help") == 0) {
-            print_usage(arguments[i]); // deliberately in place of the program's name
+            print_usage(arguments[i]); // those who look for the text know it so, without a program
             return Mode::usage;
         }
     }

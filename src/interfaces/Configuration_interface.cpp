@@ -53,7 +53,8 @@ void Configuration_interface::get(unsigned char& oem_code, unsigned char& offset
     value = value_;
 }
 
-/// Logs the code as it goes on the line, one more, and a read like a write, deliberately.
+/// Logs the code as it goes on the line, one more, so that the log can be held against the line;
+/// and a read like a write, because both are one message.
 void Configuration_interface::request(uchar oem_code, uchar offset, uchar value,
                                       Configuration_access access) const
 {

@@ -30,7 +30,7 @@ bool Digital_input_interface::handle_message(const uchar* data, uint len)
             report_unchanged(data[0]);
         return true;
     }
-    // The identifier as a character, deliberately: 0x36 shows as "6".
+    // The identifier as a character, which those who look for the text know: 0x36 shows as "6".
     Console::err() << "Changed id=" << static_cast<char>(data[0]) << " len=" << len << "\n";
     on_ = on;
     Q_EMIT changed(on);

@@ -72,5 +72,5 @@ void Power_interface::switch_backlight(bool suspend)
         message_with(power_switch.is(!suspend), power_device.is(display_backlight_device));
     send(command);
     QThread::usleep(between_commands_us);
-    send(command); // deliberately twice
+    send(command); // nothing repeats a command that the controller has missed
 }

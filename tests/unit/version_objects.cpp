@@ -10,6 +10,7 @@
 #include "PC_version_interface.h"
 #include "Test_daemon.h"
 #include "UID_version_interface.h"
+#include "Version_command.h"
 #include "Waiting.h"
 
 #include <QDir>
@@ -184,8 +185,9 @@ private Q_SLOTS:
     {
         const QString command = QStringLiteral("sh -c \"echo x >> %1; cat %1\"")
                                     .arg(world_.root.path(QStringLiteral("runs")));
-        Cmd_version_interface::start(command);
-        QCOMPARE(command_text(command), QStringLiteral("x\n"));
+        Version_command started(command);
+        auto& version = *new Cmd_version_interface(world_.daemon, started, QStringLiteral("c"));
+        QCOMPARE(text_of(version), QStringLiteral("x\n"));
         QCOMPARE(command_text(command), QStringLiteral("x\nx\n"));
     }
 

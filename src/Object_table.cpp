@@ -54,7 +54,6 @@ struct Maker_row {
     uint first_number = 0;                 ///< channel or power kind of the first
     const char* power_name = nullptr;      ///< %1 is the index, from 1
     const char* Paths::*command = nullptr; ///< whose output the object publishes
-    bool starts_commands = false;          ///< those of all rows, once its objects are made
 };
 
 template <class Object>
@@ -95,8 +94,7 @@ constexpr Maker_row maker_rows[] = {
     {D::voltage_input_0, indexed<Voltage_input_interface>},
     {D::temperature_input_0, indexed<Temperature_input_interface>},
     {D::frequency_output_0, plain<Radar_output_interface>},
-    // The commands start as early as they can, but not in the way of the first requests.
-    {D::digital_output_0, indexed<Digital_output_interface>, 0, nullptr, nullptr, true},
+    {D::digital_output_0, indexed<Digital_output_interface>},
     {D::ambient_light_input_0, plain<Ambientlight_input_interface>},
     {D::system_power, power_switch, Power_interface::kind_system, "system"},
     {D::lvds_power, power_switch, 1, "display"},
@@ -139,13 +137,17 @@ constexpr bool rows_have_their_makers()
 }
 static_assert(rows_have_their_makers(), "object_rows and maker_rows differ");
 
+/// The row behind which all rows' commands start: as early as they can, but not in the way of the
+/// first requests.
+constexpr Device_object commands_start_behind = D::digital_output_0;
+
 constexpr bool commands_start_before_their_objects()
 {
     bool started = false;
     for (const Maker_row& row : maker_rows) {
         if (row.command != nullptr && !started)
             return false;
-        started = started || row.starts_commands;
+        started = started || row.first == commands_start_behind;
     }
     return true;
 }
@@ -184,7 +186,7 @@ void create_objects(DBus_daemon* daemon)
                                  power_name(maker, index), command};
             daemon->devices()[object_of(row, index)] = maker.make(place);
         }
-        if (maker.starts_commands)
+        if (row.first == commands_start_behind)
             start(commands);
     }
 }

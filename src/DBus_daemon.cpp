@@ -81,7 +81,7 @@ void DBus_daemon::load_configuration()
         oem_profile_.reset();
     } else {
         const QDomDocument* document = oem_profile_->document.get();
-        oem_code_ = get_oem_code(document, unknown_oem_code);
+        oem_code_ = get_oem_code(document, default_oem_code);
         remote_power_up_delay_ = get_remote_switch_power_up_time(document, default_power_up_time);
         log() << "Configured OEM code for this system is " << int{oem_code_} << std::endl;
     }

@@ -88,8 +88,8 @@ public:
     Device_objects& devices() { return devices_; }
     const Device_objects& devices() const { return devices_; }
 
-    /// The profile's OEM code and remote power-up delay, in the controller's units; 255 without
-    /// a profile.
+    /// The profile's OEM code and remote power-up delay, in the controller's units; without a
+    /// profile unknown_oem_code and unknown_power_up_time.
     uchar oem_code() const { return oem_code_; }
     uchar remote_power_up_delay() const { return remote_power_up_delay_; }
 
@@ -140,7 +140,7 @@ private:
     std::unique_ptr<OEM_profile> oem_profile_; ///< null when it could not be loaded
     quint8 firmware_detection_done_ = 0;
     quint8 oem_code_ = unknown_oem_code;
-    quint8 remote_power_up_delay_ = 255; ///< until a profile supplies one
+    quint8 remote_power_up_delay_ = unknown_power_up_time; ///< until a profile supplies one
     Logger::Channel log_;
     QMutex exit_mutex_;
     quint32 exiting_ = 0;

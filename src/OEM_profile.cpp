@@ -1,33 +1,37 @@
 #include "OEM_profile.h"
 
-#include <cstdio>
-
 namespace {
 
-uchar first_number(const QDomDocument* document, const char* tag, uchar default_number)
+Config_value read_first(const QDomDocument* document, const Config_row& row)
 {
-    if (document == nullptr)
-        return default_number;
-    const QDomElement element = document->documentElement().firstChildElement(QLatin1String(tag));
-    const QByteArray text = element.text().toUtf8();
-    unsigned int number = 0;
-    return std::sscanf(text.constData(), "%u", &number) == 1 ? static_cast<uchar>(number)
-                                                             : default_number;
+    const bool has_file = document != nullptr;
+    const QDomElement root = has_file ? document->documentElement() : QDomElement();
+    return read_entry(row, 0, root.firstChildElement(QLatin1String(row.tag)), has_file);
 }
 
 } // namespace
 
 int load_oem_profile(std::unique_ptr<QDomDocument>& document, const char* path)
 {
-    return load_xml_config(document, "OEMprofile", path, "profile");
+    return load_xml_config(document, oem_profile_file.document, path, oem_profile_file.root);
+}
+
+Config_value read_oem_code(const QDomDocument* document)
+{
+    return read_first(document, oem_code_row);
+}
+
+Config_value read_remote_switch_power_up_time(const QDomDocument* document)
+{
+    return read_first(document, power_up_time_row);
 }
 
 uchar get_oem_code(const QDomDocument* document, uchar default_code)
 {
-    return first_number(document, "code", default_code);
+    return static_cast<uchar>(read_oem_code(document).value_or(default_code));
 }
 
 uchar get_remote_switch_power_up_time(const QDomDocument* document, uchar default_time)
 {
-    return first_number(document, "RemoteSwitchPowerUpTime", default_time);
+    return static_cast<uchar>(read_remote_switch_power_up_time(document).value_or(default_time));
 }

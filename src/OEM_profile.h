@@ -1,17 +1,17 @@
 #pragma once
 
+#include "Config_schema.h"
 #include "Xml_config.h"
 
-/// The OEM profile: whose terminal this is. The document's root element is "profile".
-
-/// The OEM code of a terminal without a profile, or whose profile does not say.
-constexpr uchar unknown_oem_code = 255;
-
-/// The remote-switch power-up time of a profile that does not say, in the controller's units.
-constexpr uchar default_power_up_time = 15;
+/// The OEM profile: whose terminal this is.
 
 /// Reads the file. Returns a Load_result.
 int load_oem_profile(std::unique_ptr<QDomDocument>& document, const char* path);
+
+/// The OEM code, and the remote-switch power-up time in the controller's units. A null document
+/// is no file.
+Config_value read_oem_code(const QDomDocument* document);
+Config_value read_remote_switch_power_up_time(const QDomDocument* document);
 
 /// The low 8 bits of the first "code" element's number, as "%u" of scanf reads it; the default
 /// when there is no document, no such element or no number.

@@ -53,12 +53,6 @@ bool set_content(QDomDocument& document, const QByteArray& bytes)
     return true;
 }
 
-bool matches(const QDomElement& element, const QStringList& path, int triple)
-{
-    return element.tagName() == path[triple] &&
-           element.attribute(path[triple + 1]) == path[triple + 2];
-}
-
 } // namespace
 
 int load_xml_config(std::unique_ptr<QDomDocument>& document, const char* name, const char* path,
@@ -79,24 +73,22 @@ int load_xml_config(std::unique_ptr<QDomDocument>& document, const char* name, c
     return config_loaded;
 }
 
+QDomElement first_child_element(const QDomElement& parent, const QString& tag,
+                                const QString& attribute, const QString& value)
+{
+    QDomElement child = parent.firstChildElement(tag);
+    while (!child.isNull() && child.attribute(attribute) != value)
+        child = child.nextSiblingElement(tag);
+    return child;
+}
+
 QDomElement find_config_element(const QDomDocument* document, const QStringList& path)
 {
-    if (document == nullptr)
+    constexpr int triple = 3;
+    if (document == nullptr || path.size() < triple)
         return {};
-    QDomElement found;
-    QDomNode node = document->documentElement().firstChild();
-    int triple = 0;
-    while (!node.isNull()) {
-        if (path.size() < triple + 3)
-            return found;
-        const QDomElement element = node.toElement();
-        if (!element.isNull() && matches(element, path, triple)) {
-            found = element;
-            node = found.firstChild();
-            triple += 3;
-        } else {
-            node = node.nextSibling();
-        }
-    }
-    return {};
+    QDomElement element = document->documentElement();
+    for (int i = 0; i + triple <= path.size(); i += triple)
+        element = first_child_element(element, path[i], path[i + 1], path[i + 2]);
+    return element.hasChildNodes() ? element : QDomElement();
 }

@@ -20,6 +20,11 @@ enum Load_result : int {
 int load_xml_config(std::unique_ptr<QDomDocument>& document, const char* name, const char* path,
                     const char* root);
 
+/// The first child with this tag and this value of the attribute, an absent one counting as empty;
+/// a null element when there is none.
+QDomElement first_child_element(const QDomElement& parent, const QString& tag,
+                                const QString& attribute, const QString& value);
+
 /// Follows `path`, read as triples of element tag, attribute name and attribute value, down from
 /// the root element's children. An attribute that is absent counts as empty. At each level the
 /// first match counts, and its siblings are never looked at again. Returns the element reached;

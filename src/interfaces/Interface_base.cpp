@@ -94,7 +94,8 @@ void Interface_base::read_power_mask(const char* power_name)
     Logger::OStream& log = owner_->log();
     log << "PWR:";
     for (int state = 0; state < power_state_count; ++state) {
-        const bool on = get_device_power(owner_->power_config(), state, power_name, true);
+        const bool on =
+            get_device_power(owner_->power_config(), state, power_name, default_device_power);
         log << power_state_name(state) << "=" << (on ? "T" : "F") << " ";
         if (on)
             power_mask_ = static_cast<quint8>(power_mask_ | 1 << state);

@@ -1,5 +1,6 @@
 #include "Captured_console.h"
 #include "OEM_profile.h"
+#include "Object_table.h"
 #include "Power_config.h"
 #include "Power_state.h"
 #include "Test_root.h"
@@ -13,6 +14,8 @@
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
+
+Q_DECLARE_METATYPE(Config_source)
 
 class Configuration_files : public QObject {
     Q_OBJECT
@@ -402,6 +405,117 @@ private Q_SLOTS:
             QVERIFY2(text.contains(text_of(limit)),
                      qPrintable(page + QStringLiteral(" does not say: ") + text_of(limit)));
         }
+    }
+
+    /// Without the marks of its language, and on one line.
+    static QString manual(const char* page)
+    {
+        QFile file(QLatin1String(DOV_MANUAL "/") + QLatin1String(page));
+        if (!file.open(QIODevice::ReadOnly))
+            return {};
+        QString text = QString::fromUtf8(file.readAll());
+        for (const char* mark : {".Li ", "Li ", " Ns", " Ar", ".Dq "})
+            text.remove(QLatin1String(mark));
+        return text.replace(QLatin1String("\\(dq"), QLatin1String("\""))
+            .replace(QLatin1String("\\-"), QLatin1String("-"))
+            .simplified();
+    }
+
+    void manual_pages_name_the_entries_data()
+    {
+        QTest::addColumn<QByteArray>("page");
+        QTest::addColumn<QString>("text");
+        const auto add = [](const char* page, const QString& text) {
+            QTest::newRow(qPrintable(text)) << QByteArray(page) << text;
+        };
+        const char* power = "power_manage.conf.5";
+        const char* profile = "oem_profile.conf.5";
+        const QString otherwise =
+            QStringLiteral("Without a number, or without the element, it is ");
+        const auto& timeouts = state_timeout_row.without_entry;
+        add(power, QStringLiteral("It <%1 %2=\" state \">")
+                       .arg(QLatin1String(state_tag), QLatin1String(name_attribute)));
+        add(power, QStringLiteral("It %1 seconds %2,")
+                       .arg(power_entry_keys({})[0], QLatin1String(state_timeout_row.meaning)));
+        add(power, otherwise + QStringLiteral("%1 for on and %2 for the others.")
+                                   .arg(timeouts[0])
+                                   .arg(timeouts[1]));
+        QCOMPARE(timeouts[1], timeouts[2]);
+        add(power, QStringLiteral("It <%1 %2=\" device \"> power %3: exactly on or off ,")
+                       .arg(QLatin1String(device_power_row.tag), QLatin1String(name_attribute),
+                            QLatin1String(device_power_row.meaning)));
+        for (const int on : device_power_row.without_entry)
+            QCOMPARE(on, 1);
+        add(power,
+            QStringLiteral(
+                "A device with any other text is on, and so is one that the state does not name."));
+        for (const QByteArray& name : power_names())
+            add(power, QString::fromUtf8(name));
+        for (const Config_row* row : oem_profile_rows) {
+            add(profile, QStringLiteral("It <%1> number %2. %3%4.")
+                             .arg(QLatin1String(row->tag), QLatin1String(row->meaning), otherwise)
+                             .arg(row->without_entry[0]));
+            add(profile, QStringLiteral("both are %1,").arg(row->without_file[0]));
+        }
+    }
+    void manual_pages_name_the_entries()
+    {
+        QFETCH(QByteArray, page);
+        QFETCH(QString, text);
+        const QString all = manual(page.constData());
+        QVERIFY2(all.contains(text),
+                 qPrintable(QLatin1String(page) + QStringLiteral(" does not say: ") + text));
+    }
+
+    void values_tell_where_they_come_from_data()
+    {
+        QTest::addColumn<QByteArray>("entry");
+        QTest::addColumn<int>("value");
+        QTest::addColumn<Config_source>("source");
+        QTest::addColumn<int>("line");
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QByteArray>("message");
+        const QByteArray none;
+        QTest::newRow("entry") << QByteArray("<device name='d'>off</device>") << 0
+                               << Config_source::entry << 3 << QStringLiteral("off") << none;
+        QTest::newRow("not understood")
+            << QByteArray("\n<device name='d'>Off</device>") << 1 << Config_source::unrecognised
+            << 4 << QStringLiteral("Off") << QByteArray("NOT FOUND Text: Off\n");
+        QTest::newRow("empty") << QByteArray("<device name='d'/>") << 1
+                               << Config_source::unrecognised << 3 << QString()
+                               << QByteArray("NOT FOUND Text: \n");
+        QTest::newRow("missing") << QByteArray("<device name='e'>off</device>") << 1
+                                 << Config_source::no_entry << 0 << QString()
+                                 << QByteArray("NOT FOUND Text: \n");
+    }
+    void values_tell_where_they_come_from()
+    {
+        QFETCH(QByteArray, entry);
+        const auto document =
+            power("<power>\n<state name=\"low-power\">\n" + entry + "</state></power>");
+        const Config_value value =
+            read_device_power(document.get(), state_low_power, QStringLiteral("d"));
+        QTEST(value.value, "value");
+        QTEST(value.source, "source");
+        QTEST(value.line, "line");
+        QTEST(value.text, "text");
+        QTEST(value.message, "message");
+    }
+
+    void values_without_a_file()
+    {
+        const auto check = [](const Config_value& value, int expected) {
+            QCOMPARE(value.value, expected);
+            QCOMPARE(value.source, Config_source::no_file);
+        };
+        check(read_device_power(nullptr, state_on, QStringLiteral("system")), 0);
+        check(read_state_timeout(nullptr, state_on), -1);
+        check(read_state_timeout(nullptr, state_low_power), 100);
+        check(read_oem_code(nullptr), 255);
+        check(read_remote_switch_power_up_time(nullptr), 255);
+        const auto empty = profile("<profile/>");
+        QCOMPARE(read_oem_code(empty.get()).value, 255);
+        QCOMPARE(read_remote_switch_power_up_time(empty.get()).value, 15);
     }
 
     void lookup_does_not_go_back()

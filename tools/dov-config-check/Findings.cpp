@@ -17,51 +17,13 @@ namespace {
 
 using Document = std::unique_ptr<QDomDocument>;
 
-/// The first child of a tag and, unless it is null, a name: the one that the daemon consults.
-QDomElement first_child(const QDomElement& parent, const char* tag, const QString& name = {})
-{
-    QDomElement child = parent.firstChildElement(QLatin1String(tag));
-    while (!child.isNull() && !name.isNull() && child.attribute(QStringLiteral("name")) != name)
-        child = child.nextSiblingElement(QLatin1String(tag));
-    return child;
-}
-
-/// A setting of a loaded file. `read` asks the daemon's reader, with the default given.
-template <class Read>
-Setting setting_of(const QDomElement& entry, int default_value, const Read& read)
-{
-    // The reader does not say that it has used the default; with two of them it shows.
-    const bool recognised = read(0) == read(1);
-    if (entry.isNull())
-        return {read(default_value), Source::no_entry, 0, {}};
-    return {read(default_value), recognised ? Source::entry : Source::unrecognised,
-            entry.lineNumber(), entry.text()};
-}
-
 State_settings settings_of(const QDomDocument* document, int state)
 {
-    const bool loaded = document != nullptr;
-    const QString name = QLatin1String(power_state_name(state));
-    const int default_timeout = default_state_timeouts[state];
-    const QDomElement root = loaded ? document->documentElement() : QDomElement();
-    const QDomElement entries = first_child(root, "state", name);
-
-    State_settings settings{name, {default_timeout, Source::no_file, 0, {}}, {}};
-    if (loaded) {
-        settings.timeout = setting_of(
-            first_child(entries, "param", QStringLiteral("timeout")), default_timeout,
-            [&](int otherwise) { return get_state_timeout(document, state, otherwise); });
-    }
-    for (const QByteArray& device : power_names()) {
-        Setting on{0, Source::no_file, 0, {}};
-        if (loaded) {
-            on = setting_of(first_child(entries, "device", QString::fromUtf8(device)), 1,
-                            [&](int otherwise) {
-                                return int{get_device_power(document, state, device.constData(),
-                                                            otherwise != 0)};
-                            });
-        }
-        settings.devices.append({QString::fromUtf8(device), on});
+    State_settings settings{
+        QLatin1String(power_state_name(state)), read_state_timeout(document, state), {}};
+    for (const QByteArray& name : power_names()) {
+        const QString device = QString::fromUtf8(name);
+        settings.devices.append({device, read_device_power(document, state, device)});
     }
     return settings;
 }
@@ -88,7 +50,7 @@ QString root_of(const QByteArray& bytes)
 }
 
 /// Why the daemon does not take a file.
-Problem load_problem(Problem_kind kind, const QString& path, const char* root)
+Problem load_problem(Problem_kind kind, const QString& path, const Config_file& expected)
 {
     QFile file(path);
     const QFileInfo info(file);
@@ -106,27 +68,35 @@ Problem load_problem(Problem_kind kind, const QString& path, const char* root)
         return {kind, path, fault.line, fault.text};
     return {kind, path, 0,
             QStringLiteral("its root element is <%1>, not <%2>")
-                .arg(on_one_line(root_of(bytes)), QLatin1String(root))};
+                .arg(on_one_line(root_of(bytes)), QLatin1String(expected.root))};
 }
 
-void add_unless_recognised(QVector<Problem>& problems, const QString& file, const QString& entry,
-                           const Setting& setting, const QString& default_value)
+void add_unless_recognised(QVector<Problem>& problems, const QString& file, const QString& key,
+                           const Config_value& value, const QString& default_value)
 {
-    if (setting.source != Source::unrecognised)
+    if (value.source != Config_source::unrecognised)
         return;
-    problems.append({Problem_kind::no_effect, file, setting.line,
+    problems.append({Problem_kind::no_effect, file, value.line,
                      QStringLiteral("%1 has unrecognised text \"%2\"; the default counts, %3")
-                         .arg(entry, on_one_line(setting.text), default_value)});
+                         .arg(key, on_one_line(value.text), default_value)});
+}
+
+void add_unless_recognised(QVector<Problem>& problems, const QString& file, const QString& key,
+                           const Config_value& value)
+{
+    add_unless_recognised(problems, file, key, value, QString::number(value.value));
 }
 
 void add_unrecognised(QVector<Problem>& problems, const QString& file, const State_settings& state)
 {
-    add_unless_recognised(problems, file, QStringLiteral("<param name=\"timeout\">"), state.timeout,
-                          QString::number(state.timeout.value));
+    add_unless_recognised(
+        problems, file,
+        config_key(QLatin1String(state_timeout_row.tag), QLatin1String(state_timeout_row.name)),
+        state.timeout);
     for (const Device_setting& device : state.devices) {
-        add_unless_recognised(problems, file,
-                              QStringLiteral("<device name=\"%1\">").arg(device.device), device.on,
-                              device.on.value != 0 ? QStringLiteral("on") : QStringLiteral("off"));
+        add_unless_recognised(
+            problems, file, config_key(QLatin1String(device_power_row.tag), device.device),
+            device.on, device.on.value != 0 ? QStringLiteral("on") : QStringLiteral("off"));
     }
 }
 
@@ -148,8 +118,9 @@ QVector<Problem> problems_of_power_config(const QString& path, const QDomDocumen
     });
     if (system != devices.end() && system->on.value == 0) {
         problems.append({Problem_kind::power_off, path, system->on.line,
-                         QStringLiteral("<device name=\"system\"> is off in state \"%1\"")
-                             .arg(states[state_on].state)});
+                         QStringLiteral("%1 is off in state \"%2\"")
+                             .arg(config_key(QLatin1String(device_power_row.tag), system->device),
+                                  states[state_on].state)});
     }
     sort_by_line(problems);
     return problems;
@@ -158,14 +129,13 @@ QVector<Problem> problems_of_power_config(const QString& path, const QDomDocumen
 void check_power_config(Findings& findings, const QString& path)
 {
     Document document;
-    const int result = load_power_config(document, QFile::encodeName(path).constData());
-    if (result != config_loaded)
+    if (load_power_config(document, QFile::encodeName(path).constData()) != config_loaded)
         document.reset();
     for (int state = 0; state < power_state_count; ++state)
         findings.states.append(settings_of(document.get(), state));
     findings.masks = masks_of(findings.states);
     if (document == nullptr)
-        findings.problems.append(load_problem(Problem_kind::power_off, path, "power"));
+        findings.problems.append(load_problem(Problem_kind::power_off, path, power_config_file));
     else
         findings.problems += problems_of_power_config(path, *document, findings.states);
 }
@@ -173,26 +143,19 @@ void check_power_config(Findings& findings, const QString& path)
 void check_oem_profile(Findings& findings, const QString& path)
 {
     Document document;
-    const int result = load_oem_profile(document, QFile::encodeName(path).constData());
-    if (result != config_loaded) {
-        findings.oem_code = findings.power_up_time = {unknown_oem_code, Source::no_file, 0, {}};
-        findings.problems.append(load_problem(Problem_kind::rejected, path, "profile"));
+    if (load_oem_profile(document, QFile::encodeName(path).constData()) != config_loaded)
+        document.reset();
+    findings.oem_code = read_oem_code(document.get());
+    findings.power_up_time = read_remote_switch_power_up_time(document.get());
+    if (document == nullptr) {
+        findings.problems.append(load_problem(Problem_kind::rejected, path, oem_profile_file));
         return;
     }
-    const QDomElement root = document->documentElement();
-    findings.oem_code = setting_of(first_child(root, "code"), unknown_oem_code, [&](int otherwise) {
-        return int{get_oem_code(document.get(), static_cast<uchar>(otherwise))};
-    });
-    findings.power_up_time = setting_of(
-        first_child(root, "RemoteSwitchPowerUpTime"), default_power_up_time, [&](int otherwise) {
-            return int{
-                get_remote_switch_power_up_time(document.get(), static_cast<uchar>(otherwise))};
-        });
-    QVector<Problem> problems = unused_oem_entries(path, root);
-    add_unless_recognised(problems, path, QStringLiteral("<code>"), findings.oem_code,
-                          QString::number(unknown_oem_code));
-    add_unless_recognised(problems, path, QStringLiteral("<RemoteSwitchPowerUpTime>"),
-                          findings.power_up_time, QString::number(default_power_up_time));
+    QVector<Problem> problems = unused_oem_entries(path, document->documentElement());
+    add_unless_recognised(problems, path, config_key(QLatin1String(oem_code_row.tag)),
+                          findings.oem_code);
+    add_unless_recognised(problems, path, config_key(QLatin1String(power_up_time_row.tag)),
+                          findings.power_up_time);
     sort_by_line(problems);
     findings.problems += problems;
 }

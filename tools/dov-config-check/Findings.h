@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Config_schema.h"
+
 #include <QString>
 #include <QVector>
 
@@ -17,31 +19,15 @@ struct Problem {
     QString text; ///< one line, without file and line
 };
 
-/// Where the value of a setting comes from.
-enum class Source {
-    no_file,      ///< no file was loaded
-    no_entry,     ///< the default: the file has no entry for it
-    unrecognised, ///< the default: the daemon does not understand the entry
-    entry,
-};
-
-/// One value as the daemon reads it, and why.
-struct Setting {
-    int value;
-    Source source;
-    int line;     ///< of the entry, from 1; 0 without one
-    QString text; ///< of the entry
-};
-
 struct Device_setting {
     QString device;
-    Setting on; ///< 1 or 0
+    Config_value on; ///< 1 or 0
 };
 
 /// What the daemon makes of one power state.
 struct State_settings {
     QString state;
-    Setting timeout; ///< seconds, negative for none
+    Config_value timeout; ///< seconds, negative for none
     QVector<Device_setting> devices;
 };
 
@@ -56,11 +42,11 @@ struct Findings {
     QVector<Problem> problems; ///< the gravest first
     QVector<State_settings> states;
     QVector<Mask> masks;
-    Setting oem_code;
-    Setting power_up_time; ///< in the controller's units
+    Config_value oem_code;
+    Config_value power_up_time; ///< in the controller's units
 };
 
-/// Reads both files with the daemon's own reader, which prints what it does not find.
+/// Reads both files with the daemon's own reader. Prints nothing.
 Findings check_files(const QString& power_config, const QString& oem_profile);
 
 /// Text of a file as part of one line: shortened, and without control characters.

@@ -26,7 +26,7 @@ const Problem_words& words_for(Problem_kind kind)
     return *words;
 }
 
-/// In the order of Source.
+/// In the order of Config_source.
 constexpr const char* source_names[] = {"no_file", "no_entry", "unrecognised", "entry"};
 
 constexpr int red = 31;
@@ -46,18 +46,18 @@ QString text_of(const Problem& problem)
              problem.text);
 }
 
-QString reason_of(const Setting& setting, const QString& value)
+QString reason_of(const Config_value& setting, const QString& value)
 {
     switch (setting.source) {
-    case Source::no_file:
+    case Config_source::no_file:
         return QStringLiteral("no file");
-    case Source::no_entry:
+    case Config_source::no_entry:
         return QStringLiteral("default, no entry");
-    case Source::unrecognised:
+    case Config_source::unrecognised:
         return QStringLiteral("default, line %1 has unrecognised text \"%2\"")
             .arg(setting.line)
             .arg(on_one_line(setting.text));
-    case Source::entry:
+    case Config_source::entry:
         break;
     }
     const QString line = QStringLiteral("line %1").arg(setting.line);
@@ -66,7 +66,7 @@ QString reason_of(const Setting& setting, const QString& value)
                : line + QStringLiteral(", from \"%1\"").arg(on_one_line(setting.text));
 }
 
-QString number_with_reason(const Setting& setting)
+QString number_with_reason(const Config_value& setting)
 {
     const QString number = QString::number(setting.value);
     return QStringLiteral("%1 (%2)").arg(number, reason_of(setting, number));
@@ -91,7 +91,7 @@ QString text_of(const State_settings& state, bool coloured)
     return text;
 }
 
-QJsonObject object_of(const Setting& setting, const QJsonValue& value)
+QJsonObject object_of(const Config_value& setting, const QJsonValue& value)
 {
     QJsonObject object{
         {QStringLiteral("value"), value},

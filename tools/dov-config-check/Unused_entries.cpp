@@ -1,7 +1,6 @@
 #include "Unused_entries.h"
 
 #include "Object_table.h"
-#include "Power_state.h"
 
 #include <QSet>
 #include <QStringList>
@@ -10,44 +9,18 @@
 
 namespace {
 
-QString tag_key(const QString& tag)
-{
-    return QStringLiteral("<%1>").arg(tag);
-}
-
-QString named_key(const QString& tag, const QString& name)
-{
-    return QStringLiteral("<%1 name=\"%2\">").arg(tag, name);
-}
-
 /// By what the daemon looks an element of the power configuration up.
 QString power_key(const QDomElement& element)
 {
-    const QString name = QStringLiteral("name");
-    return element.hasAttribute(name) ? named_key(element.tagName(), element.attribute(name))
-                                      : tag_key(element.tagName());
+    const QString name = QLatin1String(name_attribute);
+    return element.hasAttribute(name) ? config_key(element.tagName(), element.attribute(name))
+                                      : config_key(element.tagName());
 }
 
 /// By what it looks one of the OEM profile up.
 QString oem_key(const QDomElement& element)
 {
-    return tag_key(element.tagName());
-}
-
-QStringList state_keys()
-{
-    QStringList keys;
-    for (int state = 0; state < power_state_count; ++state)
-        keys.append(named_key(QStringLiteral("state"), QLatin1String(power_state_name(state))));
-    return keys;
-}
-
-QStringList setting_keys()
-{
-    QStringList keys{named_key(QStringLiteral("param"), QStringLiteral("timeout"))};
-    for (const QByteArray& name : power_names())
-        keys.append(named_key(QStringLiteral("device"), QString::fromUtf8(name)));
-    return keys;
+    return config_key(element.tagName());
 }
 
 /// What may have been meant by a key that nothing looks up: one that differs in case and blanks.
@@ -110,15 +83,15 @@ private:
 QVector<Problem> unused_power_entries(const QString& file, const QDomElement& root)
 {
     Entry_check check(file, power_key);
-    const QStringList settings = setting_keys();
-    for (const QDomElement& state : check.consulted(root, state_keys()))
-        check.consulted(state, settings);
+    const QStringList entries = power_entry_keys(power_names());
+    for (const QDomElement& state : check.consulted(root, power_state_keys()))
+        check.consulted(state, entries);
     return check.found();
 }
 
 QVector<Problem> unused_oem_entries(const QString& file, const QDomElement& root)
 {
     Entry_check check(file, oem_key);
-    check.consulted(root, {QStringLiteral("<code>"), QStringLiteral("<RemoteSwitchPowerUpTime>")});
+    check.consulted(root, oem_profile_keys());
     return check.found();
 }

@@ -7,7 +7,6 @@
 
 #include <cstdio>
 
-#include <fcntl.h>
 #include <unistd.h>
 
 namespace {
@@ -20,40 +19,6 @@ const char* const description =
 Exit status: 0 all is well, 1 the output could not be written, 2 wrong usage,
 3 an entry has no effect, 4 a file is rejected, 5 the terminal powers off at
 start. Of several the highest; the reasons are printed first.)";
-
-/// Sends standard output nowhere while it lives.
-class Silence {
-public:
-    Silence() : output_(fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1))
-    {
-        const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
-        if (nowhere == STDOUT_FILENO)
-            return;
-        dup2(nowhere, STDOUT_FILENO);
-        close(nowhere);
-    }
-    ~Silence()
-    {
-        if (output_ < 0) {
-            close(STDOUT_FILENO);
-            return;
-        }
-        dup2(output_, STDOUT_FILENO);
-        close(output_);
-    }
-    Silence(const Silence&) = delete;
-    Silence& operator=(const Silence&) = delete;
-
-private:
-    int output_;
-};
-
-/// The daemon's reader prints what it does not find; here that is part of the findings.
-Findings check_quietly(const QString& power_config, const QString& oem_profile)
-{
-    const Silence silence;
-    return check_files(power_config, oem_profile);
-}
 
 bool print(const QByteArray& text, std::FILE* stream)
 {
@@ -90,7 +55,7 @@ int main(int argc, char** argv)
     if (!request.runs())
         return leave(tool, request);
 
-    const Findings findings = check_quietly(power, oem);
+    const Findings findings = check_files(power, oem);
     const QByteArray text =
         json ? as_json(findings) : as_text(findings, isatty(STDOUT_FILENO) != 0);
     if (!print(text, stdout))

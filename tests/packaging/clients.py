@@ -52,7 +52,7 @@ def built_with_pkg_config(prefix: Path, directory: Path, compiler: str) -> Path:
 def check(world: World, client: Path, brightness: int) -> None:
     printed = world.root / "printed"
     medium = world.root / "media/usb0"
-    expected = f"terminal SN-1\nbrightness {brightness}\nwatching the media\n"
+    expected = f"terminal 1234\nbrightness {brightness}\nwatching the media\n"
     with printed.open("wb") as output:
         running = subprocess.Popen(
             [client, str(brightness)], env=world.environment(), stdout=output,

@@ -92,15 +92,10 @@ class World:
             time.sleep(0.05)
 
     def _write_files(self, policy_text: str) -> None:
-        for name in ("bin", "dev", "etc", "tmp", "media", "nv/info"):
-            (self.root / name).mkdir(parents=True)
+        subprocess.run([SOURCES / "tests/fixtures/make-root", self.root], check=True)
         for name in ("power_manage.conf", "oem_profile.conf"):
             text = (SOURCES / "data/examples" / name).read_text()
             (self.root / "etc" / name).write_text(text)
-        (self.root / "nv/info/SERIAL_NUMBER").write_text("SN-1\n")
-        stub = self.root / "bin/systemctl"
-        stub.write_text(f'#!/bin/sh\necho "$@" >>"{self.root}/systemctl.calls"\n')
-        stub.chmod(0o755)
         (self.root / "policy.conf").write_text(policy_text)
         include = f"<include>{self.root}/policy.conf</include>"
         (self.root / "bus.conf").write_text(

@@ -3,6 +3,7 @@
 #include "Object_table.h"
 
 #include "Captured_console.h"
+#include "Expected_objects.h"
 #include "Object_catalogue.h"
 #include "Power_interface.h"
 #include "Test_daemon.h"
@@ -257,10 +258,12 @@ private Q_SLOTS:
                         message[0] = static_cast<uchar>(id);
                     const bool used = len > 0 && len >= least.value({i, id}, 9);
                     if (object->handle_message(message.get(), len) != used)
-                        wrong.append(QStringLiteral("object %1, identifier %2, length %3")
-                                         .arg(i)
-                                         .arg(id)
-                                         .arg(len));
+                        wrong.append(QStringLiteral("%1, identifier %2, length %3: %4")
+                                         .arg(QLatin1String(expected_objects[i].path))
+                                         .arg(id, 2, 16, QLatin1Char('0'))
+                                         .arg(len)
+                                         .arg(used ? QLatin1String("refused, and has to be used")
+                                                   : QLatin1String("used, and has to be refused")));
                 }
             }
         }

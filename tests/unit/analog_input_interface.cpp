@@ -1,25 +1,23 @@
-// The inputs: decoding, thresholds, limits and re-reports.
+// What the measured inputs share: decoding, thresholds and limits, of each kind
+// that has a voltage.
+
+#include "Analog_input_interface.h"
 
 #include "Ambientlight_input_interface.h"
-#include "Analog_input_interface.h"
 #include "Captured_console.h"
-#include "Digital_input_interface.h"
-#include "Frequency_input_interface.h"
 #include "Objects.h"
 #include "Temperature_input_interface.h"
 #include "Test_daemon.h"
 #include "Voltage_input_interface.h"
-#include "Waiting.h"
 
 #include <QSignalSpy>
-#include <QTimer>
 
 #include <cmath>
 
-class Input_objects : public QObject {
+class Analog_input : public QObject {
     Q_OBJECT
 public:
-    explicit Input_objects(Test_daemon& world) : world_(world) {}
+    explicit Analog_input(Test_daemon& world) : world_(world) {}
 
 private:
     Test_daemon& world_;
@@ -54,73 +52,6 @@ private:
 
 private Q_SLOTS:
     void cleanupTestCase() { world_.daemon->handle_quit(); }
-
-    void digital_input_reads_the_bit_of_its_channel_data()
-    {
-        QTest::addColumn<uint>("channel");
-        QTest::addColumn<QByteArray>("on");
-        QTest::addColumn<QByteArray>("off");
-        QTest::newRow("0") << 0U << QByteArray("01") << QByteArray("fe");
-        QTest::newRow("1") << 1U << QByteArray("02") << QByteArray("fd");
-        QTest::newRow("2") << 2U << QByteArray("04") << QByteArray("fb");
-        QTest::newRow("3") << 3U << QByteArray("08") << QByteArray("f7");
-    }
-    void digital_input_reads_the_bit_of_its_channel()
-    {
-        QFETCH(uint, channel);
-        QFETCH(QByteArray, on);
-        QFETCH(QByteArray, off);
-        for (const QByteArray id : {"10", "36"}) {
-            auto& input = make<Digital_input_interface>(channel);
-            QSignalSpy spy(&input, &Digital_input_interface::changed);
-            const Captured_descriptor errors(STDERR_FILENO);
-            QVERIFY(!output_of(input, &Digital_input_interface::is_on, true));
-            QVERIFY(offer(input, id + on));
-            QVERIFY(output_of(input, &Digital_input_interface::is_on));
-            QVERIFY(offer(input, id + off));
-            QVERIFY(!output_of(input, &Digital_input_interface::is_on, true));
-            QCOMPARE(seen(spy), (QList<QVariantList>{{true}, {false}}));
-        }
-    }
-
-    void digital_input_says_what_it_did()
-    {
-        auto& input = make<Digital_input_interface>(2U);
-        Captured_descriptor errors(STDERR_FILENO);
-        QVERIFY(offer(input, "3604000000000000")); // changed
-        QVERIFY(offer(input, "3604000000000000")); // not, and silent
-        QVERIFY(offer(input, "1004000000000000")); // not, and said
-        QVERIFY(offer(input, "1000"));             // changed
-        QVERIFY(offer(input, "1000"));
-        QCOMPARE(errors.text(), QByteArray("Changed id=6 len=8\n"
-                                           "UnChanged id=\x10 dio=2 val=1\n"
-                                           "Changed id=\x10 len=2\n"
-                                           "UnChanged id=\x10 dio=2 val=0\n"));
-    }
-
-    void digital_input_has_its_value_before_it_signals()
-    {
-        auto& input = make<Digital_input_interface>(0U);
-        Captured_descriptor errors(STDERR_FILENO);
-        QStringList seen_then;
-        connect(&input, &Digital_input_interface::changed, this, [&](bool on) {
-            QCOMPARE(output_of(input, &Digital_input_interface::is_on, !on), on);
-            seen_then.append(QString::fromLatin1(errors.text()));
-        });
-        QVERIFY(offer(input, "3601"));
-        QCOMPARE(seen_then, QStringList{QStringLiteral("Changed id=6 len=2\n")});
-    }
-
-    void digital_input_refuses_other_messages()
-    {
-        auto& input = make<Digital_input_interface>(0U);
-        QSignalSpy spy(&input, &Digital_input_interface::changed);
-        Captured_descriptor errors(STDERR_FILENO);
-        QVERIFY(!offer(input, "06ff000000000000"));
-        QVERIFY(!offer(input, "36"));
-        QCOMPARE(spy.count(), 0);
-        QCOMPARE(errors.text(), QByteArray("Unhandled id=6 len=8\nUnhandled id=54 len=1\n"));
-    }
 
     void readings_data()
     {
@@ -227,10 +158,6 @@ private Q_SLOTS:
         QCOMPARE(output_of(input, &Analog_input_interface::get_min_value), -1000000.0);
         QCOMPARE(output_of(input, &Analog_input_interface::get_max_value), 1000000.0);
         QCOMPARE(output_of(input, &Analog_input_interface::get_time_out, 1U), 0U);
-        auto& frequency = make<Frequency_input_interface>();
-        QCOMPARE(output_of(frequency, &Frequency_input_interface::get_value), -1000000.0);
-        QCOMPARE(output_of(frequency, &Frequency_input_interface::get_hysteresis), 1000000.0);
-        QCOMPARE(output_of(frequency, &Frequency_input_interface::get_time_out, 1U), 0U);
     }
 
     void settings_are_stored_as_they_are()
@@ -252,7 +179,8 @@ private Q_SLOTS:
         QSignalSpy changed(&input, &Analog_input_interface::val_changed);
         const Captured_descriptor output(STDOUT_FILENO);
         Captured_descriptor errors(STDERR_FILENO);
-        offer(input, millivolts(0)); // exactly the hysteresis away, which is not enough
+        offer(input,
+              millivolts(0)); // exactly the hysteresis away, which is not enough
         offer(input, millivolts(1500));
         offer(input, millivolts(65535));
         QCOMPARE(seen(changed), (QList<QVariantList>{{1.5, false}}));
@@ -283,7 +211,8 @@ private Q_SLOTS:
         input.set_hysteresis(0.5);
         input.set_min_value(2.0);
         input.set_max_value(4.0);
-        // Below, still below, at the limit, back but not far enough, below, far enough, below.
+        // Below, still below, at the limit, back but not far enough, below, far
+        // enough, below.
         for (const uint reading : {1000U, 1250U, 2000U, 2500U, 1000U, 2750U, 1000U})
             offer(input, millivolts(reading));
         QCOMPARE(seen(below), (QList<QVariantList>{{1.0}, {1.0}}));
@@ -299,7 +228,8 @@ private Q_SLOTS:
         QCOMPARE(seen(above), (QList<QVariantList>{{5.0}, {5.0}}));
         QVERIFY(errors.text().endsWith(
             "Updated val=5 max=1 Changed\nUpdated val=4.75 max=0 !Changed\n"
-            "Updated val=4 Changed\nUpdated val=3.5 !Changed\nUpdated val=5 max=0 Changed\n"
+            "Updated val=4 Changed\nUpdated val=3.5 !Changed\nUpdated val=5 max=0 "
+            "Changed\n"
             "Updated val=3.25 Changed\nUpdated val=5 max=1 Changed\n"));
     }
 
@@ -380,146 +310,10 @@ private Q_SLOTS:
         offer(input, millivolts(2000));
         QCOMPARE(changed.count(), 2);
     }
-
-    void time_outs_data()
-    {
-        QTest::addColumn<uint>("asked");
-        QTest::addColumn<uint>("period");
-        QTest::addColumn<int>("interval");
-        QTest::newRow("1") << 1U << 130U << 130;
-        QTest::newRow("129") << 129U << 130U << 130;
-        QTest::newRow("130") << 130U << 130U << 130;
-        QTest::newRow("131") << 131U << 131U << 131;
-        QTest::newRow("longest") << 2147483647U << 2147483647U << 2147483647;
-        QTest::newRow("beyond a timer") << 2147483648U << 2147483648U << 2147483647;
-        QTest::newRow("largest") << 4294967295U << 4294967295U << 2147483647;
-    }
-    void time_outs()
-    {
-        QFETCH(uint, asked);
-        QFETCH(uint, period);
-        QFETCH(int, interval);
-        auto& analog = make<Analog_input_interface>(true);
-        analog.set_time_out(asked);
-        QCOMPARE(output_of(analog, &Analog_input_interface::get_time_out), period);
-        auto& frequency = make<Frequency_input_interface>();
-        frequency.set_time_out(asked);
-        QCOMPARE(output_of(frequency, &Frequency_input_interface::get_time_out), period);
-        for (const QObject* input :
-             {static_cast<QObject*>(&analog), static_cast<QObject*>(&frequency)}) {
-            const auto timers = input->findChildren<QTimer*>();
-            QCOMPARE(timers.size(), 1);
-            QVERIFY(timers[0]->isActive() && !timers[0]->isSingleShot());
-            QCOMPARE(timers[0]->interval(), interval);
-            QCOMPARE(timers[0]->timerType(), Qt::PreciseTimer);
-        }
-    }
-
-    void time_out_of_0_ends_the_reports()
-    {
-        auto& input = make<Analog_input_interface>(true);
-        input.set_time_out(0);
-        QVERIFY(input.findChildren<QTimer*>().isEmpty());
-        QCOMPARE(output_of(input, &Analog_input_interface::get_time_out, 1U), 0U);
-        input.set_time_out(200);
-        input.set_time_out(300);
-        QCOMPARE(input.findChildren<QTimer*>().size(), 1);
-        input.set_time_out(0);
-        QVERIFY(input.findChildren<QTimer*>().isEmpty());
-        QCOMPARE(output_of(input, &Analog_input_interface::get_time_out, 1U), 0U);
-    }
-
-    void time_out_reports_the_latest_reading_again_and_again()
-    {
-        auto& input = make<Analog_input_interface>(true);
-        const Captured_descriptor output(STDOUT_FILENO);
-        const Captured_descriptor errors(STDERR_FILENO);
-        offer(input, millivolts(1500));
-        offer(input, millivolts(1750)); // the latest, and no change
-        QSignalSpy changed(&input, &Analog_input_interface::val_changed);
-        input.set_time_out(1);
-        QVERIFY(QTest::qWaitFor([&] { return changed.count() >= 2; }, patience_ms));
-        input.set_time_out(0);
-        QCOMPARE(changed[0], (QVariantList{1.75, true}));
-        QCOMPARE(changed[1], (QVariantList{1.75, true}));
-        changed.clear();
-        input.handle_timeout(); // a method of the bus as well
-        QCOMPARE(seen(changed), (QList<QVariantList>{{1.75, true}}));
-    }
-
-    void frequency_reads_the_last_two_bytes_of_the_digest()
-    {
-        auto& input = make<Frequency_input_interface>();
-        QSignalSpy changed(&input, &Frequency_input_interface::val_changed);
-        Captured_descriptor errors(STDERR_FILENO);
-        QVERIFY(offer(input, "3600000000000000"));
-        QVERIFY(offer(input, "360000000000abcd"));
-        QVERIFY(offer(input, "3600000000000001"));
-        QCOMPARE(seen(changed), (QList<QVariantList>{{43981.0, false}}));
-        QCOMPARE(output_of(input, &Frequency_input_interface::get_value), 1.0);
-        input.set_hysteresis(2.0);
-        QCOMPARE(output_of(input, &Frequency_input_interface::get_hysteresis), 2.0);
-        QVERIFY(offer(input, "360000000000abcb")); // 2 away from the reported value
-        QVERIFY(offer(input, "360000000000abca"));
-        QCOMPARE(changed.count(), 2);
-        input.set_hysteresis(not_a_number);
-        QVERIFY(offer(input, "3600000000000000"));
-        QVERIFY(!offer(input, "36000000000000"));
-        QVERIFY(!offer(input, "1e00000000000000"));
-        QCOMPARE(errors.text(), QByteArray("Updated val=0 !Changed\nUpdated val=43981 Changed\n"
-                                           "Updated val=1 !Changed\nUpdated val=43979 !Changed\n"
-                                           "Updated val=43978 Changed\nUpdated val=0 !Changed\n"
-                                           "Unhandled id=54 len=7\nUnhandled id=30 len=8\n"));
-        changed.clear();
-        input.handle_timeout();
-        QCOMPARE(seen(changed), (QList<QVariantList>{{0.0, true}}));
-    }
-
-    void only_a_reported_change_restarts_the_period()
-    {
-        auto& analog = make<Analog_input_interface>(true);
-        auto& frequency = make<Frequency_input_interface>();
-        const Captured_descriptor output(STDOUT_FILENO);
-        const Captured_descriptor errors(STDERR_FILENO);
-        analog.set_time_out(500000);
-        analog.set_min_value(1.0);
-        frequency.set_time_out(500000);
-        const auto* analog_timer = analog.findChild<QTimer*>();
-        const auto* frequency_timer = frequency.findChild<QTimer*>();
-        offer(analog, millivolts(5000)); // the first change
-        offer(frequency, "3600000000000005");
-        constexpr int left = 499900;
-        QTRY_VERIFY(analog_timer->remainingTime() < left);
-        QTRY_VERIFY(frequency_timer->remainingTime() < left);
-        offer(analog, millivolts(500)); // passes the limit and is no change
-        analog.handle_timeout();
-        offer(frequency, "3600000000000006");
-        frequency.handle_timeout();
-        QVERIFY(analog_timer->remainingTime() < left);
-        QVERIFY(frequency_timer->remainingTime() < left);
-        analog.set_time_out(500000); // the same again begins a new one
-        QVERIFY(analog_timer->remainingTime() > left);
-    }
-
-    void frequency_change_restarts_the_period()
-    {
-        auto& input = make<Frequency_input_interface>();
-        input.set_time_out(500000);
-        input.set_hysteresis(1.0);
-        auto* timer = input.findChild<QTimer*>();
-        QTRY_VERIFY(timer->remainingTime() < 500000);
-        const int before = timer->remainingTime();
-        const Captured_descriptor errors(STDERR_FILENO);
-        offer(input, "3600000000001000");
-        QVERIFY(timer->remainingTime() > before);
-        QVERIFY(timer->isActive());
-        input.set_time_out(0);
-        QVERIFY(input.findChildren<QTimer*>().isEmpty());
-    }
 };
 
 int main(int count, char** arguments)
 {
-    return run_with_daemon<Input_objects>(count, arguments, "<power/>");
+    return run_with_daemon<Analog_input>(count, arguments, "<power/>");
 }
-#include "input_objects.moc"
+#include "analog_input_interface.moc"

@@ -54,7 +54,7 @@ expect "dov-controller --script $directory/p" "$directory/power.conf"
 expect 'dov-line ' read stats compare
 expect 'dov-line s' stats
 expect 'dov-line --' --help --version
-expect 'dov-line read --' --from --id --where --errors --unanswered --time --json --csv --help
+expect 'dov-line read --' --help --version --from --id --where --errors --unanswered --time --json --csv
 expect 'dov-line read --from ' host controller
 expect 'dov-line read --time d' delta
 expect 'dov-line stats --baudrate 5' 57600

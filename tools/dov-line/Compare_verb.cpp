@@ -1,16 +1,14 @@
+#include "Compare_verb.h"
+
 #include "Explanation.h"
 #include "Line_statistics.h"
 #include "Output.h"
 #include "Recording_events.h"
-#include "Verb.h"
 
 #include <array>
+#include <limits>
 
 namespace {
-
-const QCommandLineOption
-    all_option(QStringLiteral("all"),
-               QStringLiteral("every message that differs, not the first few"));
 
 /// What a recording is compared by.
 struct Content {
@@ -117,34 +115,30 @@ int tell_figures(Output& output, const Line_statistics& first, const Line_statis
 
 } // namespace
 
-int run_compare(const QStringList& arguments)
+Compare_verb::Compare_verb()
+    : Verb("compare", "Tells what differs between two recordings.\n\n"
+                      "Figures, and the messages of each side, one by one in their order, without "
+                      "their times.")
 {
-    QCommandLineParser parser;
-    parser.setApplicationDescription(
-        QStringLiteral("Tells what differs between two recordings: figures, and the messages of "
-                       "each side, one by one in their order, without their times."));
-    parser.addPositionalArgument(QStringLiteral("files"), QStringLiteral("two recordings"),
-                                 QStringLiteral("FILE FILE"));
-    parser.addOption(all_option);
-    int status = exit_good;
-    if (!parse(parser, arguments, status))
-        return status;
-    const QStringList paths = parser.positionalArguments();
-    if (paths.size() != 2)
-        return refuse(arguments[0], QStringLiteral("two recordings are to be named"));
+    line().take_arguments(2, 2, QStringLiteral("file file"), QStringLiteral("Two recordings."));
+    add_switch("all", "Every message that differs, not the first few.", all_);
+}
+
+int Compare_verb::run(const QStringList& arguments)
+{
     Content first;
     Content second;
-    const bool are_whole = load(paths[0], first);
-    if (!load(paths[1], second) || !are_whole)
-        return exit_input;
+    const bool are_whole = load(arguments[0], first);
+    if (!load(arguments[1], second) || !are_whole)
+        return status_input;
 
     constexpr int few = 10;
-    const int most = parser.isSet(all_option) ? std::numeric_limits<int>::max() : few;
+    const int most = all_ ? std::numeric_limits<int>::max() : few;
     Output output;
     int differences = tell_figures(output, first.counted, second.counted);
     differences += tell_messages(output, first.messages[0], second.messages[0], "host", most);
     differences += tell_messages(output, first.messages[1], second.messages[1], "controller", most);
     if (!output.flush())
-        return exit_output;
-    return differences > 0 ? exit_found : exit_good;
+        return status_output;
+    return differences > 0 ? status_found : tool_done;
 }

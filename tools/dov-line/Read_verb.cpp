@@ -1,142 +1,118 @@
-#include "Event_filter.h"
-#include "Event_format.h"
+#include "Read_verb.h"
+
 #include "Output.h"
 #include "Recording_events.h"
-#include "Verb.h"
 
 #include <QJsonDocument>
 
+#include <limits>
+
 namespace {
 
-enum class Shape : uchar { lines, json, csv };
-
-const QCommandLineOption from_option(QStringLiteral("from"),
-                                     QStringLiteral("only what this side sends"),
-                                     QStringLiteral("host|controller"));
-const QCommandLineOption id_option(QStringLiteral("id"),
-                                   QStringLiteral("only this message: 0x36, 54 or digest; again "
-                                                  "for more"),
-                                   QStringLiteral("message"));
-const QCommandLineOption where_option(QStringLiteral("where"),
-                                      QStringLiteral("only messages whose field passes: "
-                                                     "\"analog>2.5 V\"; again for more"),
-                                      QStringLiteral("field=value"));
-const QCommandLineOption errors_option(QStringLiteral("errors"),
-                                       QStringLiteral("only what is wrong"));
-const QCommandLineOption unanswered_option(QStringLiteral("unanswered"),
-                                           QStringLiteral("only requests without an answer"));
-const QCommandLineOption time_option(QStringLiteral("time"),
-                                     QStringLiteral("since the beginning, of the wall clock, or "
-                                                    "since the last line"),
-                                     QStringLiteral("relative|absolute|delta"),
-                                     QStringLiteral("relative"));
-const QCommandLineOption json_option(QStringLiteral("json"),
-                                     QStringLiteral("an object of JSON a line"));
-const QCommandLineOption csv_option(QStringLiteral("csv"),
-                                    QStringLiteral("comma-separated values"));
-
-/// Takes what is wanted from the command line. Returns an error's text, or nothing.
-QString set_filter(Event_filter& filter, const QCommandLineParser& parser)
+/// What is wrong with an option's value, behind the option's name.
+QString fault_of(const char* option, const QString& error)
 {
-    const QString from = parser.value(from_option);
-    if (from == QLatin1String("host"))
-        filter.want_sender(Sender::host);
-    else if (from == QLatin1String("controller"))
-        filter.want_sender(Sender::controller);
-    else if (!from.isEmpty())
-        return QStringLiteral("--from: \"%1\" is not host or controller").arg(from);
-    for (const QString& text : parser.values(id_option)) {
-        const QString error = filter.want_message(text);
-        if (!error.isEmpty())
-            return QStringLiteral("--id: ") + error;
-    }
-    for (const QString& text : parser.values(where_option)) {
-        const QString error = filter.want_field(text);
-        if (!error.isEmpty())
-            return QStringLiteral("--where: ") + error;
-    }
-    if (parser.isSet(errors_option))
-        filter.want_errors();
-    if (parser.isSet(unanswered_option))
-        filter.want_unanswered();
-    return {};
-}
-
-std::optional<Time_style> time_style(const QString& text)
-{
-    if (text == QLatin1String("relative"))
-        return Time_style::relative;
-    if (text == QLatin1String("absolute"))
-        return Time_style::absolute;
-    if (text == QLatin1String("delta"))
-        return Time_style::delta;
-    return std::nullopt;
-}
-
-void write(Output& output, Event_format& format, const Line_event& event, Shape shape,
-           Time_style style)
-{
-    switch (shape) {
-    case Shape::lines:
-        output.line(format.line(event, style));
-        break;
-    case Shape::json:
-        output.line(QJsonDocument(format.json(event)).toJson(QJsonDocument::Compact));
-        break;
-    case Shape::csv:
-        output.line(format.csv(event));
-        break;
-    }
+    return error.isEmpty() ? error : QLatin1String(option) + QStringLiteral(": ") + error;
 }
 
 } // namespace
 
-int run_read(const QStringList& arguments)
+Read_verb::Read_verb() : Verb("read", "Shows what is in recordings of the line.")
 {
-    QCommandLineParser parser;
-    parser.setApplicationDescription(QStringLiteral("Shows what is in recordings of the line."));
-    parser.addPositionalArgument(QStringLiteral("file"),
-                                 QStringLiteral("recordings or pcapng files; - is standard input"),
-                                 QStringLiteral("FILE..."));
-    parser.addOptions({from_option, id_option, where_option, errors_option, unanswered_option,
-                       time_option, json_option, csv_option});
-    int status = exit_good;
-    if (!parse(parser, arguments, status))
-        return status;
-    Event_filter filter;
-    const QString error = set_filter(filter, parser);
-    if (!error.isEmpty())
-        return refuse(arguments[0], error);
-    const auto style = time_style(parser.value(time_option));
-    if (!style)
-        return refuse(arguments[0], QStringLiteral("--time: \"%1\" is not relative, absolute or "
-                                                   "delta")
-                                        .arg(parser.value(time_option)));
-    if (parser.positionalArguments().isEmpty())
-        return refuse(arguments[0], QStringLiteral("no recording is named"));
-    const Shape shape = parser.isSet(json_option)  ? Shape::json
-                        : parser.isSet(csv_option) ? Shape::csv
-                                                   : Shape::lines;
+    line().take_arguments(1, std::numeric_limits<int>::max(), QStringLiteral("file..."),
+                          QStringLiteral("Recordings or pcapng files; - is standard input."));
+    line().add({QStringLiteral("from"), QStringLiteral("host|controller"),
+                QStringLiteral("Only what this side sends."),
+                [this](const QString& text) { return take_sender(text); }});
+    line().add(
+        {QStringLiteral("id"), QStringLiteral("message"),
+         QStringLiteral("Only this message: 0x36, 54 or digest; again for more."),
+         [this](const QString& text) { return fault_of("--id", filter_.want_message(text)); }});
+    line().add(
+        {QStringLiteral("where"), QStringLiteral("field=value"),
+         QStringLiteral("Only messages whose field passes: \"analog>2.5 V\"; again for "
+                        "more."),
+         [this](const QString& text) { return fault_of("--where", filter_.want_field(text)); }});
+    line().add({QStringLiteral("errors"),
+                {},
+                QStringLiteral("Only what is wrong."),
+                [this](const QString&) {
+                    filter_.want_errors();
+                    return QString();
+                }});
+    line().add({QStringLiteral("unanswered"),
+                {},
+                QStringLiteral("Only requests without an answer."),
+                [this](const QString&) {
+                    filter_.want_unanswered();
+                    return QString();
+                }});
+    line().add({QStringLiteral("time"), QStringLiteral("relative|absolute|delta"),
+                QStringLiteral("Times since the beginning, of the wall clock, or since the last "
+                               "line."),
+                [this](const QString& text) { return take_style(text); }});
+    add_switch("json", "An object of JSON a line.", json_);
+    add_switch("csv", "Comma-separated values.", csv_);
+}
 
+QString Read_verb::take_sender(const QString& text)
+{
+    const bool is_host = text == QLatin1String("host");
+    if (!is_host && text != QLatin1String("controller"))
+        return QStringLiteral("--from: \"%1\" is not host or controller").arg(text);
+    filter_.want_sender(is_host ? Sender::host : Sender::controller);
+    return {};
+}
+
+QString Read_verb::take_style(const QString& text)
+{
+    if (text == QLatin1String("relative"))
+        style_ = Time_style::relative;
+    else if (text == QLatin1String("absolute"))
+        style_ = Time_style::absolute;
+    else if (text == QLatin1String("delta"))
+        style_ = Time_style::delta;
+    else
+        return QStringLiteral("--time: \"%1\" is not relative, absolute or delta").arg(text);
+    return {};
+}
+
+int Read_verb::run(const QStringList& arguments)
+{
     Output output;
-    if (shape == Shape::csv)
+    if (csv_)
         output.line(Event_format::csv_header());
-    for (const QString& path : parser.positionalArguments()) {
-        Recording_events events;
-        if (!events.open(path)) {
-            status = exit_input;
-            continue;
-        }
-        Event_format format;
-        Line_event event;
-        while (events.next(event)) {
-            format.set_wall_clock(events.wall_clock_us());
-            format.see(event);
-            if (filter.wants(event))
-                write(output, format, event, shape, *style);
-        }
-        if (!events.is_whole())
-            status = exit_input;
+    bool are_whole = true;
+    for (const QString& path : arguments)
+        are_whole = read(path, output) && are_whole;
+    if (!output.flush())
+        return status_output;
+    return are_whole ? tool_done : status_input;
+}
+
+/// Whether the recording could be read to its end.
+bool Read_verb::read(const QString& path, Output& output) const
+{
+    Recording_events events;
+    if (!events.open(path))
+        return false;
+    Event_format format;
+    Line_event event;
+    while (events.next(event)) {
+        format.set_wall_clock(events.wall_clock_us());
+        format.see(event);
+        if (filter_.wants(event))
+            write(output, format, event);
     }
-    return output.flush() ? status : exit_output;
+    return events.is_whole();
+}
+
+void Read_verb::write(Output& output, Event_format& format, const Line_event& event) const
+{
+    if (json_)
+        output.line(QJsonDocument(format.json(event)).toJson(QJsonDocument::Compact));
+    else if (csv_)
+        output.line(format.csv(event));
+    else
+        output.line(format.line(event, style_));
 }

@@ -1,9 +1,9 @@
-#include "Condition.h"
+#include "Stats_verb.h"
+
 #include "Line_statistics.h"
 #include "Message_catalogue.h"
 #include "Output.h"
 #include "Recording_events.h"
-#include "Verb.h"
 
 #include <QJsonDocument>
 
@@ -13,24 +13,6 @@ namespace {
 
 constexpr double percent = 100;
 constexpr int bar_width = 40;
-
-const QCommandLineOption json_option(QStringLiteral("json"), QStringLiteral("an object of JSON"));
-const QCommandLineOption baud_option(QStringLiteral("baudrate"),
-                                     QStringLiteral("the line's speed, for its load"),
-                                     QStringLiteral("rate"), QStringLiteral("115200"));
-const QCommandLineOption fail_option(QStringLiteral("fail-if"),
-                                     QStringLiteral("end with status 1 if it holds: "
-                                                    "\"unanswered>0\", \"answers.0x15.p99_ms>20\"; "
-                                                    "again for more"),
-                                     QStringLiteral("condition"));
-
-/// A figure of the JSON object and what it is held against.
-struct Limit {
-    QString text;
-    QStringList path;
-    Relation relation;
-    double number;
-};
 
 QString number(double value, int decimals = 1)
 {
@@ -137,18 +119,6 @@ void write_histogram(Output& output, const Time_distribution& times)
     }
 }
 
-/// Reads "NAME.NAME>NUMBER". Returns an error's text, or nothing.
-QString read_limit(const QString& text, Limit& limit)
-{
-    const auto condition = split_condition(text);
-    if (!condition)
-        return QStringLiteral("\"%1\" is not FIGURE>NUMBER").arg(text);
-    bool good = false;
-    limit = {text, condition->name.split(QLatin1Char('.')), condition->relation,
-             condition->value.toDouble(&good)};
-    return good ? QString() : QStringLiteral("\"%1\" ends with no number").arg(text);
-}
-
 /// The figure at a path; undefined where there is none.
 QJsonValue figure(const QJsonObject& object, const QStringList& path)
 {
@@ -158,76 +128,59 @@ QJsonValue figure(const QJsonObject& object, const QStringList& path)
     return value;
 }
 
-/// Reads all of them. Returns an error's text, or nothing.
-QString read_limits(const QStringList& texts, QVector<Limit>& limits)
+} // namespace
+
+Stats_verb::Stats_verb() : Verb("stats", "Counts what is in a recording of the line.")
 {
+    line().take_arguments(1, 1, QStringLiteral("file"),
+                          QStringLiteral("A recording or pcapng file; - is standard input."));
+    add_switch("json", "An object of JSON.", json_);
+    line().add({QStringLiteral("baudrate"), QStringLiteral("rate"),
+                QStringLiteral("The line's speed, for its load; 115200."),
+                [this](const QString& text) { return take_baud(text); }});
+    line().add({QStringLiteral("fail-if"), QStringLiteral("condition"),
+                QStringLiteral("End with status 1 if it holds: \"unanswered>0\", "
+                               "\"answers.0x15.p99_ms>20\"; again for more."),
+                [this](const QString& text) { return take_limit(text); }});
+}
+
+QString Stats_verb::take_baud(const QString& text)
+{
+    baud_ = text.toUInt();
+    return baud_ > 0 ? QString() : QStringLiteral("--baudrate: \"%1\" is no speed").arg(text);
+}
+
+QString Stats_verb::take_limit(const QString& text)
+{
+    const auto condition = split_condition(text);
+    if (!condition)
+        return QStringLiteral("--fail-if: \"%1\" is not FIGURE>NUMBER").arg(text);
+    bool good = false;
+    const Limit limit = {text, condition->name.split(QLatin1Char('.')), condition->relation,
+                         condition->value.toDouble(&good)};
+    if (!good)
+        return QStringLiteral("--fail-if: \"%1\" ends with no number").arg(text);
     // What every recording has: a name that is not there is a mistake. Those below depend on what
     // was said on the line.
-    const QJsonObject every = Line_statistics(1).to_json();
-    for (const QString& text : texts) {
-        Limit limit;
-        const QString error = read_limit(text, limit);
-        if (!error.isEmpty())
-            return error;
-        if (!every.contains(limit.path.first()))
-            return QStringLiteral("there is no figure \"%1\"").arg(limit.path.first());
-        limits.append(limit);
-    }
+    if (!Line_statistics(1).to_json().contains(limit.path.first()))
+        return QStringLiteral("--fail-if: there is no figure \"%1\"").arg(limit.path.first());
+    limits_.append(limit);
     return {};
 }
 
-/// Names the limits that are passed; exit_found when there are some.
-int judge(const QJsonObject& json, const QVector<Limit>& limits)
+int Stats_verb::run(const QStringList& arguments)
 {
-    int status = exit_good;
-    for (const Limit& limit : limits) {
-        const QJsonValue value = figure(json, limit.path);
-        if (!value.isDouble() || !holds(value.toDouble(), limit.relation, limit.number))
-            continue;
-        complain(QStringLiteral("%1: it is %2").arg(limit.text).arg(value.toDouble()));
-        status = exit_found;
-    }
-    return status;
-}
-
-} // namespace
-
-int run_stats(const QStringList& arguments)
-{
-    QCommandLineParser parser;
-    parser.setApplicationDescription(QStringLiteral("Counts what is in a recording of the line."));
-    parser.addPositionalArgument(QStringLiteral("file"),
-                                 QStringLiteral("recording or pcapng file; - is standard input"));
-    parser.addOptions({json_option, baud_option, fail_option});
-    int status = exit_good;
-    if (!parse(parser, arguments, status))
-        return status;
-    if (parser.positionalArguments().size() != 1)
-        return refuse(arguments[0], QStringLiteral("one recording is to be named"));
-    bool good = false;
-    const uint baud = parser.value(baud_option).toUInt(&good);
-    if (!good || baud == 0)
-        return refuse(
-            arguments[0],
-            QStringLiteral("--baudrate: \"%1\" is no speed").arg(parser.value(baud_option)));
-    QVector<Limit> limits;
-    const QString error = read_limits(parser.values(fail_option), limits);
-    if (!error.isEmpty())
-        return refuse(arguments[0], QStringLiteral("--fail-if: ") + error);
-
     Recording_events events;
-    if (!events.open(parser.positionalArguments().first()))
-        return exit_input;
-    Line_statistics counted(baud);
+    if (!events.open(arguments.first()))
+        return status_input;
+    Line_statistics counted(baud_);
     Line_event event;
     while (events.next(event))
         counted.take(event);
-    if (!events.is_whole())
-        status = exit_input;
 
     Output output;
     const QJsonObject json = counted.to_json();
-    if (parser.isSet(json_option)) {
+    if (json_) {
         output.line(QJsonDocument(json).toJson().trimmed());
     } else {
         write_counts(output, counted);
@@ -235,6 +188,22 @@ int run_stats(const QStringList& arguments)
         write_answers(output, counted);
         write_histogram(output, counted.response());
     }
-    status = std::max(status, judge(json, limits));
-    return output.flush() ? status : exit_output;
+    const int judgement = judge(json);
+    if (!output.flush())
+        return status_output;
+    return events.is_whole() ? judgement : status_input;
+}
+
+/// Names the limits that are passed; status_found when there are some.
+int Stats_verb::judge(const QJsonObject& json) const
+{
+    int status = tool_done;
+    for (const Limit& limit : limits_) {
+        const QJsonValue value = figure(json, limit.path);
+        if (!value.isDouble() || !holds(value.toDouble(), limit.relation, limit.number))
+            continue;
+        complain(QStringLiteral("%1: it is %2").arg(limit.text).arg(value.toDouble()));
+        status = status_found;
+    }
+    return status;
 }

@@ -234,17 +234,17 @@ private Q_SLOTS:
                 << QString::fromLatin1(arguments).split(QLatin1Char(' '), Qt::SkipEmptyParts)
                 << QString::fromLatin1(complaint);
         };
-        row("look", "dov-line: there is no \"look\"; see dov-line --help");
-        row("read", "dov-line: no recording is named");
+        row("look", "dov-line: not a verb: look; --help tells them");
+        row("read", "dov-line: an argument is missing");
         row("read --from guest line", "dov-line: --from: \"guest\" is not host or controller");
         row("read --time noon line",
             "dov-line: --time: \"noon\" is not relative, absolute or delta");
         row("read --id 0x100 line",
             "dov-line: --id: \"0x100\" is neither an identifier nor the name of a message");
         row("read --where speed=1 line", "dov-line: --where: no message has a field \"speed\"");
-        row("stats", "dov-line: one recording is to be named");
+        row("stats", "dov-line: an argument is missing");
         row("stats --baudrate 0 line", "dov-line: --baudrate: \"0\" is no speed");
-        row("compare line", "dov-line: two recordings are to be named");
+        row("compare line", "dov-line: an argument is missing");
     }
 
     void wrong_usage()

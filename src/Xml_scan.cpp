@@ -105,10 +105,11 @@ private:
             if (is_at_quote()) {
                 const QString value = take_value();
                 ++declared;
-                declared_within += value.count(QLatin1Char('#')) + value.count(QLatin1Char('"')) +
-                                   value.count(QLatin1Char('\''));
-                demand_.declared_references +=
-                    value.count(QLatin1Char('&')) - value.count(QLatin1String("&#"));
+                declared_within +=
+                    static_cast<int>(value.count(QLatin1Char('#')) + value.count(QLatin1Char('"')) +
+                                     value.count(QLatin1Char('\'')));
+                demand_.declared_references += static_cast<int>(value.count(QLatin1Char('&')) -
+                                                                value.count(QLatin1String("&#")));
                 continue;
             }
             const QChar character = text_[at_++];

@@ -81,9 +81,9 @@ private:
     void read()
     {
         buffer_ += port_.readAll();
-        int at = 0;
+        decltype(buffer_.size()) at = 0;
         while (buffer_.size() - at >= 13) {
-            const int sync = buffer_.indexOf("\x18\xef", at);
+            const auto sync = buffer_.indexOf("\x18\xef", at);
             at = sync < 0 ? buffer_.size() - 1 : sync;
             if (buffer_.size() - at < 13)
                 break;

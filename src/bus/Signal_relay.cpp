@@ -43,7 +43,7 @@ void append_argument(DBusMessage* message, int type, const void* value)
         break;
     }
     default:
-        qFatal("no argument of a signal: %s", QMetaType::typeName(type));
+        qFatal("no argument of a signal: QMetaType %d", type);
     }
 }
 

@@ -33,7 +33,7 @@ void SendQueue::clear()
 int SendQueue::size() const
 {
     const QMutexLocker locker(&mutex_);
-    return entries_.size();
+    return static_cast<int>(entries_.size());
 }
 
 std::optional<QByteArray> SendQueue::first() const

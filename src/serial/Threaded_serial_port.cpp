@@ -115,13 +115,13 @@ qint64 Threaded_serial_port::writeData(const char* data, qint64 len)
 void Threaded_serial_port::put_received(const QByteArray& bytes)
 {
     take_arrived(); // nobody else would, and a full reader waits
-    reader_.keep(bytes.constData(), bytes.size());
+    reader_.keep(bytes.constData(), static_cast<int>(bytes.size()));
 }
 
 Threaded_serial_port::View Threaded_serial_port::look_above(int wanted)
 {
     peeked_ = peek(wanted);
-    return {reinterpret_cast<const uchar*>(peeked_.constData()), peeked_.size()};
+    return {reinterpret_cast<const uchar*>(peeked_.constData()), static_cast<int>(peeked_.size())};
 }
 
 /// Whether there was anything to take.

@@ -119,7 +119,7 @@ private:
     }
     View look_above(int wanted);
     bool take_arrived();
-    int waiting() const { return block_.size() - consumed_; }
+    int waiting() const { return static_cast<int>(block_.size()) - consumed_; }
 
     static constexpr qint64 no_turn = std::numeric_limits<qint64>::max();
 

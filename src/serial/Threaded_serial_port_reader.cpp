@@ -38,7 +38,7 @@ bool Threaded_serial_port_reader::take(QByteArray& bytes)
 int Threaded_serial_port_reader::size() const
 {
     const QMutexLocker locker(&mutex_);
-    return buffer_.size();
+    return static_cast<int>(buffer_.size());
 }
 
 bool Threaded_serial_port_reader::contains(char byte) const

@@ -23,7 +23,7 @@ void Threaded_serial_port_writer::run()
             news_.acquire();
             continue;
         }
-        written_ += piece.size();
+        written_ += static_cast<int>(piece.size());
         (void)!::write(descriptor_, piece.constData(), static_cast<std::size_t>(piece.size()));
     }
 }

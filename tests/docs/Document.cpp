@@ -10,7 +10,7 @@ const QString fence = QStringLiteral("```");
 int heading_level(const QString& line)
 {
     static const QRegularExpression heading(QStringLiteral("^(#+) "));
-    return heading.match(line).capturedLength(1);
+    return static_cast<int>(heading.match(line).capturedLength(1));
 }
 
 bool is_ruler(const QString& line)
@@ -76,7 +76,7 @@ Document::Document(const QString& path) : path_(path)
             sections_.append({level, line.mid(level + 1), {}});
         // A line belongs to its section and to those around it.
         int inner = sections_.isEmpty() ? 0 : sections_.last().level + 1;
-        for (int i = sections_.size() - 1; i >= 0; --i) {
+        for (int i = static_cast<int>(sections_.size()) - 1; i >= 0; --i) {
             if (sections_[i].level < inner) {
                 inner = sections_[i].level;
                 sections_[i].lines.append(line);

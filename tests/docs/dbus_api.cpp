@@ -90,7 +90,7 @@ QVariant value_of(QChar type, const QString& text)
 /// Signature and value as busctl prints them.
 QPair<QString, QString> shown(const QVariant& value)
 {
-    switch (static_cast<int>(value.type())) {
+    switch (value.userType()) {
     case QMetaType::Bool:
         return {QStringLiteral("b"), value.toString()};
     case QMetaType::UChar:

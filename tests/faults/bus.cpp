@@ -101,7 +101,7 @@ public:
             return sent == bytes.size();
         });
         if (!done)
-            qFatal("the bus does not take %d bytes", bytes.size());
+            qFatal("the bus does not take %d bytes", static_cast<int>(bytes.size()));
     }
 
 private:
@@ -183,7 +183,7 @@ private Q_SLOTS:
         Terminal terminal;
         terminal.start();
         QVERIFY(terminal.serves());
-        const int before = descriptors(terminal).size();
+        const auto before = descriptors(terminal).size();
         const QDBusUnixFileDescriptor file(STDIN_FILENO);
         for (int i = 0; i < 200; ++i) {
             const QDBusMessage reply =

@@ -157,7 +157,7 @@ private Q_SLOTS:
                 (void)!::read(master, requests, sizeof requests);
                 const ssize_t count =
                     ::write(master, frames.constData() + at, std::size_t(frames.size() - at));
-                at = (at + int(std::max<ssize_t>(count, 0))) % frames.size();
+                at = (at + int(std::max<ssize_t>(count, 0))) % static_cast<int>(frames.size());
             }
         });
         Terminal terminal;
@@ -192,10 +192,11 @@ private Q_SLOTS:
         // Looks at each text once, and waits as long as there are more.
         const QByteArray label = "Got message 36\n";
         int handled = 0;
-        int at = 0;
+        decltype(label.size()) at = 0;
         const auto count = [&] {
             const QByteArray& text = terminal.daemon.output();
-            for (int found = text.indexOf(label, at); found >= 0; found = text.indexOf(label, at)) {
+            for (auto found = text.indexOf(label, at); found >= 0;
+                 found = text.indexOf(label, at)) {
                 at = found + label.size();
                 ++handled;
             }

@@ -44,7 +44,7 @@ private:
                 QStringLiteral("Timeout for sleep is 100")};
     }
 
-    static int exit_lines(Terminal& terminal)
+    static auto exit_lines(Terminal& terminal)
     {
         return terminal.log.lines().count(
             QStringLiteral("=============== Exiting ================="));

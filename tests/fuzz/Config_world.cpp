@@ -13,7 +13,9 @@
 
 namespace {
 
-std::string to_string(const QStringRef& text)
+/// `text` is a QStringRef of Qt 5 or a QStringView of Qt 6.
+template <typename View>
+std::string to_string(const View& text)
 {
     return text.toUtf8().toStdString();
 }

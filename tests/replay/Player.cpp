@@ -50,9 +50,9 @@ bool is_completed_by_sync(const QByteArray& bytes)
 QByteArray without_lines(const QByteArray& text, const QByteArrayList& beginnings)
 {
     QByteArray kept;
-    int begin = 0;
+    decltype(text.size()) begin = 0;
     while (begin < text.size()) {
-        int end = text.indexOf('\n', begin);
+        auto end = text.indexOf('\n', begin);
         end = end < 0 ? text.size() : end + 1;
         const QByteArray line = text.mid(begin, end - begin);
         if (std::none_of(beginnings.begin(), beginnings.end(),

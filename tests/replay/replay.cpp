@@ -85,7 +85,7 @@ QByteArrayList named_messages(const QByteArray& out)
 {
     const QByteArray label = "Got message ";
     QByteArrayList ids;
-    for (int at = out.indexOf(label); at >= 0; at = out.indexOf(label, at + 1))
+    for (auto at = out.indexOf(label); at >= 0; at = out.indexOf(label, at + 1))
         ids.append(out.mid(at + label.size(), 2).replace(' ', '0'));
     return ids;
 }

@@ -233,7 +233,7 @@ private Q_SLOTS:
                 .entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot)
                 .size();
         };
-        const int before = open_files();
+        const auto before = open_files();
         QVERIFY(before > 0);
         for (const char* content : {"<power/>", "<power>", "<profile/>"}) {
             root_.write(file_, content);

@@ -132,7 +132,7 @@ private Q_SLOTS:
         Captured_descriptor output(STDOUT_FILENO);
         QList<int> lines;
         world_.link->before_sending = [&] {
-            lines.append(output.text().count('\n'));
+            lines.append(static_cast<int>(output.text().count('\n')));
             QCOMPARE(state_of(digital), qMakePair(lines.size() > 1, true));
             QCOMPARE(output_of(voltage, &Operating_voltage_interface::get_operating_voltage), 0U);
             QCOMPARE(output_of(backlight, &Dimmable_interface::get_brightness), 100.0);
@@ -415,7 +415,7 @@ private Q_SLOTS:
         QList<int> lines;
         connect(&made, &Buzzer_interface::volume_changed, this, [&] {
             kept.append(output_of(made, &Buzzer_interface::get_volume));
-            lines.append(output.text().count('\n'));
+            lines.append(static_cast<int>(output.text().count('\n')));
         });
         made.set_volume(3.5);
         made.set_volume(4.5);

@@ -78,7 +78,7 @@ class Packet_framing : public QObject {
 
         uint packet_length(const QByteArray& head) override
         {
-            shown.append(head.size());
+            shown.append(static_cast<int>(head.size()));
             return length_;
         }
 
@@ -350,7 +350,7 @@ private Q_SLOTS:
         Loopback_link link;
         int written_when_seen = 0;
         connect(&link, &Packet_serial_interface::handle_packet, &link,
-                [&] { written_when_seen = link.written.size(); });
+                [&] { written_when_seen = static_cast<int>(link.written.size()); });
         link.send_message(0x01);
         link.send_message(0x11);
         link.arrive(frame(hex("0200000000000000")));

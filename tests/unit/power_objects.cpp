@@ -132,7 +132,7 @@ private Q_SLOTS:
         QList<int> logged;
         world_.link->before_sending = [this, &logged] {
             world_.log.settle();
-            logged.append(world_.log.lines().size());
+            logged.append(static_cast<int>(world_.log.lines().size()));
         };
         power.resume();
         world_.link->before_sending = nullptr;
@@ -259,7 +259,7 @@ private Q_SLOTS:
         QList<int> logged;
         const auto note = [this, &logged] {
             world_.log.settle();
-            logged.append(world_.log.lines().size());
+            logged.append(static_cast<int>(world_.log.lines().size()));
         };
         connect(atx, &ATX_interface::received, this, note);
         world_.link->before_sending = note;

@@ -206,7 +206,7 @@ private Q_SLOTS:
             port->write(piece);
             sent += piece;
         }
-        QCOMPARE(read_master(pty, sent.size()), sent);
+        QCOMPARE(read_master(pty, static_cast<int>(sent.size())), sent);
         QVERIFY(QTest::qWaitFor([&] { return count == sent.size(); }, patience_ms));
     }
 
@@ -457,8 +457,8 @@ private Q_SLOTS:
             QByteArray bytes;
             reader->heard();
             reader->take(bytes);
-            sizes.append(bytes.size());
-            left -= bytes.size();
+            sizes.append(static_cast<int>(bytes.size()));
+            left -= static_cast<int>(bytes.size());
         };
         const auto connection = connect(reader, &Threaded_serial_port_reader::data_rx, reader, take,
                                         Qt::DirectConnection);

@@ -325,7 +325,7 @@ private Q_SLOTS:
         auto& object = make<Media_interface>();
         QSignalSpy connection(&object, &Media_interface::connection);
         object.media_changed(first);
-        const int before = connection.count();
+        const auto before = connection.count();
         object.media_changed(second);
         object.media_changed(QStringLiteral("/nonexistent/"));
         const auto all = seen(connection);

@@ -25,7 +25,7 @@ QString take_values(const QVector<Tool_option>& options, const QCommandLineParse
 {
     QHash<QString, int> taken;
     for (const QString& name : parser.optionNames()) {
-        const auto* option =
+        const QVector<Tool_option>::const_iterator option =
             std::find_if(options.begin(), options.end(),
                          [&name](const Tool_option& each) { return each.name == name; });
         const QString value =
@@ -111,8 +111,8 @@ Tool_request Tool_command_line::parse(const QStringList& arguments) const
 Tool_request Tool_command_line::parse_verb(const QStringList& arguments) const
 {
     const QString& word = arguments[1];
-    const auto* verb = std::find_if(verbs_.begin(), verbs_.end(),
-                                    [&word](const Verb& each) { return each.name == word; });
+    const QVector<Verb>::const_iterator verb = std::find_if(
+        verbs_.begin(), verbs_.end(), [&word](const Verb& each) { return each.name == word; });
     Tool_request request;
     if (verb == verbs_.end()) {
         request.refuse(QStringLiteral("not a verb: %1; --help tells them").arg(word));

@@ -69,7 +69,7 @@ Action parse_unique_id(Words& words)
     std::array<uchar, 7> id{};
     const int size = static_cast<int>(id.size());
     const QByteArray bytes = words.hex_bytes(size, size);
-    std::copy_n(bytes.begin(), std::min(bytes.size(), size), id.begin());
+    std::copy_n(bytes.begin(), std::min(static_cast<int>(bytes.size()), size), id.begin());
     return store(&Controller_state::unique_id, id);
 }
 
@@ -215,7 +215,8 @@ Action parse_send(Words& words)
 {
     const QByteArray bytes = words.hex_bytes(1, message_size);
     Message message{};
-    std::copy_n(bytes.begin(), std::min(bytes.size(), message_size), message.begin());
+    std::copy_n(bytes.begin(), std::min(static_cast<int>(bytes.size()), message_size),
+                message.begin());
     return [message](Bench_controller& bench) { bench.push(message); };
 }
 

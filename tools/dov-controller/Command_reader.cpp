@@ -21,7 +21,7 @@ void Command_reader::read_some()
         pending_.append(bytes, static_cast<int>(count));
     else
         notifier_.setEnabled(false);
-    for (int end = pending_.indexOf('\n'); end >= 0; end = pending_.indexOf('\n')) {
+    for (auto end = pending_.indexOf('\n'); end >= 0; end = pending_.indexOf('\n')) {
         const QByteArray line = pending_.left(end);
         pending_.remove(0, end + 1);
         take_line(line);

@@ -41,7 +41,7 @@ QVector<Transmission> Faults::shape(const Message& message, Origin origin, qint6
         QByteArray frame = Frame::build(message, addresses.first, addresses.second);
         if (draws_corruption())
             frame[frame.size() - 1] = static_cast<char>(~frame[frame.size() - 1]);
-        const int step = split_size_ > 0 ? split_size_ : frame.size();
+        const int step = split_size_ > 0 ? split_size_ : static_cast<int>(frame.size());
         Transmission transmission{now_ms + (is_answer ? late_ms_ : 0), {}, split_gap_ms_};
         for (int at = 0; at < frame.size(); at += step)
             transmission.pieces.append(frame.mid(at, step));

@@ -63,7 +63,7 @@ int Words::one_of(const QVector<QByteArray>& choices)
         list += QString::fromLatin1(choices[i]);
     }
     const QByteArray text = word(qPrintable(list));
-    const int position = choices.indexOf(text);
+    const int position = static_cast<int>(choices.indexOf(text));
     if (position < 0)
         fail(quoted(text) + QStringLiteral(" is not ") + list);
     return has_failed() ? 0 : position;

@@ -69,7 +69,7 @@ int tell_messages(Output& output, const QVector<Message>& first, const QVector<M
 {
     int differences = 0;
     int told = 0;
-    const int longer = std::max(first.size(), second.size());
+    const auto longer = std::max(first.size(), second.size());
     for (int i = 0; i < longer; ++i) {
         const bool in_both = i < first.size() && i < second.size();
         if (in_both && first[i] == second[i])

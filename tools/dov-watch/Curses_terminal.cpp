@@ -1,7 +1,5 @@
 #include "Curses_terminal.h"
 
-#include <QTextCodec>
-
 #include <array>
 #include <clocale>
 #include <csignal>

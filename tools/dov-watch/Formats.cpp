@@ -18,7 +18,7 @@ QString number_text(double value)
 
 bool is_fraction(const QVariant& value)
 {
-    return value.type() == QVariant::Double;
+    return value.userType() == QMetaType::Double;
 }
 
 /// On one line, whatever it holds.
@@ -40,7 +40,7 @@ QString escaped(const QString& text)
 
 QJsonValue json_value(const QVariant& value)
 {
-    if (value.type() == QVariant::List) {
+    if (value.userType() == QMetaType::QVariantList) {
         QJsonArray array;
         for (const QVariant& part : value.toList())
             array.append(json_value(part));
@@ -64,7 +64,7 @@ QString time_text(const QDateTime& time)
 
 QString plain_text(const QVariant& value)
 {
-    if (value.type() == QVariant::List) {
+    if (value.userType() == QMetaType::QVariantList) {
         QStringList parts;
         for (const QVariant& part : value.toList())
             parts += plain_text(part);
@@ -81,10 +81,10 @@ QString value_text(const Value_row& row, const QVariant& value, const QString& d
 {
     if (!value.isValid() || (is_fraction(value) && value.toDouble() <= no_reading))
         return dash;
-    if (value.type() == QVariant::Bool)
+    if (value.userType() == QMetaType::Bool)
         return QString::fromUtf8(value.toBool() ? row.look.words.yes : row.look.words.no);
     QString text = is_fraction(value) ? QString::number(value.toDouble(), 'f', row.look.decimals)
-                                      : plain_text(value.type() == QVariant::String
+                                      : plain_text(value.userType() == QMetaType::QString
                                                        ? QVariant(value.toString().trimmed())
                                                        : value);
     if (*row.look.unit != '\0')

@@ -251,7 +251,7 @@ QString Screen_view::summary(const Watched_object& object) const
         !object.values[1].value.toBool())
         return QStringLiteral("disabled");
     QString text = text_of(object, 0);
-    if (first.value.type() != QVariant::Bool)
+    if (first.value.userType() != QMetaType::Bool)
         return text;
     const Truth_words& words = object.entry.kind->values[0].look.words;
     const bool active = first.value.toBool() == words.good;
@@ -289,10 +289,10 @@ Style Screen_view::style_of(const Watched_object& object, const Screen_facts& fa
         return Style::warning;
     if (first.has_changed && facts.now_ms - first.changed_ms < recent_ms)
         return Style::recent;
-    if (first.value.type() == QVariant::Bool)
+    if (first.value.userType() == QMetaType::Bool)
         return first.value.toBool() == object.entry.kind->values[0].look.words.good ? Style::good
                                                                                     : Style::dim;
-    return first.value.type() == QVariant::Double && first.value.toDouble() <= no_reading
+    return first.value.userType() == QMetaType::Double && first.value.toDouble() <= no_reading
                ? Style::dim
                : Style::value;
 }
@@ -424,8 +424,8 @@ void Screen_view::draw_object(Canvas& canvas, const Screen_facts& facts, int x, 
     const int value_x = x + 1 + label_width;
     const int age_end = x + width;
     const bool is_text = watched.values.empty() ||
-                         watched.values.front().value.type() == QVariant::String ||
-                         watched.values.front().value.type() == QVariant::List;
+                         watched.values.front().value.userType() == QMetaType::QString ||
+                         watched.values.front().value.userType() == QMetaType::QVariantList;
     const Style style = style_of(watched, facts);
     const int number_end = value_x + value_width + age_width;
     if (is_text) {

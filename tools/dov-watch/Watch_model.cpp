@@ -12,7 +12,7 @@ constexpr qint64 rate_window_ms = 10000;
 
 bool is_known(const QVariant& value)
 {
-    const bool is_number = value.type() == QVariant::Double;
+    const bool is_number = value.userType() == QMetaType::Double;
     return value.isValid() && (!is_number || value.toDouble() > no_reading);
 }
 

@@ -19,7 +19,7 @@ std::optional<Condition> split_condition(const QString& text)
 {
     for (const Sign& sign : signs) {
         const QLatin1String characters(sign.text);
-        const int at = text.indexOf(characters);
+        const auto at = text.indexOf(characters);
         if (at > 0)
             return Condition{text.left(at).trimmed(), sign.relation,
                              text.mid(at + characters.size()).trimmed()};

@@ -47,7 +47,7 @@ QString Event_filter::want_field(const QString& text)
     const auto condition = split_condition(text);
     if (!condition)
         return QStringLiteral("\"%1\" is not FIELD=VALUE").arg(text);
-    const int before = conditions_.size();
+    const auto before = conditions_.size();
     bool is_known = false;
     for (const Field& field : field_catalogue) {
         if (condition->name != QLatin1String(field.name))

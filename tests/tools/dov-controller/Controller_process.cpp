@@ -30,7 +30,7 @@ bool Controller_process::run(const QStringList& arguments)
 
 void Controller_process::command(const QByteArray& text)
 {
-    const int before = output().count("\ndigest ");
+    const auto before = output().count("\ndigest ");
     write(text + "\nstate\n");
     if (!wait_for([this, before] { return output().count("\ndigest ") > before; }))
         qFatal("\"%s\" is not done", text.constData());
@@ -46,7 +46,7 @@ bool Controller_process::ask(const QByteArray& hex)
 {
     const int id = QByteArray::fromHex(hex)[0];
     const QByteArray answer = QByteArray(1, static_cast<char>(id + 1)).toHex();
-    const int before = host.count(answer.constData());
+    const auto before = host.count(answer.constData());
     host.send(hex);
     return wait_for([&] { return host.count(answer.constData()) > before; });
 }

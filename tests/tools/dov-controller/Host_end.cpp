@@ -67,7 +67,7 @@ void Host_end::send_bytes(const QByteArray& bytes)
 {
     if (::write(descriptor_, bytes.constData(), static_cast<std::size_t>(bytes.size())) !=
         bytes.size())
-        qFatal("the controller does not take %d bytes", bytes.size());
+        qFatal("the controller does not take %d bytes", static_cast<int>(bytes.size()));
 }
 
 QVector<QByteArray> Host_end::messages() const

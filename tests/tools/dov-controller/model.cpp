@@ -150,7 +150,7 @@ private Q_SLOTS:
         QVector<Message> forward;
         for (qint64 time = 0; time < 60000; time += 100)
             forward.append(*one.report(Message_id::digest, time));
-        for (int i = forward.size() - 1; i >= 0; --i)
+        for (int i = static_cast<int>(forward.size()) - 1; i >= 0; --i)
             QCOMPARE(*other.report(Message_id::digest, i * 100), forward[i]);
         QVERIFY(forward[0] != forward[100]);
     }

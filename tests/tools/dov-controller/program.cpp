@@ -223,7 +223,7 @@ private Q_SLOTS:
         clock.start();
         host().send("11");
         QVERIFY(wait_for([this] { return !host().bytes().isEmpty(); }));
-        const int first_size = host().bytes().size();
+        const auto first_size = host().bytes().size();
         // Nothing comes between the pieces.
         controller().command("atx");
         QVERIFY(hears({"1214", "40"}));

@@ -137,7 +137,7 @@ private Q_SLOTS:
             QStringList others;
             for (const QString& each : text.split(QLatin1Char(' '), Qt::SkipEmptyParts)) {
                 if (each.startsWith(QLatin1Char('s')))
-                    count += each.midRef(1).toInt();
+                    count += each.mid(1).toInt();
                 else
                     others.append(each);
             }

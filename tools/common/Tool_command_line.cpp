@@ -30,7 +30,7 @@ QString take_values(const QVector<Tool_option>& options, const QCommandLineParse
                          [&name](const Tool_option& each) { return each.name == name; });
         const QString value =
             option->value.isEmpty() ? QString() : parser.values(name).value(taken[name]++);
-        const QString wrong = option->take(value);
+        QString wrong = option->take(value);
         if (!wrong.isEmpty())
             return wrong;
     }

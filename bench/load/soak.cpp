@@ -126,8 +126,9 @@ private:
         if (!status.open(QIODevice::ReadOnly))
             qFatal("the daemon has gone");
         const qlonglong resident_kb = status.readAll().split(' ').value(1).toLongLong() * 4;
-        std::printf("%.1f %lld %lld %d %d %lld\n", static_cast<double>(clock_.elapsed()) / 1000.0,
-                    messages_, answered_, entries("fd"), entries("task"), resident_kb);
+        std::printf("%.1f %lld %lld %lld %lld %lld\n",
+                    static_cast<double>(clock_.elapsed()) / 1000.0, messages_, answered_,
+                    qint64{entries("fd")}, qint64{entries("task")}, resident_kb);
         (void)std::fflush(stdout);
     }
 

@@ -262,7 +262,11 @@ private:
         int outputs = 0;
         for (const QVariant& value : terminal_.call(path, method).arguments()) {
             QVariant wanted = is_own ? value : as_variant(start);
+#if QT_VERSION < QT_VERSION_CHECK(6, 0, 0)
             wanted.convert(value.userType());
+#else
+            wanted.convert(value.metaType());
+#endif
             found += QLatin1Char(' ') + shown(QVariantList{value});
             expected +=
                 QStringLiteral(" %1 %2").arg(QLatin1Char(types[outputs])).arg(shown(wanted).second);

@@ -51,7 +51,7 @@ public:
         const auto length = static_cast<std::size_t>(filler.size());
         if (::write(ends_[1], filler.constData(), length) != filler.size())
             qFatal("no room for the filler");
-        filled_ = filler.size();
+        filled_ = static_cast<int>(filler.size());
     }
 
     /// How many bytes have come since.
@@ -197,7 +197,7 @@ private Q_SLOTS:
         terminal().daemon.start(terminal().root.path(), terminal().bus.address(),
                                 {QStringLiteral("--simulate")});
         QVERIFY(wait_for([this] { return gate_.drain().endsWith("Simulate\n"); }));
-        gate_.close_but_for(before.size());
+        gate_.close_but_for(static_cast<int>(before.size()));
         QByteArray request = Fake_controller::frame(QByteArray::fromHex("330055"));
         request[2] = 0x78; // as the host sends them
         request[3] = 0x59;
@@ -228,7 +228,7 @@ private Q_SLOTS:
         // then.
         for (int attempt = 0; gate_.arrived() != first.size() || attempt == 0; ++attempt) {
             let_signals_by();
-            before = terminal().seen_signals().size();
+            before = static_cast<int>(terminal().seen_signals().size());
             const QString other = terminal().root.path(QStringLiteral("%1/").arg(attempt));
             QVERIFY(QDir().mkpath(other + QStringLiteral("usb%1").arg(attempt)));
             QDBusMessage scan = QDBusMessage::createMethodCall(
@@ -236,7 +236,7 @@ private Q_SLOTS:
                 interface, QStringLiteral("media_changed"));
             scan.setArguments({other});
             first = "Media changed " + other.toUtf8() + '\n';
-            gate_.close_but_for(first.size());
+            gate_.close_but_for(static_cast<int>(first.size()));
             terminal().connection().send(scan);
             QVERIFY(wait_for([this] { return gate_.arrived() > 0; }));
             if (gate_.arrived() != first.size())

@@ -66,7 +66,7 @@ private:
     }
 
     /// How many periods have begun since the last clear.
-    static int periods(Terminal& terminal) { return terminal.daemon.output().count("Periodic\n"); }
+    static auto periods(Terminal& terminal) { return terminal.daemon.output().count("Periodic\n"); }
 
     static bool wait_for_periods(Terminal& terminal, int count)
     {
@@ -165,9 +165,9 @@ private Q_SLOTS:
         QVERIFY(wait_for_periods(terminal, 4));
         terminal.settle();
         const QStringList payloads = terminal.controller.payloads();
-        const int query = payloads.indexOf(QStringLiteral("2d 04 04 00 55 01 00 00"));
-        const int code = payloads.indexOf(QStringLiteral("3d 03 00 00 00 00 00 00"));
-        const int write = payloads.indexOf(QStringLiteral("2d 04 04 0f aa 01 00 00"));
+        const auto query = payloads.indexOf(QStringLiteral("2d 04 04 00 55 01 00 00"));
+        const auto code = payloads.indexOf(QStringLiteral("3d 03 00 00 00 00 00 00"));
+        const auto write = payloads.indexOf(QStringLiteral("2d 04 04 0f aa 01 00 00"));
         QVERIFY(query >= 0);
         QVERIFY(query < code);
         QVERIFY(code < write);

@@ -58,7 +58,8 @@ public:
         terminal_.settle();
         const qint64 after = memory_kb();
         std::printf("%d calls of %d methods on %d connections, %d refused; %lld kB, then %lld kB\n",
-                    came_back_, methods_.size(), connections_.size(), refused_, before, after);
+                    came_back_, static_cast<int>(methods_.size()),
+                    static_cast<int>(connections_.size()), refused_, before, after);
         return good && after - before < memory_bound_kb;
     }
 
@@ -174,7 +175,7 @@ private:
 
     void make_call()
     {
-        Method method = methods_[below(methods_.size())];
+        Method method = methods_[below(static_cast<int>(methods_.size()))];
         if (below(50) == 0)
             method.name += QLatin1Char('x');
         if (below(50) == 0)
@@ -182,7 +183,7 @@ private:
         QDBusMessage message =
             QDBusMessage::createMethodCall(service(), method.path, method.interface, method.name);
         message.setArguments(any_arguments(method.types));
-        auto& connection = connections_[below(connections_.size())];
+        auto& connection = connections_[below(static_cast<int>(connections_.size()))];
         auto* watcher =
             new QDBusPendingCallWatcher(connection.asyncCall(message, patience_ms), &terminal_);
         QObject::connect(watcher, &QDBusPendingCallWatcher::finished,

@@ -43,7 +43,7 @@ public:
     QByteArray bytes()
     {
         const QByteArray rest = text_.mid(at_);
-        at_ = text_.size();
+        at_ = static_cast<int>(text_.size());
         QByteArray bytes = QByteArray::fromHex(rest);
         if (bytes.toHex() != QByteArray(rest).replace(' ', "").toLower())
             refuse(where_, "these are no bytes");

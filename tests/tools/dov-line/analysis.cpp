@@ -54,7 +54,8 @@ QVector<Line_event> events(const QVector<Sent>& line,
     Line_event event;
     for (const Sent& sent : line) {
         analysis.take({static_cast<qint64>(sent.ms * 1000), sent.sender, Line_record::Kind::bytes,
-                       reinterpret_cast<const uchar*>(sent.bytes.constData()), sent.bytes.size()});
+                       reinterpret_cast<const uchar*>(sent.bytes.constData()),
+                       static_cast<int>(sent.bytes.size())});
         while (analysis.next(event))
             found.append(event);
     }

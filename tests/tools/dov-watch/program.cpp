@@ -247,7 +247,7 @@ private Q_SLOTS:
         if (!status.open(QIODevice::ReadOnly))
             return false;
         const QByteArray text = status.readAll();
-        const int at = text.indexOf("SigBlk:\t") + static_cast<int>(strlen("SigBlk:\t"));
+        const auto at = text.indexOf("SigBlk:\t") + static_cast<int>(strlen("SigBlk:\t"));
         const quint64 mask = text.mid(at, 16).toULongLong(nullptr, 16);
         return std::all_of(numbers.begin(), numbers.end(),
                            [mask](int number) { return (mask >> (number - 1) & 1) != 0; });

@@ -30,8 +30,11 @@ void retire(int descriptor)
 
 Threaded_serial_port::Threaded_serial_port()
 {
-    connect(&reader_, &Threaded_serial_port_reader::data_rx, this,
-            &Threaded_serial_port::notify_data_rx);
+    // Only the reader's own news has been heard then: a call of notify_data_rx() swallows none.
+    connect(&reader_, &Threaded_serial_port_reader::data_rx, this, [this] {
+        reader_.heard();
+        notify_data_rx();
+    });
     connect(&writer_, &Threaded_serial_port_writer::bytes_tx, this,
             &Threaded_serial_port::notify_bytes_tx, Qt::DirectConnection);
 }
@@ -68,7 +71,6 @@ bool Threaded_serial_port::waitForBytesWritten(int msecs)
 void Threaded_serial_port::notify_data_rx()
 {
     const Console_batch batch;
-    reader_.heard();
     const QScopedValueRollback<qint64> turn_left(turn_left_, turn);
     Q_EMIT readyRead();
     if (turn_is_over())

@@ -167,8 +167,8 @@ private Q_SLOTS:
         let_signals_by();
         QCOMPARE(seen_members(), QByteArray());
         gate_.drain();
-        QVERIFY(wait_for([&] { return seen_members() == members; }));
-        QVERIFY2(gate_.drain().endsWith('.' + errors), gate_.drain());
+        QVERIFY2(wait_for([&] { return seen_members() == members; }), seen_members());
+        QVERIFY2(wait_for([&] { return gate_.drain().endsWith('.' + errors); }), gate_.drain());
     }
 
     void log_lines_follow_the_text()
@@ -182,7 +182,8 @@ private Q_SLOTS:
             terminal().log.settle();
             return terminal().log.lines() == QStringList{QStringLiteral("OEM code was set to 5")};
         }));
-        QVERIFY2(gate_.drain().contains("dio=3 val=0\n"), gate_.drain());
+        QVERIFY2(wait_for([this] { return gate_.drain().contains("dio=3 val=0\n"); }),
+                 gate_.drain());
     }
 
     /// There is room for the words before the answer and none for those behind it.
@@ -204,8 +205,9 @@ private Q_SLOTS:
         terminal().controller.send_bytes(request);
         QVERIFY(wait_for([this] { return terminal().controller.has_received("340055"); }));
         QCOMPARE(gate_.arrived(), before.size());
-        QVERIFY(gate_.drain().endsWith(before));
-        QVERIFY(wait_for([&] { return gate_.drain().endsWith(before + behind); }));
+        // As soon as there is room, what is behind the answer follows.
+        QVERIFY2(wait_for([&] { return gate_.drain().endsWith('.' + before + behind); }),
+                 gate_.drain());
         terminal().daemon.signal(SIGKILL); // it has no end of its own
         QVERIFY(terminal().daemon.wait_for_end());
     }
@@ -248,7 +250,7 @@ private Q_SLOTS:
             gate_.drain();
             return terminal().seen_signals().size() > before;
         }));
-        QVERIFY2(gate_.drain().contains('.' + first), gate_.drain());
+        QVERIFY2(wait_for([&] { return gate_.drain().contains('.' + first); }), gate_.drain());
     }
 };
 

@@ -31,6 +31,7 @@ DAEMON = [
     ("DOV_BUS_POLICY_DIR", "", ["com.quorin.system.conf"]),
     ("DOV_BUS_SERVICES_DIR", "", ["com.quorin.system.service"]),
     ("DOV_BUS_INTERFACES_DIR", "", INTERFACES),
+    ("CMAKE_INSTALL_DATADIR", "dov-dbus", ["objects.json"]),
     ("DOV_COMPLETION_DIR", "", ["dov-dbus"]),
 ]
 OPTIONAL = {
@@ -86,7 +87,8 @@ def variables(build: Path) -> dict[str, str]:
     """With those defaults that GNUInstallDirs derives and leaves empty in the cache."""
     values = cache(build)
     share = values.get("CMAKE_INSTALL_DATAROOTDIR") or "share"
-    for name, default in (("CMAKE_INSTALL_MANDIR", f"{share}/man"),
+    for name, default in (("CMAKE_INSTALL_DATADIR", share),
+                          ("CMAKE_INSTALL_MANDIR", f"{share}/man"),
                           ("CMAKE_INSTALL_DOCDIR", f"{share}/doc/dov-dbus")):
         values[name] = values.get(name) or default
     return values

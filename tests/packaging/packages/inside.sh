@@ -84,6 +84,8 @@ cmake -S /tmp/client -B /tmp/client/build -G Ninja >/tmp/client.log 2>&1 &&
     cmake --build /tmp/client/build >>/tmp/client.log 2>&1 || fail "$(cat /tmp/client.log)"
 [ -e "$(pkg-config --variable=interfaces_dir dov-dbus)/com.quorin.system.atx.xml" ] ||
     fail "pkg-config does not lead to the interfaces"
+[ -e "$(pkg-config --variable=objects dov-dbus)" ] ||
+    fail "pkg-config does not lead to the catalogue of objects"
 
 # Another port, by the commands of the manual.
 awk '/^## / { on = /Another port/ } on && /^    / && !/udevadm/' \

@@ -12,7 +12,8 @@ set(examples "${CMAKE_CURRENT_SOURCE_DIR}/examples")
 install(FILES systemd/debug.conf.example
   ${examples}/power_manage.conf ${examples}/oem_profile.conf
   DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples)
-install(FILES ${examples}/clients/CMakeLists.txt ${examples}/clients/client.cpp
+install(FILES ${examples}/clients/CMakeLists.txt ${examples}/clients/client.c
+  ${examples}/clients/client.cpp
   DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples/clients COMPONENT development)
 install(PROGRAMS ${examples}/clients/client.py ${examples}/clients/client.sh
   DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples/clients COMPONENT development)

@@ -1,5 +1,6 @@
 #!/usr/bin/python3
-"""The example clients against the running daemon, in C++ as users build it from what is installed.
+"""The example clients against the running daemon, in C and C++ as users build them from what is
+installed.
 
     clients.py PROGRAM BUILD CXX
 """
@@ -49,6 +50,25 @@ def built_with_pkg_config(prefix: Path, directory: Path, compiler: str) -> Path:
     return program
 
 
+def built_with_gdbus_codegen(prefix: Path, directory: Path) -> Path:
+    """Of every interface, so that each one is tried."""
+    interfaces = sorted(prefix.glob("**/dbus-1/interfaces/*.xml"))
+    run("gdbus-codegen", "--interface-prefix", "com.quorin.system.", "--c-namespace", "Dov",
+        "--output-directory", directory, "--generate-c-code", "dov-glib", *interfaces)
+    flags = run("pkg-config", "--cflags", "--libs", "gio-unix-2.0")
+    program = directory / "with-gdbus-codegen"
+    run("cc", "-Wall", "-Wextra", "-Werror", "-I", directory, "-o", program,
+        EXAMPLES / "client.c", directory / "dov-glib.c", *shlex.split(flags))
+    return program
+
+
+def manual_of(prefix: Path, directory: Path) -> str:
+    """What gdbus-codegen makes of the texts of one interface."""
+    interface = next(prefix.glob("**/com.quorin.system.power.button.xml"))
+    run("gdbus-codegen", "--output-directory", directory, "--generate-docbook", "manual", interface)
+    return (directory / "manual-com.quorin.system.power.button.xml").read_text()
+
+
 def check(world: World, client: Path, brightness: int) -> None:
     printed = world.root / "printed"
     medium = world.root / "media/usb0"
@@ -90,9 +110,13 @@ def main() -> None:
         prefix = installed(build, directory)
         clients = (built_with_cmake(prefix, directory, compiler),
                    built_with_pkg_config(prefix, directory, compiler),
+                   built_with_gdbus_codegen(prefix, directory),
                    EXAMPLES / "client.py", EXAMPLES / "client.sh")
         for number, client in enumerate(clients):
             check(world, client, 50 + number)
+        for text in ("The power button", "the button was pressed", "always 1"):
+            if text not in (manual := manual_of(prefix, directory)):
+                sys.exit(f"{text} is not in the manual:\n{manual}")
         if world.power_offs():
             sys.exit("the daemon has switched the terminal off")
 

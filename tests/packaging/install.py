@@ -54,8 +54,8 @@ OPTIONAL = {
                                       "protocol.md"]),
         ("CMAKE_INSTALL_DOCDIR", "examples", ["debug.conf.example", "oem_profile.conf",
                                               "power_manage.conf"]),
-        ("CMAKE_INSTALL_DOCDIR", "examples/clients", ["CMakeLists.txt", "client.cpp", "client.py",
-                                                      "client.sh"]),
+        ("CMAKE_INSTALL_DOCDIR", "examples/clients", ["CMakeLists.txt", "client.c", "client.cpp",
+                                                      "client.py", "client.sh"]),
     ],
     frozenset({"DOV_DOCS", "DOV_TOOLS"}): [
         ("CMAKE_INSTALL_MANDIR", "man1", [f"{tool}.1" for tool in TOOLS]),

@@ -8,6 +8,7 @@
 #include "Object_table.h"
 #include "Paths.h"
 #include "Periodic_poll.h"
+#include "Poll.h"
 #include "Power_controller_interface.h"
 #include "Reader_patience.h"
 #include "Shell.h"
@@ -31,7 +32,6 @@ DBus_daemon* the_daemon = nullptr;
 namespace {
 
 constexpr unsigned int default_baud_rate = 115200;
-constexpr int poll_period_ms = 3000;
 constexpr int digest_interval = 2; ///< 100 ms, in the units of the digest request
 
 constexpr U8_field power_setting = {Message_id::power_setting, "setting"};

@@ -6,17 +6,11 @@
 #include "Ignition_interface.h"
 #include "Named_field.h"
 #include "OEMprofile_interface.h"
+#include "Poll.h"
 #include "Power_controller_interface.h"
 #include "Version_interface.h"
 
 namespace {
-
-constexpr uchar polls[] = {
-    Message_id::power_button_poll,
-    Message_id::voltages_low_poll,
-    Message_id::voltages_high_poll,
-    Message_id::temperatures_poll,
-};
 
 constexpr U8_field setting = {Message_id::power_setting, "setting"};
 constexpr U8_field setting_mode = {Message_id::power_setting, "mode"};
@@ -79,7 +73,7 @@ void Periodic_poll::run()
 
 void Periodic_poll::send_polls()
 {
-    for (const uchar poll : polls)
+    for (const uchar poll : polled_requests)
         link_.send_message(poll);
 }
 

@@ -3,8 +3,8 @@
 #include "Tool_command_line.h"
 
 // How dov-line ends, beside the statuses that every tool has.
-constexpr int status_found = tool_failed; ///< a condition holds, or a difference was found
-constexpr int status_input = 3;           ///< a recording cannot be read, or not to its end
+constexpr int status_found = tool_failed; ///< a condition holds, a difference, no answer
+constexpr int status_input = 3;           ///< a recording or device cannot be read to its end
 constexpr int status_output = 4;          ///< what was to be written could not be
 
 /// One thing that dov-line does.

@@ -1,5 +1,8 @@
 #include "Compare_verb.h"
+#include "Listen_verb.h"
+#include "Poll_verb.h"
 #include "Read_verb.h"
+#include "Send_verb.h"
 #include "Stats_verb.h"
 
 #include <QCoreApplication>
@@ -14,7 +17,10 @@ int main(int count, char** values)
     Read_verb read;
     Stats_verb stats;
     Compare_verb compare;
-    Verb* const verbs[] = {&read, &stats, &compare};
+    Send_verb send;
+    Poll_verb poll;
+    Listen_verb listen;
+    Verb* const verbs[] = {&read, &stats, &compare, &send, &poll, &listen};
     for (Verb* verb : verbs)
         line.add_verb(verb->name(), verb->line());
 

@@ -1,6 +1,7 @@
 #include "Event_filter.h"
 
 #include "Explanation.h"
+#include "Message_text.h"
 
 #include <algorithm>
 
@@ -26,19 +27,11 @@ bool is_error(const Line_event& event)
 
 QString Event_filter::want_message(const QString& text)
 {
-    for (const Message_kind& kind : message_catalogue) {
-        if (text == QLatin1String(kind.name)) {
-            ids_.append(kind.id);
-            return {};
-        }
-    }
-    bool good = false;
-    const uint id = text.startsWith(QLatin1String("0x")) ? text.mid(2).toUInt(&good, 16)
-                                                         : text.toUInt(&good, 10);
-    if (!good || id > 255)
+    const auto id = identifier_of(text);
+    if (!id)
         return QStringLiteral("\"%1\" is neither an identifier nor the name of a message")
             .arg(text);
-    ids_.append(static_cast<uchar>(id));
+    ids_.append(*id);
     return {};
 }
 

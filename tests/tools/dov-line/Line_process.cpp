@@ -1,0 +1,43 @@
+#include "Line_process.h"
+
+#include "Waiting.h"
+
+#include <csignal>
+
+Line_process::~Line_process()
+{
+    process_.kill();
+    process_.waitForFinished();
+}
+
+Line_process::Run Line_process::run(const QStringList& arguments)
+{
+    Line_process process;
+    process.start(arguments);
+    return process.end();
+}
+
+void Line_process::start(const QStringList& arguments)
+{
+    process_.start(QStringLiteral(DOV_LINE), arguments);
+    if (!process_.waitForStarted())
+        qFatal("cannot start %s", DOV_LINE);
+}
+
+void Line_process::signal(int number) const
+{
+    ::kill(static_cast<pid_t>(process_.processId()), number);
+}
+
+const QByteArray& Line_process::output()
+{
+    return output_ += process_.readAllStandardOutput();
+}
+
+Line_process::Run Line_process::end()
+{
+    if (!wait_for([this] { return !is_running(); }))
+        qFatal("dov-line does not end");
+    return {process_.exitStatus() == QProcess::NormalExit ? process_.exitCode() : -1,
+            QString::fromUtf8(output()), QString::fromUtf8(process_.readAllStandardError())};
+}

@@ -1,0 +1,87 @@
+#include "Device_verb.h"
+
+#include <QDateTime>
+#include <QJsonDocument>
+
+namespace {
+
+constexpr qint64 us_per_ms = 1000;
+constexpr int highest_baud = 460800;
+
+} // namespace
+
+Device_verb::Device_verb(const char* name, const char* description) : Verb(name, description)
+{
+    line().add({QStringLiteral("device"), QStringLiteral("path"),
+                QStringLiteral("The serial device, or pseudo terminal, that the controller is on."),
+                [this](const QString& text) {
+                    device_ = text;
+                    return QString();
+                }});
+    add_number("baudrate", "rate", "The device's speed; 115200.", baud_, 1);
+}
+
+void Device_verb::add_json()
+{
+    add_switch("json", "An object of JSON a line.", json_);
+}
+
+void Device_verb::add_number(const char* name, const char* unit, const char* meaning, int& number,
+                             int least)
+{
+    line().add({QLatin1String(name), QLatin1String(unit), QLatin1String(meaning),
+                [name, least, &number](const QString& text) {
+                    bool good = false;
+                    number = text.toInt(&good);
+                    return good && number >= least
+                               ? QString()
+                               : QStringLiteral("--%1: \"%2\" is no whole number from %3 on")
+                                     .arg(QLatin1String(name), text)
+                                     .arg(least);
+                }});
+}
+
+int Device_verb::open(Conversation& conversation)
+{
+    if (device_.isEmpty()) {
+        complain(QStringLiteral("--device is missing"));
+        return tool_usage;
+    }
+    format_.set_wall_clock(QDateTime::currentMSecsSinceEpoch() * us_per_ms);
+    const QString error =
+        conversation.open(device_, static_cast<uint>(std::min(baud_, highest_baud)));
+    if (error.isEmpty())
+        return tool_done;
+    complain(error);
+    return status_input;
+}
+
+void Device_verb::show(const Line_event& event, bool is_shown)
+{
+    format_.see(event);
+    if (!is_shown)
+        return;
+    if (json_)
+        output_.line(QJsonDocument(format_.json(event)).toJson(QJsonDocument::Compact));
+    else
+        output_.line(format_.line(event, Time_style::relative));
+    output_has_failed_ = !output_.flush();
+}
+
+void Device_verb::tell(const QString& text, const QJsonObject& object)
+{
+    if (json_)
+        output_.line(QJsonDocument(object).toJson(QJsonDocument::Compact));
+    else
+        output_.line(text);
+    output_has_failed_ = !output_.flush();
+}
+
+int Device_verb::end(const Conversation& conversation, int status)
+{
+    if (!conversation.error().isEmpty())
+        complain(conversation.error());
+    if (!output_.flush())
+        return status_output;
+    return conversation.error().isEmpty() ? status : status_input;
+}

@@ -5,8 +5,8 @@ install(FILES ${manual}/oem_profile.conf.5 ${manual}/power_manage.conf.5
   DESTINATION ${CMAKE_INSTALL_MANDIR}/man5)
 
 set(documents "${PROJECT_SOURCE_DIR}/docs")
-install(FILES ${documents}/dbus-api.md ${documents}/integration.md ${documents}/porting.md
-  ${documents}/protocol.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
+install(FILES ${documents}/dbus-api.md ${documents}/integration.md ${documents}/mock.md
+  ${documents}/porting.md ${documents}/protocol.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
 
 set(examples "${CMAKE_CURRENT_SOURCE_DIR}/examples")
 install(FILES systemd/debug.conf.example
@@ -16,6 +16,7 @@ install(FILES ${examples}/clients/CMakeLists.txt ${examples}/clients/client.c
   ${examples}/clients/client.cpp
   DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples/clients COMPONENT development)
 install(PROGRAMS ${examples}/clients/client.py ${examples}/clients/client.sh
+  ${examples}/clients/test_client.py
   DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples/clients COMPONENT development)
 
 if(DOV_TOOLS)

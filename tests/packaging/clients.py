@@ -71,7 +71,6 @@ def manual_of(prefix: Path, directory: Path) -> str:
 
 def check(world: World, client: Path, brightness: int) -> None:
     printed = world.root / "printed"
-    medium = world.root / "media/usb0"
     expected = f"terminal 1234\nbrightness {brightness}\nwatching the media\n"
     with printed.open("wb") as output:
         running = subprocess.Popen(
@@ -80,25 +79,22 @@ def check(world: World, client: Path, brightness: int) -> None:
     try:
         world.wait_for(f"what {client} reads", lambda: printed.read_text().startswith(expected))
         # Until the client's subscription is there, media come and go unheard.
-        world.wait_for(f"{client} to hear of a medium", lambda: hears(medium, printed))
+        world.wait_for(f"{client} to hear of a medium", lambda: hears(world, printed))
     except TimeoutError as error:
         sys.exit(f"{error}; it printed:\n{printed.read_text()}")
     finally:
         os.killpg(running.pid, 15)
         running.wait()
-    if medium.exists():
-        medium.rmdir()
+    world.set_media(set())
     print(f"{client.name} does", flush=True)
 
 
-def hears(medium: Path, printed: Path) -> bool:
+def hears(world: World, printed: Path) -> bool:
     text = printed.read_text()
+    medium = world.medium("usb0")
     if f"{medium} has come\n" in text and f"{medium} has gone\n" in text:
         return True
-    if medium.exists():
-        medium.rmdir()
-    else:
-        medium.mkdir()
+    world.set_media(set() if world.media else {"usb0"})
     return False
 
 

@@ -32,6 +32,7 @@ DAEMON = [
     ("DOV_BUS_SERVICES_DIR", "", ["com.quorin.system.service"]),
     ("DOV_BUS_INTERFACES_DIR", "", INTERFACES),
     ("CMAKE_INSTALL_DATADIR", "dov-dbus", ["objects.json"]),
+    ("CMAKE_INSTALL_DATADIR", "python-dbusmock/templates", ["dov.py"]),
     ("DOV_COMPLETION_DIR", "", ["dov-dbus"]),
 ]
 OPTIONAL = {
@@ -50,12 +51,13 @@ OPTIONAL = {
     frozenset({"DOV_DOCS"}): [
         ("CMAKE_INSTALL_MANDIR", "man5", ["oem_profile.conf.5", "power_manage.conf.5"]),
         ("CMAKE_INSTALL_MANDIR", "man8", ["dov-dbus.8"]),
-        ("CMAKE_INSTALL_DOCDIR", "", ["dbus-api.md", "integration.md", "porting.md",
+        ("CMAKE_INSTALL_DOCDIR", "", ["dbus-api.md", "integration.md", "mock.md", "porting.md",
                                       "protocol.md"]),
         ("CMAKE_INSTALL_DOCDIR", "examples", ["debug.conf.example", "oem_profile.conf",
                                               "power_manage.conf"]),
         ("CMAKE_INSTALL_DOCDIR", "examples/clients", ["CMakeLists.txt", "client.c", "client.cpp",
-                                                      "client.py", "client.sh"]),
+                                                      "client.py", "client.sh",
+                                                      "test_client.py"]),
     ],
     frozenset({"DOV_DOCS", "DOV_TOOLS"}): [
         ("CMAKE_INSTALL_MANDIR", "man1", [f"{tool}.1" for tool in TOOLS]),

@@ -5,6 +5,7 @@ is touched: the test build keeps every path and command below the directory.
 """
 from __future__ import annotations
 
+import json
 import os
 import pty
 import subprocess
@@ -12,6 +13,8 @@ import tempfile
 import time
 from pathlib import Path
 from typing import Callable
+
+import dbus
 
 SERVICE = "com.quorin.system"
 PREFIX = "/com/quorin/system"
@@ -46,6 +49,7 @@ class World:
     def __init__(self, program: str, policy_text: str) -> None:
         self._program = program
         self._line: tuple[int, ...] = ()
+        self.media: set[str] = set()
         self._children: list[subprocess.Popen[bytes]] = []
         self._directory = tempfile.TemporaryDirectory(prefix="dov-packaging-")
         self.root = Path(self._directory.name)
@@ -56,7 +60,7 @@ class World:
 
     def __enter__(self) -> World:
         self._start_bus()
-        self._start_daemon()
+        self._start_service()
         return self
 
     def __exit__(self, *_: object) -> None:
@@ -91,6 +95,24 @@ class World:
                 raise TimeoutError(f"{what} does not start")
             time.sleep(0.05)
 
+    def tell(self, message: bytes) -> None:
+        """What the controller says, in its frame."""
+        frame = b"\x18\xef\x59\x78" + message.ljust(8, b"\0")
+        os.write(self._line[0], frame + bytes([sum(frame) & 0xff]))
+
+    def medium(self, name: str) -> str:
+        """The path that clients hear of."""
+        return str(self.root / "media" / name)
+
+    def set_media(self, names: set[str]) -> None:
+        """These are in, and no other."""
+        self.media = names
+        for path in (self.root / "media").iterdir():
+            if path.name not in names:
+                path.rmdir()
+        for name in names:
+            (self.root / "media" / name).mkdir(exist_ok=True)
+
     def _write_files(self, policy_text: str) -> None:
         subprocess.run([SOURCES / "tests/fixtures/make-root", self.root], check=True)
         for name in ("power_manage.conf", "oem_profile.conf"):
@@ -107,14 +129,16 @@ class World:
             ["dbus-daemon", f"--config-file={self.root}/bus.conf", "--nofork"], stderr=log))
         self.wait_for("the message bus", self._socket.exists)
 
-    def _start_daemon(self) -> None:
+    def _start_service(self) -> None:
         self._line = pty.openpty()
-        port = os.ttyname(self._line[1])
-        log = (self.root / "daemon.log").open("wb")
-        self._children.append(subprocess.Popen(
-            [self._program, "--port", port], env=self.environment(), cwd=self.root,
-            stdout=log, stderr=subprocess.STDOUT, stdin=subprocess.DEVNULL))
+        self._start("the daemon", [self._program, "--port", os.ttyname(self._line[1])])
         self.wait_for("the daemon", self._is_published)
+
+    def _start(self, what: str, command: list[str | Path], stdin: int = subprocess.DEVNULL) -> None:
+        log = (self.root / f"{what.split()[-1]}.log").open("wb")
+        self._children.append(subprocess.Popen(
+            command, env=self.environment(), cwd=self.root,
+            stdout=log, stderr=subprocess.STDOUT, stdin=stdin))
 
     def _is_published(self) -> bool:
         # The last object of the table.
@@ -124,6 +148,33 @@ class World:
         return b"com.quorin.system.atx" in answer.stdout
 
 
+class Mock_world(World):
+    """The same without a daemon: the template of python-dbusmock has its place."""
+
+    def __init__(self, policy_text: str, **parameters: object) -> None:
+        super().__init__("", policy_text)
+        self._parameters = parameters
+
+    def _start_service(self) -> None:
+        self._start("the mock", [
+            "/usr/bin/python3", "-B", "-m", "dbusmock", "--system", "--template",
+            SOURCES / "data/dbusmock/dov.py", "--parameters", json.dumps(self._parameters)])
+        self.wait_for("the mock", self._is_published)
+
+    def control(self, method: str, signature: str = "", *arguments: object) -> None:
+        """What the terminal does by itself."""
+        bus = dbus.bus.BusConnection(self.address)
+        bus.call_blocking(SERVICE, PREFIX, f"{SERVICE}.mock", method, signature, arguments)
+        bus.close()
+
+    def medium(self, name: str) -> str:
+        return f"/media/{name}"
+
+    def set_media(self, names: set[str]) -> None:
+        self.media = names
+        self.control("set_media", "as", sorted(names))
+
+
 OPEN_POLICY = """<busconfig><policy context="default">
 <allow own="*"/><allow send_destination="*"/></policy></busconfig>"""
 
@@ -131,4 +182,3 @@ OPEN_POLICY = """<busconfig><policy context="default">
 def open_policy() -> str:
     """Lets everybody do everything."""
     return OPEN_POLICY
-

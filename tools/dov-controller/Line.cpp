@@ -1,8 +1,6 @@
 #include "Line.h"
 
-#include <QCoreApplication>
 #include <QFile>
-#include <QFileInfo>
 
 #include <cerrno>
 #include <cstdlib>
@@ -39,7 +37,7 @@ QString Line::open_pty(const QString& link)
     port_ = ::open(ptsname(own_), O_RDWR | O_NOCTTY | O_CLOEXEC | O_NONBLOCK);
     if (port_ < 0 || !init_port())
         return failure(device_);
-    QString error = link.isEmpty() ? QString() : make_link(link);
+    QString error = link.isEmpty() ? QString() : link_.make(link, device_);
     if (error.isEmpty())
         watch();
     return error;
@@ -64,9 +62,7 @@ void Line::close()
     readable_.reset();
     writable_.reset();
     pending_.clear();
-    if (!link_.isEmpty() && QFile::symLinkTarget(link_) == device_)
-        QFile::remove(link_);
-    link_.clear();
+    link_.remove();
     if (own_ >= 0 && own_ != port_)
         ::close(own_);
     if (port_ >= 0) {
@@ -94,25 +90,6 @@ void Line::write(const QByteArray& bytes)
         lost_bytes_ += pending_.size() - pending_limit;
         pending_.truncate(pending_limit);
     }
-}
-
-QString Line::make_link(const QString& link)
-{
-    const QFileInfo present(link);
-    if (present.exists() && !present.isSymLink())
-        return link + QStringLiteral(" is there and no symbolic link");
-    // Made beside it and moved: the name never leads nowhere in between.
-    const QByteArray beside =
-        QFile::encodeName(link + QStringLiteral(".%1").arg(QCoreApplication::applicationPid()));
-    if (symlink(QFile::encodeName(device_).constData(), beside.constData()) != 0)
-        return failure(link);
-    if (rename(beside.constData(), QFile::encodeName(link).constData()) != 0) {
-        QString error = failure(link);
-        unlink(beside.constData());
-        return error;
-    }
-    link_ = link;
-    return {};
 }
 
 void Line::watch()

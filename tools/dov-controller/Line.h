@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Device_link.h"
 #include "Posix_serial_port.h"
 
 #include <QByteArray>
@@ -53,7 +54,6 @@ Q_SIGNALS:
 
 private:
     int handle() override { return port_; }
-    QString make_link(const QString& link);
     void watch();
     void read_all();
     void write_pending();
@@ -61,7 +61,7 @@ private:
     int port_ = -1; ///< the end with the terminal settings: the host's, or the device
     int own_ = -1;  ///< the end read and written here: the pseudo terminal's other one, or port_
     QString device_;
-    QString link_;
+    Device_link link_;
     QByteArray pending_;
     qint64 lost_bytes_ = 0;
     std::unique_ptr<QSocketNotifier> readable_;

@@ -1,6 +1,6 @@
 #include "Trace.h"
 
-#include "Meaning.h"
+#include "Text_writer.h"
 #include "Words.h"
 
 #include <QList>
@@ -24,12 +24,19 @@ Trace_entry parse_entry(Words& words)
 
 } // namespace
 
+Line_record Trace_entry::record() const
+{
+    Line_record record;
+    record.time_us = time_us;
+    record.sender = from_controller ? Sender::controller : Sender::host;
+    record.data = reinterpret_cast<const uchar*>(bytes.constData());
+    record.size = static_cast<int>(bytes.size());
+    return record;
+}
+
 QString Trace_entry::to_line() const
 {
-    return QStringLiteral("%1 %2 %3  # %4")
-        .arg(static_cast<double>(time_us) / us_per_second, 0, 'f', 6)
-        .arg(from_controller ? QStringLiteral("controller") : QStringLiteral("host"), -10)
-        .arg(QString::fromLatin1(bytes.toHex()), meaning_of_bytes(bytes, from_controller));
+    return QString::fromUtf8(Text_writer::line(record())).trimmed();
 }
 
 Trace Trace::parse(const QByteArray& text)
@@ -52,22 +59,4 @@ Trace Trace::parse(const QByteArray& text)
         }
     }
     return trace;
-}
-
-QString Trace_writer::open(const QString& path)
-{
-    file_.setFileName(path);
-    if (!file_.open(QIODevice::WriteOnly | QIODevice::Truncate))
-        return path + QStringLiteral(": ") + file_.errorString();
-    file_.write("# seconds, direction, bytes, and what they mean\n");
-    file_.flush();
-    return {};
-}
-
-void Trace_writer::write(const Trace_entry& entry)
-{
-    if (!file_.isOpen())
-        return;
-    file_.write(entry.to_line().toUtf8().append('\n'));
-    file_.flush();
 }

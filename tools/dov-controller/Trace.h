@@ -1,10 +1,9 @@
 #pragma once
 
+#include "Line_record.h"
 #include "Text_error.h"
 
 #include <QByteArray>
-#include <QElapsedTimer>
-#include <QFile>
 #include <QString>
 #include <QVector>
 
@@ -14,7 +13,10 @@ struct Trace_entry {
     bool from_controller = false;
     QByteArray bytes;
 
-    /// One line: seconds, direction, bytes in hexadecimal, and after a # what they mean.
+    /// As recordings have it, as long as the bytes are there.
+    Line_record record() const;
+
+    /// One line of a recording, without its end.
     QString to_line() const;
 };
 
@@ -24,16 +26,4 @@ struct Trace {
     QVector<Text_error> errors; ///< what could not be read
 
     static Trace parse(const QByteArray& text);
-};
-
-/// Writes a recording, each line at once, so that it is whole whenever the program ends.
-class Trace_writer {
-public:
-    /// Returns an error's text, or nothing.
-    QString open(const QString& path);
-
-    void write(const Trace_entry& entry);
-
-private:
-    QFile file_;
 };

@@ -3,10 +3,12 @@
 #include "Options.h"
 #include "Players.h"
 #include "Posix_signals.h"
+#include "Recording_writer.h"
 #include "Script.h"
 #include "Trace.h"
 
 #include <QCoreApplication>
+#include <QDateTime>
 #include <QFile>
 
 #include <cstdio>
@@ -65,7 +67,19 @@ Program load_program(const Options& options, Bench_controller& bench)
     return {};
 }
 
-void connect_texts(Bench_controller& bench, Trace_writer& recording, bool verbose)
+/// Begins a recording. An error's text, or nothing.
+QString record(Recording_writer& recording, const QString& path)
+{
+    Recording_writer::Order order;
+    order.path = path;
+    constexpr qint64 us_per_ms = 1000;
+    const qint64 now_us = QDateTime::currentMSecsSinceEpoch() * us_per_ms;
+    order.wall_clock_us = [now_us] { return now_us; };
+    order.complain = [](const QString& text) { complain(text); };
+    return recording.open(order);
+}
+
+void connect_texts(Bench_controller& bench, Recording_writer& recording, bool verbose)
 {
     QObject::connect(&bench, &Bench_controller::line_opened,
                      [](const QString& device) { (void)say(stdout, device); });
@@ -74,7 +88,7 @@ void connect_texts(Bench_controller& bench, Trace_writer& recording, bool verbos
     QObject::connect(&bench, &Bench_controller::text_printed,
                      [](const QString& text) { (void)say(stdout, text); });
     QObject::connect(&bench, &Bench_controller::passed,
-                     [&recording](const Trace_entry& entry) { recording.write(entry); });
+                     [&recording](const Trace_entry& entry) { recording.write(entry.record()); });
     if (verbose)
         QObject::connect(&bench, &Bench_controller::passed,
                          [](const Trace_entry& entry) { (void)say(stdout, entry.to_line()); });
@@ -147,8 +161,8 @@ int run(const Options& options)
         return tool_failed;
     if (options.check)
         return 0;
-    Trace_writer recording;
-    const QString error = options.record.isEmpty() ? QString() : recording.open(options.record);
+    Recording_writer recording;
+    const QString error = options.record.isEmpty() ? QString() : record(recording, options.record);
     if (!error.isEmpty()) {
         complain(error);
         return tool_failed;

@@ -16,6 +16,7 @@ bool is_error(const Line_event& event)
     case Line_event::Kind::broken:
     case Line_event::Kind::skipped:
     case Line_event::Kind::hang_up:
+    case Line_event::Kind::gap:
         return true;
     case Line_event::Kind::connection:
         break;

@@ -7,6 +7,7 @@
 #include <QStringList>
 
 #include <algorithm>
+#include <utility>
 
 namespace {
 
@@ -30,6 +31,8 @@ QString kind_text(Line_event::Kind kind)
         return QStringLiteral("skipped");
     case Line_event::Kind::hang_up:
         return QStringLiteral("hang-up");
+    case Line_event::Kind::gap:
+        return QStringLiteral("gap");
     case Line_event::Kind::connection:
         break;
     }
@@ -79,6 +82,20 @@ QString cell(const QString& text)
 
 } // namespace
 
+bool parse_time_style(const QString& text, Time_style& style)
+{
+    constexpr std::pair<const char*, Time_style> names[] = {{"relative", Time_style::relative},
+                                                            {"absolute", Time_style::absolute},
+                                                            {"delta", Time_style::delta}};
+    for (const auto& [name, named] : names) {
+        if (text == QLatin1String(name)) {
+            style = named;
+            return true;
+        }
+    }
+    return false;
+}
+
 void Event_format::see(const Line_event& event)
 {
     if (!event.is_frame())
@@ -109,6 +126,8 @@ QString Event_format::line(const Line_event& event, Time_style style)
         return text + partner_text(event);
     }
     text += kind_text(event.kind);
+    if (event.missing > 0)
+        text += QStringLiteral(": %1 records are missing").arg(event.missing);
     if (!event.bytes.isEmpty())
         text += QLatin1Char(' ') + QString::fromLatin1(event.bytes.toHex(' '));
     return text;
@@ -162,6 +181,8 @@ QJsonObject Event_format::json(const Line_event& event) const
         object[QStringLiteral("wall_clock")] = wall_text(wall_clock_us_ + event.begin_us);
     if (!event.bytes.isEmpty())
         object[QStringLiteral("bytes")] = QString::fromLatin1(event.bytes.toHex());
+    if (event.missing > 0)
+        object[QStringLiteral("missing")] = static_cast<qint64>(event.missing);
     if (!event.is_frame())
         return object;
 

@@ -15,6 +15,9 @@ enum class Time_style : uchar {
     delta,    ///< seconds since the event written last
 };
 
+/// Takes "relative", "absolute" or "delta"; false for anything else.
+bool parse_time_style(const QString& text, Time_style& style);
+
 /// Writes events: a line for people, an object of JSON or a row of CSV for programs.
 ///
 /// What changed since the last message of the same identifier is marked: it has to see every

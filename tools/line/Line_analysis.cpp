@@ -17,6 +17,20 @@ Line_event::Kind kind_of(Line_piece::Kind kind)
     return Line_event::Kind::skipped;
 }
 
+Line_event::Kind kind_of(Line_record::Kind kind)
+{
+    switch (kind) {
+    case Line_record::Kind::hang_up:
+        return Line_event::Kind::hang_up;
+    case Line_record::Kind::gap:
+        return Line_event::Kind::gap;
+    case Line_record::Kind::connection:
+    case Line_record::Kind::bytes:
+        break;
+    }
+    return Line_event::Kind::connection;
+}
+
 } // namespace
 
 bool Line_event::has_right_addresses() const
@@ -108,8 +122,8 @@ void Line_analysis::add_line_event(const Line_record& record)
 {
     pass(record.time_us);
     Line_event event;
-    event.kind = record.kind == Line_record::Kind::hang_up ? Line_event::Kind::hang_up
-                                                           : Line_event::Kind::connection;
+    event.kind = kind_of(record.kind);
+    event.missing = record.missing;
     event.sender = record.sender;
     event.number = ++last_number_;
     event.begin_us = record.time_us;

@@ -8,7 +8,7 @@
 
 /// One thing of a recording, with what it has to do with others.
 struct Line_event {
-    enum class Kind : uchar { frame, broken, skipped, hang_up, connection };
+    enum class Kind : uchar { frame, broken, skipped, hang_up, connection, gap };
 
     /// What became of a request.
     enum class Fate : uchar { none, answered, unanswered };
@@ -19,6 +19,7 @@ struct Line_event {
     qint64 begin_us = 0; ///< when its first byte was seen
     qint64 end_us = 0;   ///< when its last byte was seen
     QByteArray bytes;
+    quint64 missing = 0; ///< of a gap: how many records are missing in the recording
 
     Fate fate = Fate::none;  ///< of the host's frames
     quint64 partner = 0;     ///< the number of the request's answer, or of the answer's request

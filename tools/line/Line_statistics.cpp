@@ -27,10 +27,25 @@ QJsonObject distribution_json(const Time_distribution& times)
 
 } // namespace
 
-void Time_distribution::add(qint64 us)
+void Time_distribution::add(qint64 us, std::size_t most)
 {
-    times_us_.push_back(us);
+    ++count_;
+    most_us_ = std::max(most_us_, us);
     is_sorted_ = false;
+    if (times_us_.size() < most) {
+        times_us_.push_back(us);
+        return;
+    }
+    // Knuth's generator; the high half is the better one.
+    random_ = random_ * 6364136223846793005U + 1442695040888963407U;
+    const std::size_t place = (random_ >> 32) % count_;
+    if (place < most)
+        times_us_[place] = us;
+}
+
+double Time_distribution::most_ms() const
+{
+    return static_cast<double>(most_us_) / us_per_ms;
 }
 
 void Time_distribution::sort() const
@@ -87,6 +102,9 @@ void Line_statistics::take(const Line_event& event)
     case Line_event::Kind::hang_up:
         ++hang_ups_;
         break;
+    case Line_event::Kind::gap:
+        missing_records_ += event.missing;
+        break;
     case Line_event::Kind::connection:
         break;
     }
@@ -114,9 +132,10 @@ void Line_statistics::take_frame(const Line_event& event)
         ++kind.unanswered;
     if (event.sender == Sender::controller && event.partner != 0) {
         Kind_figures& request = kinds_[static_cast<uchar>(event.id() - 1)];
-        (event.is_late ? request.late_response : request.response).add(event.response_us);
+        (event.is_late ? request.late_response : request.response)
+            .add(event.response_us, most_times_);
         if (!event.is_late)
-            response_.add(event.response_us);
+            response_.add(event.response_us, most_times_);
     }
     if (event.is_request() && event.id() == Message_id::digest_request) {
         const Field& interval = *find_field(Message_id::digest_request, "interval");
@@ -193,6 +212,7 @@ QJsonObject Line_statistics::to_json() const
             {QStringLiteral("unanswered"), static_cast<qint64>(unanswered())},
             {QStringLiteral("late_answers"), static_cast<qint64>(late_answers())},
             {QStringLiteral("hang_ups"), static_cast<qint64>(hang_ups_)},
+            {QStringLiteral("missing_records"), static_cast<qint64>(missing_records_)},
             {QStringLiteral("host_load"), load(Sender::host)},
             {QStringLiteral("controller_load"), load(Sender::controller)},
             {QStringLiteral("digest"), digest},

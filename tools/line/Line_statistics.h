@@ -5,23 +5,29 @@
 #include <QJsonObject>
 
 #include <array>
+#include <limits>
 #include <vector>
 
 /// Times, of which quantiles are asked: the least time that so many of a hundred do not exceed.
 class Time_distribution {
 public:
-    void add(qint64 us);
+    /// `most`: how many are kept. Of more times than that each is as likely to be among those kept
+    /// as any other; number and maximum are of all.
+    void add(qint64 us, std::size_t most = std::numeric_limits<std::size_t>::max());
 
-    std::size_t count() const { return times_us_.size(); }
+    std::size_t count() const { return count_; }
     /// In milliseconds; `percent` from 1 to 100. 0 without times.
     double quantile_ms(int percent) const;
-    double most_ms() const { return quantile_ms(100); }
-    /// How many are in [from, to) milliseconds.
+    double most_ms() const;
+    /// How many of those kept are in [from, to) milliseconds.
     std::size_t count_between(double from_ms, double to_ms) const;
 
 private:
     void sort() const;
 
+    std::size_t count_ = 0;
+    qint64 most_us_ = 0;
+    quint64 random_ = 1;
     mutable std::vector<qint64> times_us_;
     mutable bool is_sorted_ = true;
 };
@@ -52,8 +58,13 @@ public:
         double jitter_ms() const;
     };
 
-    /// `baud`: of the line, for its load.
-    explicit Line_statistics(uint baud) : baud_(baud) {}
+    /// `baud`: of the line, for its load. `most_times`: how many response times of each request
+    /// are kept for their quantiles.
+    explicit Line_statistics(uint baud,
+                             std::size_t most_times = std::numeric_limits<std::size_t>::max())
+        : baud_(baud), most_times_(most_times)
+    {
+    }
 
     void take(const Line_event& event);
 
@@ -64,6 +75,8 @@ public:
     quint64 skipped_bytes() const { return skipped_bytes_; }
     quint64 unknown_identifiers() const { return unknown_identifiers_; }
     quint64 hang_ups() const { return hang_ups_; }
+    /// Of the recording, in its gaps.
+    quint64 missing_records() const { return missing_records_; }
     quint64 unanswered() const;
     quint64 late_answers() const;
     double seconds() const;
@@ -82,6 +95,7 @@ private:
     void take_frame(const Line_event& event);
 
     uint baud_;
+    std::size_t most_times_;
     std::array<Kind_figures, 256> kinds_{};
     std::array<quint64, 2> frames_{}; ///< by Sender
     std::array<quint64, 2> bytes_{};  ///< by Sender
@@ -90,6 +104,7 @@ private:
     quint64 skipped_bytes_ = 0;
     quint64 unknown_identifiers_ = 0;
     quint64 hang_ups_ = 0;
+    quint64 missing_records_ = 0;
     qint64 last_us_ = 0;
     int digest_interval_ms_ = -1;
     Time_distribution response_;

@@ -16,6 +16,7 @@ constexpr quint16 link_type = 147; ///< LINKTYPE_USER0: no protocol of a registr
 constexpr quint16 option_end = 0;
 constexpr quint16 option_time_resolution = 9; ///< of an interface
 constexpr quint16 option_flags = 2;           ///< of a packet; its low two bits are the direction
+constexpr quint16 option_dropped = 4;         ///< of a packet: how many are missing before it
 
 /// Seen from the host.
 constexpr quint32 inbound = 1;

@@ -99,31 +99,50 @@ bool Pcapng_recording::read_packet(Line_record& record)
     record.time_us = last_us_;
     const auto* packet = reinterpret_cast<const uchar*>(source_->begin()) + data_at;
     if (packet[0] > static_cast<uchar>(Sender::controller) ||
-        packet[1] > static_cast<uchar>(Line_record::Kind::connection))
+        packet[1] > static_cast<uchar>(Line_record::Kind::gap))
         return fail(QStringLiteral("a packet of neither side"));
     record.sender = static_cast<Sender>(packet[0]);
     record.kind = static_cast<Line_record::Kind>(packet[1]);
     record.data = packet + Pcapng::header_size;
     record.size = static_cast<int>(size) - Pcapng::header_size;
+    record.missing = missing_before(data_at + padded(size));
     return true;
 }
 
-/// The resolution of an interface's times: microseconds, unless its options say otherwise.
-double Pcapng_recording::us_per_tick(std::size_t options_at) const
+/// Where the value of an option of the present block is; 0 when it has none.
+std::size_t Pcapng_recording::find_option(std::size_t options_at, quint16 wanted,
+                                          std::size_t wanted_size) const
 {
     for (std::size_t at = options_at; at + 4 <= length_ - 4;) {
         const quint16 code = u16(at);
         const std::size_t size = u16(at + 2);
         if (code == Pcapng::option_end || at + 4 + size > length_ - 4)
             break;
-        if (code == Pcapng::option_time_resolution && size == 1) {
-            const auto resolution = static_cast<uchar>(source_->begin()[at + 4]);
-            const double base = (resolution & 0x80) != 0 ? 2 : 10;
-            return us_per_s / std::pow(base, resolution & 0x7f);
-        }
+        if (code == wanted && size == wanted_size)
+            return at + 4;
         at += 4 + padded(size);
     }
-    return 1;
+    return 0;
+}
+
+/// The resolution of an interface's times: microseconds, unless its options say otherwise.
+double Pcapng_recording::us_per_tick(std::size_t options_at) const
+{
+    const std::size_t at = find_option(options_at, Pcapng::option_time_resolution, 1);
+    if (at == 0)
+        return 1;
+    const auto resolution = static_cast<uchar>(source_->begin()[at]);
+    const double base = (resolution & 0x80) != 0 ? 2 : 10;
+    return us_per_s / std::pow(base, resolution & 0x7f);
+}
+
+quint64 Pcapng_recording::missing_before(std::size_t options_at) const
+{
+    const std::size_t at = find_option(options_at, Pcapng::option_dropped, sizeof(quint64));
+    if (at == 0)
+        return 0;
+    const auto value = qFromLittleEndian<quint64>(source_->begin() + at);
+    return is_swapped_ ? qbswap(value) : value;
 }
 
 /// Whether so many bytes are in sight.

@@ -28,7 +28,9 @@ private:
     bool fail(const QString& text);
     quint16 u16(std::size_t at) const;
     quint32 u32(std::size_t at) const;
+    std::size_t find_option(std::size_t options_at, quint16 wanted, std::size_t wanted_size) const;
     double us_per_tick(std::size_t options_at) const;
+    quint64 missing_before(std::size_t options_at) const;
 
     std::unique_ptr<Byte_source> source_;
     std::vector<Interface> interfaces_;

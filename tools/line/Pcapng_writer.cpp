@@ -71,6 +71,11 @@ QByteArray Pcapng_writer::packet(const Line_record& record, qint64 clock_us)
     append(body, Pcapng::option_flags);
     append(body, quint16{4});
     append(body, record.sender == Sender::host ? Pcapng::outbound : Pcapng::inbound);
+    if (record.kind == Line_record::Kind::gap) {
+        append(body, Pcapng::option_dropped);
+        append(body, quint16{8});
+        append(body, record.missing);
+    }
     append(body, Pcapng::option_end);
     append(body, quint16{0});
     return block(Pcapng::packet_block, body);

@@ -170,6 +170,7 @@ bool Text_recording::read_entry(std::string_view line, Line_record& record)
         return fail(at, QStringLiteral("\"%1\" is not controller or host")
                             .arg(text_of(word_at(line, at).substr(0, 40))));
     record.kind = Line_record::Kind::bytes;
+    record.missing = 0;
     if (!read_bytes(line, word_end(line, at), record))
         return false;
     last_us_ = record.time_us;
@@ -218,9 +219,18 @@ bool Text_recording::read_directive(std::string_view line, Line_record& record)
     if (record.time_us < 0 || !is_in_order(record.time_us) ||
         !read_sender(word_at(line, at), record.sender))
         return false;
-    if (event != "hang-up" && event != "connection")
+    record.missing = 0;
+    if (event == "hang-up") {
+        record.kind = Line_record::Kind::hang_up;
+    } else if (event == "connection") {
+        record.kind = Line_record::Kind::connection;
+    } else if (event == "gap") {
+        at = skip_blanks(line, word_end(line, at));
+        record.kind = Line_record::Kind::gap;
+        record.missing = text_of(word_at(line, at)).toULongLong();
+    } else {
         return false;
-    record.kind = event == "hang-up" ? Line_record::Kind::hang_up : Line_record::Kind::connection;
+    }
     record.data = nullptr;
     record.size = 0;
     last_us_ = record.time_us;

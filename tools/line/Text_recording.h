@@ -13,6 +13,7 @@
 ///     1.204518 host       18ef78591100...      # hardware version request
 ///     #! 2.000100 hang-up controller           the line went away
 ///     #! 2.500000 connection controller        and came back
+///     #! 3.000000 gap controller 17            so many records are missing
 ///
 /// A line that begins with "#!" is for this program; others take it for a comment. One that says
 /// what it does not know is passed over.

@@ -7,20 +7,22 @@ namespace {
 
 constexpr int handled[] = {SIGINT, SIGTERM, SIGHUP, SIGWINCH};
 
-sigset_t handled_set()
+sigset_t handled_set(bool takes_user_signal)
 {
     sigset_t set;
     sigemptyset(&set);
     for (const int number : handled)
         sigaddset(&set, number);
+    if (takes_user_signal)
+        sigaddset(&set, SIGUSR1);
     return set;
 }
 
 } // namespace
 
-Posix_signals::Posix_signals()
+Posix_signals::Posix_signals(bool takes_user_signal)
 {
-    const sigset_t set = handled_set();
+    const sigset_t set = handled_set(takes_user_signal);
     pthread_sigmask(SIG_BLOCK, &set, &before_);
     descriptor_ = ::signalfd(-1, &set, SFD_CLOEXEC | SFD_NONBLOCK);
     if (descriptor_ < 0)
@@ -46,6 +48,8 @@ void Posix_signals::take()
     while (::read(descriptor_, &signal, sizeof signal) == static_cast<ssize_t>(sizeof signal)) {
         if (signal.ssi_signo == SIGWINCH)
             Q_EMIT resized();
+        else if (signal.ssi_signo == SIGUSR1)
+            Q_EMIT user_asked();
         else
             Q_EMIT end_asked();
     }

@@ -15,7 +15,8 @@
 class Posix_signals : public QObject {
     Q_OBJECT
 public:
-    Posix_signals();
+    /// With `takes_user_signal` SIGUSR1 is one of them; without, it does what it did before.
+    explicit Posix_signals(bool takes_user_signal = false);
     /// Drops what has not been taken, and lets the signals do again what they did before.
     ~Posix_signals() override;
 
@@ -24,6 +25,8 @@ Q_SIGNALS:
     void end_asked();
     /// SIGWINCH: the terminal has another size.
     void resized();
+    /// SIGUSR1.
+    void user_asked();
 
 private:
     void take();

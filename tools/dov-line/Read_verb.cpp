@@ -50,7 +50,7 @@ Read_verb::Read_verb() : Verb("read", "Shows what is in recordings of the line."
     line().add({QStringLiteral("time"), QStringLiteral("relative|absolute|delta"),
                 QStringLiteral("Times since the beginning, of the wall clock, or since the last "
                                "line."),
-                [this](const QString& text) { return take_style(text); }});
+                [this](const QString& text) { return take_time_style(text, style_); }});
     add_switch("json", "An object of JSON a line.", json_);
     add_switch("csv", "Comma-separated values.", csv_);
 }
@@ -61,19 +61,6 @@ QString Read_verb::take_sender(const QString& text)
     if (!is_host && text != QLatin1String("controller"))
         return QStringLiteral("--from: \"%1\" is not host or controller").arg(text);
     filter_.want_sender(is_host ? Sender::host : Sender::controller);
-    return {};
-}
-
-QString Read_verb::take_style(const QString& text)
-{
-    if (text == QLatin1String("relative"))
-        style_ = Time_style::relative;
-    else if (text == QLatin1String("absolute"))
-        style_ = Time_style::absolute;
-    else if (text == QLatin1String("delta"))
-        style_ = Time_style::delta;
-    else
-        return QStringLiteral("--time: \"%1\" is not relative, absolute or delta").arg(text);
     return {};
 }
 

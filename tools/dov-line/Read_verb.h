@@ -16,7 +16,6 @@ public:
 
 private:
     QString take_sender(const QString& text);
-    QString take_style(const QString& text);
     bool read(const QString& path, Output& output) const;
     void write(Output& output, Event_format& format, const Line_event& event) const;
 

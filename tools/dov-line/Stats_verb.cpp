@@ -1,10 +1,13 @@
 #include "Stats_verb.h"
 
 #include "Line_statistics.h"
+#include "Live_screen.h"
 #include "Message_catalogue.h"
 #include "Output.h"
+#include "Posix_signals.h"
 #include "Recording_events.h"
 
+#include <QCoreApplication>
 #include <QJsonDocument>
 
 #include <cmath>
@@ -39,6 +42,8 @@ void write_counts(Output& output, const Line_statistics& counted)
     row("unanswered requests", QString::number(counted.unanswered()));
     row("late answers", QString::number(counted.late_answers()));
     row("hang-ups", QString::number(counted.hang_ups()));
+    if (counted.missing_records() > 0)
+        row("missing records", QString::number(counted.missing_records()));
     row("load of the host", number(counted.load(Sender::host) * percent) + QStringLiteral(" %"));
     row("load of the controller",
         number(counted.load(Sender::controller) * percent) + QStringLiteral(" %"));
@@ -119,6 +124,21 @@ void write_histogram(Output& output, const Time_distribution& times)
     }
 }
 
+/// Until somebody asks for the end.
+int show_live(const QString& path)
+{
+    const Posix_signals signals;
+    Live_screen screen(path);
+    QObject::connect(&signals, &Posix_signals::end_asked, qApp, &QCoreApplication::quit);
+    QObject::connect(&signals, &Posix_signals::resized, &screen, &Live_screen::show);
+    QObject::connect(&screen, &Live_screen::end_asked, qApp, &QCoreApplication::quit);
+    const QString error = screen.start();
+    if (error.isEmpty())
+        return QCoreApplication::exec();
+    complain(error);
+    return status_input;
+}
+
 /// The figure at a path; undefined where there is none.
 QJsonValue figure(const QJsonObject& object, const QStringList& path)
 {
@@ -135,6 +155,7 @@ Stats_verb::Stats_verb() : Verb("stats", "Counts what is in a recording of the l
     line().take_arguments(1, 1, QStringLiteral("file"),
                           QStringLiteral("A recording or pcapng file; - is standard input."));
     add_switch("json", "An object of JSON.", json_);
+    add_switch("live", "Shows the status file of a running tap on one screen; q ends.", live_);
     line().add({QStringLiteral("baudrate"), QStringLiteral("rate"),
                 QStringLiteral("The line's speed, for its load; 115200."),
                 [this](const QString& text) { return take_baud(text); }});
@@ -170,8 +191,13 @@ QString Stats_verb::take_limit(const QString& text)
 
 int Stats_verb::run(const QStringList& arguments)
 {
+    return live_ ? show_live(arguments.first()) : count(arguments.first());
+}
+
+int Stats_verb::count(const QString& path) const
+{
     Recording_events events;
-    if (!events.open(arguments.first()))
+    if (!events.open(path))
         return status_input;
     Line_statistics counted(baud_);
     Line_event event;

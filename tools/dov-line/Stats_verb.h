@@ -7,7 +7,7 @@
 
 class QJsonObject;
 
-/// Counts what is in a recording of the line.
+/// Counts what is in a recording of the line, or shows what a running tap has counted.
 class Stats_verb : public Verb {
 public:
     Stats_verb();
@@ -26,9 +26,11 @@ private:
 
     QString take_baud(const QString& text);
     QString take_limit(const QString& text);
+    int count(const QString& path) const;
     int judge(const QJsonObject& json) const;
 
     uint baud_ = 115200;
     bool json_ = false;
+    bool live_ = false;
     QVector<Limit> limits_;
 };

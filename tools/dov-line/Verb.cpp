@@ -23,3 +23,10 @@ void complain(const QString& text)
 {
     complain(tool, text);
 }
+
+QString take_time_style(const QString& text, Time_style& style)
+{
+    return parse_time_style(text, style)
+               ? QString()
+               : QStringLiteral("--time: \"%1\" is not relative, absolute or delta").arg(text);
+}

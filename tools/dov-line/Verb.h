@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Event_format.h"
 #include "Tool_command_line.h"
 
 // How dov-line ends, beside the statuses that every tool has.
@@ -32,3 +33,6 @@ private:
 
 /// Prints "dov-line: TEXT" on standard error.
 void complain(const QString& text);
+
+/// Takes the value of --time. What is wrong with it, or nothing.
+QString take_time_style(const QString& text, Time_style& style);

@@ -4,6 +4,7 @@
 #include "Read_verb.h"
 #include "Send_verb.h"
 #include "Stats_verb.h"
+#include "Tap_verb.h"
 
 #include <QCoreApplication>
 
@@ -20,7 +21,8 @@ int main(int count, char** values)
     Send_verb send;
     Poll_verb poll;
     Listen_verb listen;
-    Verb* const verbs[] = {&read, &stats, &compare, &send, &poll, &listen};
+    Tap_verb tap;
+    Verb* const verbs[] = {&read, &stats, &compare, &tap, &send, &poll, &listen};
     for (Verb* verb : verbs)
         line.add_verb(verb->name(), verb->line());
 

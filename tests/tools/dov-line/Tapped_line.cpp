@@ -1,0 +1,114 @@
+#include "Tapped_line.h"
+
+#include <QDeadlineTimer>
+#include <QFile>
+
+#include <cerrno>
+#include <cstdlib>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr int patience_ms = 30000;
+
+void make_raw(int descriptor)
+{
+    termios settings{};
+    tcgetattr(descriptor, &settings);
+    cfmakeraw(&settings);
+    tcsetattr(descriptor, TCSANOW, &settings);
+}
+
+} // namespace
+
+Tapped_line::~Tapped_line()
+{
+    close_host();
+    pull_out();
+}
+
+void Tapped_line::pull_out()
+{
+    QFile::remove(device());
+    for (int* end : {&device_, &controller_}) {
+        if (*end >= 0)
+            ::close(*end);
+        *end = -1;
+    }
+}
+
+void Tapped_line::plug_in()
+{
+    controller_ = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC | O_NONBLOCK);
+    if (controller_ < 0 || grantpt(controller_) != 0 || unlockpt(controller_) != 0)
+        qFatal("no pseudo terminal");
+    device_ = ::open(ptsname(controller_), O_RDWR | O_NOCTTY | O_CLOEXEC);
+    make_raw(device_);
+    QFile::link(QString::fromLocal8Bit(ptsname(controller_)), device());
+}
+
+bool Tapped_line::open_host()
+{
+    close_host();
+    host_ =
+        ::open(QFile::encodeName(link()).constData(), O_RDWR | O_NOCTTY | O_CLOEXEC | O_NONBLOCK);
+    if (host_ >= 0)
+        make_raw(host_);
+    return host_ >= 0;
+}
+
+void Tapped_line::close_host()
+{
+    if (host_ >= 0)
+        ::close(host_);
+    host_ = -1;
+}
+
+termios Tapped_line::device_settings() const
+{
+    termios settings{};
+    tcgetattr(device_, &settings);
+    return settings;
+}
+
+bool Tapped_line::host_is_hung_up() const
+{
+    pollfd end = {host_, POLLIN, 0};
+    return poll(&end, 1, 0) == 1 && (end.revents & POLLHUP) != 0;
+}
+
+void Tapped_line::send(int end, const QByteArray& bytes)
+{
+    const QDeadlineTimer deadline(patience_ms);
+    for (int done = 0; done < bytes.size() && !deadline.hasExpired();) {
+        const ssize_t count =
+            ::write(end, bytes.constData() + done, static_cast<std::size_t>(bytes.size() - done));
+        pollfd room = {end, POLLOUT, 0};
+        if (count > 0)
+            done += static_cast<int>(count);
+        else
+            (void)poll(&room, 1, 10);
+    }
+}
+
+QByteArray Tapped_line::receive(int end, int count)
+{
+    QByteArray bytes;
+    const QDeadlineTimer deadline(patience_ms);
+    while (bytes.size() < count && !deadline.hasExpired()) {
+        char some[4096];
+        const ssize_t size = ::read(
+            end, some, std::min(sizeof some, static_cast<std::size_t>(count - bytes.size())));
+        pollfd news = {end, POLLIN, 0};
+        if (size > 0)
+            bytes.append(some, static_cast<int>(size));
+        else if (size == 0 || errno != EAGAIN)
+            break;
+        else
+            (void)poll(&news, 1, 100);
+    }
+    return bytes;
+}

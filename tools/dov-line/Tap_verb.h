@@ -1,0 +1,22 @@
+#pragma once
+
+#include "Tap_observer.h"
+#include "Verb.h"
+
+/// Stands between the daemon and its device, and looks at what passes.
+class Tap_verb : public Verb {
+public:
+    Tap_verb();
+
+    int run(const QStringList& arguments) override;
+
+private:
+    void add_path(const char* name, const char* value, const char* meaning, QString& path);
+    void add_size(const char* name, const char* meaning, const std::function<void(quint64)>& take);
+    void add_recordings();
+    void add_incidents();
+    QString wrong_usage() const;
+
+    Tap_observer::Order order_;
+    bool is_quiet_ = false;
+};

@@ -51,13 +51,17 @@ expect 'dov-controller --input temperature' temperature{0..5}
 expect 'dov-controller --ignition ' on off
 expect 'dov-controller --baudrate 5' 57600
 expect "dov-controller --script $directory/p" "$directory/power.conf"
-expect 'dov-line ' read stats compare send poll listen
+expect 'dov-line ' read stats compare tap send poll listen
 expect 'dov-line s' stats send
 expect 'dov-line --' --help --version
 expect 'dov-line read --' --help --version --from --id --where --errors --unanswered --time --json --csv
 expect 'dov-line read --from ' host controller
 expect 'dov-line read --time d' delta
 expect 'dov-line stats --baudrate 5' 57600
+expect 'dov-line tap --r' --record --rotate --ring
+expect 'dov-line tap --rotate ' ''
+expect 'dov-line tap --time ' relative absolute delta
+expect "dov-line tap --keep $directory/p" "$directory/power.conf"
 expect 'dov-line send --' --help --version --device --baudrate --count --interval --wait --json --bytes
 expect "dov-line send --device $directory/p" "$directory/power.conf"
 expect 'dov-line listen --' --help --version --device --baudrate --id --count --wait --json

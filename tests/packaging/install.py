@@ -39,6 +39,7 @@ OPTIONAL = {
     frozenset({"DOV_TOOLS"}): [
         ("CMAKE_INSTALL_BINDIR", "", TOOLS),
         ("DOV_COMPLETION_DIR", "", TOOLS),
+        ("DOV_UNIT_DIR", "", ["dov-line-tap.service"]),
     ],
     frozenset({"DOV_CLIENT"}): [
         ("CMAKE_INSTALL_LIBDIR", "", ["libdov-dbus-client.a"]),
@@ -62,6 +63,7 @@ OPTIONAL = {
     frozenset({"DOV_DOCS", "DOV_TOOLS"}): [
         ("CMAKE_INSTALL_MANDIR", "man1", [f"{tool}.1" for tool in TOOLS]),
         ("CMAKE_INSTALL_DOCDIR", "", ["controller-script.md", "dov-line.md", "dov-watch.md"]),
+        ("CMAKE_INSTALL_DOCDIR", "examples", ["tap.conf.example"]),
     ],
 }
 DIRECTORIES = sorted({variable for part in (DAEMON, *OPTIONAL.values()) for variable, _, _ in part})

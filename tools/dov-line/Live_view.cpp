@@ -33,7 +33,7 @@ void append_table(QStringList& lines, const char* title, const Column (&columns)
 {
     QString head = QStringLiteral("  %1").arg(QLatin1String(title), -8);
     for (const Column& column : columns)
-        head += QLatin1String(column.title).rightJustified(column.width);
+        head += QString(QLatin1String(column.title)).rightJustified(column.width);
     lines.append(has_names ? head + QStringLiteral("  name") : head);
     for (auto row = rows.begin(); row != rows.end(); ++row) {
         const QJsonObject figures = row.value().toObject();

@@ -165,7 +165,8 @@ bool Line_tap::pass_from_host()
         host_closed();
         return false;
     case Host_terminal::Found::settings:
-        note_host();
+        if (host_.has_host()) // forgetting what was not read is news as well
+            note_host();
         follow_settings();
         return true;
     case Host_terminal::Found::bytes:

@@ -1,3 +1,4 @@
+#include "Check_verb.h"
 #include "Compare_verb.h"
 #include "Listen_verb.h"
 #include "Poll_verb.h"
@@ -21,8 +22,9 @@ int main(int count, char** values)
     Send_verb send;
     Poll_verb poll;
     Listen_verb listen;
+    Check_verb check;
     Tap_verb tap;
-    Verb* const verbs[] = {&read, &stats, &compare, &tap, &send, &poll, &listen};
+    Verb* const verbs[] = {&read, &stats, &compare, &tap, &send, &poll, &listen, &check};
     for (Verb* verb : verbs)
         line.add_verb(verb->name(), verb->line());
 

@@ -1,0 +1,450 @@
+// dov-line check: a right controller passes in every generation, and of one that has a fault or a
+// flaw exactly those checks fail that are about it.
+
+#include "Controller_process.h"
+#include "Fake_controller.h"
+#include "Flawed_controller.h"
+#include "Line_process.h"
+#include "Waiting.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QXmlStreamReader>
+
+#include <csignal>
+#include <map>
+
+Q_DECLARE_METATYPE(Flawed_controller::Flaw)
+
+using Flaw = Flawed_controller::Flaw;
+
+namespace {
+
+QStringList words(const char* text)
+{
+    return QString::fromLatin1(text).split(QLatin1Char(' '), Qt::SkipEmptyParts);
+}
+
+/// The checks with a result, in a report for people.
+QStringList names_of(const QString& report, const char* result)
+{
+    QStringList names;
+    for (const QString& line : report.split(QLatin1Char('\n'))) {
+        if (line.startsWith(QLatin1String(result)))
+            names.append(line.mid(9).section(QLatin1Char(':'), 0, 0));
+    }
+    return names;
+}
+
+QStringList failures(const QString& report)
+{
+    return names_of(report, "FAILED");
+}
+
+const char* const unchanging_requests =
+    "hardware_version_request firmware_version_request unique_id_request power_button_poll "
+    "voltages_low_poll voltages_high_poll temperatures_poll configuration backlight "
+    "digital_outputs digest_request";
+
+/// Each of the names behind a group.
+QStringList each(const char* group, const char* names)
+{
+    QStringList all;
+    for (const QString& name : words(names))
+        all.append(QLatin1String(group) + QLatin1Char('.') + name);
+    return all;
+}
+
+const QStringList all_answers = each("answer", unchanging_requests);
+
+/// Everything that takes an answer to one request or another.
+const QStringList all_with_answers =
+    words("configuration.read recovery.garbage recovery.sync_bytes recovery.split_frame "
+          "recovery.wrong_checksum recovery.half_frame recovery.silence unknown.identifiers");
+
+QStringList without(QStringList names, const char* name)
+{
+    names.removeAll(QLatin1String(name));
+    return names;
+}
+
+/// What a controller is told, and which checks fail then.
+struct Fault {
+    const char* name;
+    QStringList options;
+    QStringList failing;
+    bool has_all_answers = true;
+};
+
+const Fault faults[] = {
+    {"healthy", {}, {}},
+    {"silent",
+     {QStringLiteral("--silence=on")},
+     all_answers + all_with_answers + words("digest.interval digest.new_interval"),
+     false},
+    // Digests are not late, and the first one passes for the answer.
+    {"late",
+     {QStringLiteral("--late=1min")},
+     without(all_answers, "answer.digest_request") + all_with_answers,
+     false},
+    {"one wrong checksum",
+     {QStringLiteral("--corrupt=next 1")},
+     words("answer.hardware_version_request line.frames"),
+     false},
+    {"wrong checksums",
+     {QStringLiteral("--corrupt=rate 100")},
+     all_answers + all_with_answers + words("digest.interval digest.new_interval line.frames"),
+     false},
+    {"wrong addresses", {QStringLiteral("--addresses=1 2")}, words("line.addresses")},
+    {"answers twice", {QStringLiteral("--double=on")}, words("answer.once")},
+    {"garbage", words("--loop --script SCRIPT"), words("line.frames")},
+    // Nothing is wrong with these.
+    {"frames in pieces", {QStringLiteral("--split=4 5ms")}, {}},
+    {"digests from the start", {QStringLiteral("--digest=30ms")}, {}},
+};
+
+constexpr const char* generation_names[] = {"legacy", "legacy-hardware", "legacy-firmware",
+                                            "profile"};
+
+/// For a check in which nothing is to fail: a machine that is busy with everything else may keep
+/// an answer back.
+const QStringList patience = {QStringLiteral("--wait"), QStringLiteral("20000")};
+
+/// A controller and the check of it.
+struct Trial {
+    Controller_process controller;
+    Line_process check;
+    QList<QByteArray> state; ///< of the controller, before
+
+    void start(const QStringList& options, const QStringList& more)
+    {
+        controller.write_file(QStringLiteral("script"), "50ms garbage 9\n");
+        QStringList resolved = options;
+        resolved.replaceInStrings(QStringLiteral("SCRIPT"),
+                                  controller.path(QStringLiteral("script")));
+        controller.start(resolved, false);
+        state = controller.state().mid(1);
+        check.start(QStringList{QStringLiteral("check"), QStringLiteral("--device"),
+                                controller.devices().constLast()} +
+                    more);
+    }
+};
+
+} // namespace
+
+class Check : public QObject {
+    Q_OBJECT
+
+    // They take seconds, in which they mostly wait: all of them at once.
+    std::map<QString, Trial> trials_;
+
+    static Line_process::Run check(const QString& device, const QStringList& more)
+    {
+        return Line_process::run(
+            QStringList{QStringLiteral("check"), QStringLiteral("--device"), device} + more);
+    }
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        for (const Fault& fault : faults)
+            trials_[QLatin1String(fault.name)].start(
+                fault.options, fault.has_all_answers ? patience : QStringList());
+        for (const char* generation : generation_names)
+            trials_[QLatin1String(generation)].start(
+                {QStringLiteral("--generation"), QLatin1String(generation),
+                 QStringLiteral("--output=1 on"), QStringLiteral("--output=2 disabled"),
+                 QStringLiteral("--backlight=100 7"), QStringLiteral("--configuration=255 4 9")},
+                patience + QStringList{QStringLiteral("--change")});
+    }
+
+    void cleanupTestCase() { trials_.clear(); }
+
+    void each_generation_passes_data()
+    {
+        QTest::addColumn<QString>("name");
+        for (const char* generation : generation_names)
+            QTest::newRow(generation) << QString::fromLatin1(generation);
+    }
+
+    void each_generation_passes()
+    {
+        QFETCH(QString, name);
+        Trial& trial = trials_[name];
+        const auto checked = trial.check.end();
+        QCOMPARE(failures(checked.out), QStringList());
+        QCOMPARE(checked.err, QString());
+        QCOMPARE(checked.status, 0);
+        QCOMPARE(checked.out.section(QLatin1Char('\n'), -2, -2),
+                 QStringLiteral("55 checks: 55 passed, 0 failed, 0 left out"));
+        QCOMPARE(trial.controller.state().mid(1), trial.state);
+    }
+
+    void each_fault_fails_what_is_about_it_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QStringList>("failing");
+        for (const Fault& fault : faults)
+            QTest::newRow(fault.name) << QString::fromLatin1(fault.name) << fault.failing;
+    }
+
+    void each_fault_fails_what_is_about_it()
+    {
+        QFETCH(QString, name);
+        QFETCH(QStringList, failing);
+        const auto checked = trials_[name].check.end();
+        QCOMPARE(failures(checked.out), failing);
+        QCOMPARE(checked.status, failing.isEmpty() ? 0 : 1);
+        const QStringList left_out = names_of(checked.out, "left out");
+        QVERIFY(left_out.contains(QStringLiteral("change.outputs")));
+        QCOMPARE(names_of(checked.out, "passed").size() + failing.size() + left_out.size(), 55);
+    }
+
+    void answers_that_come_too_late()
+    {
+        Trial trial;
+        trial.start({QStringLiteral("--late=2s")}, {QStringLiteral("answer.*version*")});
+        QCOMPARE(failures(trial.check.end().out),
+                 words("answer.hardware_version_request answer.firmware_version_request"));
+    }
+
+    void each_flaw_fails_what_is_about_it_data()
+    {
+        QTest::addColumn<Flaw>("flaw");
+        QTest::addColumn<QStringList>("checks");
+        QTest::addColumn<QStringList>("failing");
+        const auto row = [](const char* name, Flaw flaw, const char* checks, const char* failing) {
+            QTest::newRow(name) << flaw << words(checks) << words(failing);
+        };
+        row("none", Flaw::none, "--change", "");
+        row("reads blocks: garbage", Flaw::reads_blocks, "recovery.garbage", "recovery.garbage");
+        row("reads blocks: sync bytes", Flaw::reads_blocks, "recovery.sync_bytes",
+            "recovery.sync_bytes");
+        row("reads blocks: half a frame", Flaw::reads_blocks, "recovery.half_frame",
+            "recovery.half_frame");
+        row("reads blocks: silence", Flaw::reads_blocks, "recovery.silence", "recovery.silence");
+        row("gives up on sync", Flaw::gives_up_on_sync, "answer recovery",
+            "recovery.sync_bytes recovery.half_frame recovery.silence");
+        row("forgets in pauses", Flaw::forgets_in_pauses, "answer recovery",
+            "recovery.split_frame");
+        row("ignores checksums", Flaw::ignores_checksums, "answer recovery.wrong_checksum",
+            "recovery.wrong_checksum");
+        row("dies of unknown", Flaw::dies_of_unknown, "answer unknown", "unknown.identifiers");
+        row("slow digests", Flaw::has_slow_digests, "digest",
+            "digest.interval digest.new_interval");
+        row("adds digests", Flaw::adds_digests, "digest", "digest.new_interval");
+        row("never ends digests", Flaw::never_ends_digests, "digest.end", "digest.end");
+        row("stuck", Flaw::is_stuck, "--change change",
+            "change.outputs change.backlight change.configuration");
+        row("forgetful", Flaw::is_forgetful, "--change change",
+            "change.backlight change.configuration");
+        row("answers twice", Flaw::answers_twice, "answer line", "answer.once");
+        row("mumbles", Flaw::mumbles, "answer line", "line.frames");
+        row("speaks as the host", Flaw::speaks_as_host, "answer line", "line.addresses");
+        row("invents", Flaw::invents, "answer line", "line.identifiers");
+    }
+
+    void each_flaw_fails_what_is_about_it()
+    {
+        QFETCH(Flaw, flaw);
+        QFETCH(QStringList, checks);
+        QFETCH(QStringList, failing);
+        const Flawed_controller controller(flaw);
+        const auto checked = check(controller.device(), checks + words("--wait 1000"));
+        QCOMPARE(failures(checked.out), failing);
+        QCOMPARE(checked.status, failing.isEmpty() ? 0 : 1);
+    }
+
+    void each_answer_is_looked_at_data()
+    {
+        QTest::addColumn<QByteArray>("answer");
+        QTest::addColumn<QString>("checks");
+        QTest::addColumn<QString>("line");
+        const auto row = [](const char* answer, const char* checks, const char* line) {
+            QTest::newRow(answer) << QByteArray::fromHex(answer) << QString::fromLatin1(checks)
+                                  << QString::fromLatin1(line);
+        };
+        row("1214000100000000", "layout.hardware_version_request",
+            "FAILED   layout.hardware_version_request: 12 14 00 01 00 00 00 00: byte 3 belongs to "
+            "no field and is not 0");
+        row("32ff000000000000", "layout.backlight",
+            "FAILED   layout.backlight: 32 ff 00 00 00 00 00 00: level is 255, which is not in 0 "
+            "to 254");
+        row("32fe770000000000", "layout.backlight", "passed   layout.backlight"); // not read
+        row("3610000000000000", "layout.digest_request",
+            "FAILED   layout.digest_request: 36 10 00 00 00 00 00 00: inputs is 16, which is not "
+            "in 0 to 15");
+        row("3610000000000000", "digest.layout",
+            "FAILED   digest.layout: 36 10 00 00 00 00 00 00: inputs is 16, which is not in 0 to "
+            "15");
+        row("2e00050900000000", "configuration.read",
+            "FAILED   configuration.read: 2e 00 05 09 00 00 00 00 is of OEM code 255 and offset 5; "
+            "asked were 255 and 4");
+        row("2e01040900000000", "configuration.read",
+            "FAILED   configuration.read: 2e 01 04 09 00 00 00 00 is of OEM code 0 and offset 4; "
+            "asked were 255 and 4");
+    }
+
+    void each_answer_is_looked_at()
+    {
+        QFETCH(QByteArray, answer);
+        QFETCH(QString, checks);
+        QFETCH(QString, line);
+        Fake_controller controller;
+        controller.set_answer(answer);
+        const auto checked = check(controller.device(), {checks});
+        QCOMPARE(checked.out.section(QLatin1Char('\n'), 0, 0), line);
+    }
+
+    void what_changes_something_is_asked_for()
+    {
+        Trial trial;
+        trial.start({}, words("change answer.oem_code"));
+        const auto checked = trial.check.end();
+        QCOMPARE(checked.status, 0);
+        QCOMPARE(names_of(checked.out, "left out"),
+                 words("answer.oem_code change.outputs change.backlight change.configuration"));
+        QVERIFY(checked.out.contains(
+            QStringLiteral("left out change.outputs: it changes something; --change runs it\n")));
+        QVERIFY(trial.controller.state().constFirst().startsWith("# 0 commands"));
+    }
+
+    void list_tells_every_check()
+    {
+        const auto listed = Line_process::run(words("check --list --json"));
+        QCOMPARE(listed.status, 0);
+        QStringList changing;
+        int count = 0;
+        for (const QString& text : listed.out.split(QLatin1Char('\n'), Qt::SkipEmptyParts)) {
+            const QJsonObject object = QJsonDocument::fromJson(text.toUtf8()).object();
+            QVERIFY(!object[QStringLiteral("meaning")].toString().isEmpty());
+            const QString name = object[QStringLiteral("name")].toString();
+            if (object[QStringLiteral("changes")].toBool() &&
+                !name.startsWith(QLatin1String("layout")))
+                changing.append(name);
+            ++count;
+        }
+        QCOMPARE(count, 55);
+        QCOMPARE(changing, each("answer", "start_up power_setting power_switch operating_voltage "
+                                          "frequency_output oem_code atx_acknowledge") +
+                               each("change", "outputs backlight configuration"));
+        const auto chosen = Line_process::run(words("check --list recovery.silence line"));
+        QCOMPARE(chosen.out.count(QLatin1Char('\n')), 4);
+        QVERIFY(chosen.out.startsWith(QStringLiteral("recovery.silence  ")));
+    }
+
+    void reports()
+    {
+        const QStringList chosen =
+            words("answer.backlight layout.backlight change.backlight line.frames");
+        Fake_controller controller;
+        controller.set_answer(QByteArray::fromHex("32ff"));
+        QTemporaryDir directory;
+        const QString junit = directory.filePath(QStringLiteral("junit.xml"));
+        const QString why = QStringLiteral("32 ff 00 00 00 00 00 00: level is 255, which is not in "
+                                           "0 to 254");
+
+        const auto tap =
+            check(controller.device(),
+                  chosen + QStringList{QStringLiteral("--tap"), QStringLiteral("--junit"), junit});
+        QCOMPARE(tap.status, 1);
+        QCOMPARE(tap.out, QStringLiteral("TAP version 13\n"
+                                         "1..4\n"
+                                         "ok 1 - answer.backlight\n"
+                                         "not ok 2 - layout.backlight\n"
+                                         "  ---\n"
+                                         "  message: '%1'\n"
+                                         "  ...\n"
+                                         "ok 3 - change.backlight # SKIP it changes something; "
+                                         "--change runs it\n"
+                                         "ok 4 - line.frames\n")
+                              .arg(why));
+
+        const auto json = check(controller.device(), chosen + words("--json"));
+        const QStringList objects = json.out.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+        QCOMPARE(objects.size(), 5);
+        const QJsonObject failed = QJsonDocument::fromJson(objects[1].toUtf8()).object();
+        QCOMPARE(failed[QStringLiteral("name")].toString(), QStringLiteral("layout.backlight"));
+        QCOMPARE(failed[QStringLiteral("result")].toString(), QStringLiteral("failed"));
+        QCOMPARE(failed[QStringLiteral("text")].toString(), why);
+        QCOMPARE(QJsonDocument::fromJson(objects[4].toUtf8()).object(),
+                 (QJsonObject{{QStringLiteral("passed"), 2},
+                              {QStringLiteral("failed"), 1},
+                              {QStringLiteral("left_out"), 1}}));
+
+        QFile file(junit);
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        QXmlStreamReader reader(&file);
+        QStringList seen;
+        while (!reader.atEnd()) {
+            if (reader.readNext() != QXmlStreamReader::StartElement)
+                continue;
+            const auto attributes = reader.attributes();
+            const auto value = [&attributes](const char* name) {
+                return attributes.value(QLatin1String(name)).toString();
+            };
+            if (reader.name() == QLatin1String("testsuite"))
+                seen.append(value("tests") + value("failures") + value("skipped"));
+            else if (reader.name() == QLatin1String("testcase"))
+                seen.append(value("name"));
+            else
+                seen.append(reader.name().toString() + QLatin1Char(' ') + value("message"));
+        }
+        QVERIFY2(!reader.hasError(), qPrintable(reader.errorString()));
+        QCOMPARE(seen,
+                 (QStringList{QStringLiteral("411"), QStringLiteral("answer.backlight"),
+                              QStringLiteral("layout.backlight"), QStringLiteral("failure ") + why,
+                              QStringLiteral("change.backlight"),
+                              QStringLiteral("skipped it changes something; --change runs it"),
+                              QStringLiteral("line.frames")}));
+    }
+
+    void a_report_that_cannot_be_written_is_said()
+    {
+        Fake_controller controller;
+        const auto checked =
+            check(controller.device(), words("answer.backlight --junit /nowhere/junit.xml"));
+        QCOMPARE(checked.status, 4);
+        QCOMPARE(checked.err,
+                 QStringLiteral("dov-line: /nowhere/junit.xml: No such file or directory\n"));
+    }
+
+    void a_controller_that_goes_away_is_said()
+    {
+        Trial trial;
+        trial.start({QStringLiteral("--silence=on")}, {});
+        QVERIFY(wait_for([&] { return trial.check.output().contains("FAILED"); }));
+        trial.controller.end();
+        const auto checked = trial.check.end();
+        QCOMPARE(checked.status, 3);
+        QVERIFY(checked.err.endsWith(QStringLiteral(": it has hung up\n")));
+        QVERIFY(names_of(checked.out, "FAILED").size() < 11);
+    }
+
+    void an_end_that_is_asked_for_is_no_success()
+    {
+        Trial trial;
+        trial.start({}, words("answer.backlight recovery digest"));
+        QVERIFY(wait_for([&] { return trial.check.output().contains("passed   answer"); }));
+        trial.check.signal(SIGINT);
+        const auto checked = trial.check.end();
+        QCOMPARE(checked.status, 1);
+        QCOMPARE(failures(checked.out), QStringList());
+        QVERIFY(names_of(checked.out, "passed").size() < 11);
+    }
+
+    void wrong_usage()
+    {
+        const auto unknown = Line_process::run(words("check --device x recovery.luck"));
+        QCOMPARE(unknown.status, 2);
+        QCOMPARE(unknown.err,
+                 QStringLiteral("dov-line: no check \"recovery.luck\"; check --list tells them\n"));
+        const auto nothing = Line_process::run(words("check"));
+        QCOMPARE(nothing.status, 2);
+        QCOMPARE(nothing.err, QStringLiteral("dov-line: --device is missing\n"));
+    }
+};
+
+QTEST_GUILESS_MAIN(Check)
+#include "check.moc"

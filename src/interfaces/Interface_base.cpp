@@ -15,10 +15,23 @@ namespace {
 constexpr const char* method_prefixes[] = {
     "  Method: ", "  Signal: ", "  Slot:   ", "  Constructor:"};
 
+/// Of every QObject. Which internal ones it has depends on the version of Qt; the listing does not.
+constexpr const char* inherited_methods = "  Signal: destroyed(QObject*)\n"
+                                          "  Signal: destroyed()\n"
+                                          "  Signal: objectNameChanged(QString)\n"
+                                          "  Slot:   deleteLater()\n"
+                                          "  Slot:   _q_reregisterTimers(void*)\n";
+
 const char* method_prefix(const QMetaMethod& method)
 {
     const auto type = static_cast<std::size_t>(method.methodType());
     return type < std::size(method_prefixes) ? method_prefixes[type] : "  Unknown";
+}
+
+/// A byte that is handed back is declared `unsigned char&`, which moc of Qt 6 shortens.
+QByteArray signature(const QMetaMethod& method)
+{
+    return method.methodSignature().replace("uchar&", "unsigned char&");
 }
 
 } // namespace
@@ -62,9 +75,11 @@ void Interface_base::dump_interface() const
     out << "  Class:   " << meta->className() << "\n";
     for (int i = 0; i < meta->classInfoCount(); ++i)
         out << "  " << meta->classInfo(i).name() << ": " << meta->classInfo(i).value() << "\n";
-    for (int i = 0; i < meta->methodCount(); ++i) {
+    out << inherited_methods;
+    for (int i = QDBusAbstractAdaptor::staticMetaObject.methodCount(); i < meta->methodCount();
+         ++i) {
         const QMetaMethod method = meta->method(i);
-        out << method_prefix(method) << method.methodSignature().constData() << "\n";
+        out << method_prefix(method) << signature(method).constData() << "\n";
     }
 }
 

@@ -66,7 +66,10 @@ private:
     }
 
     /// How many periods have begun since the last clear.
-    static auto periods(Terminal& terminal) { return terminal.daemon.output().count("Periodic\n"); }
+    static int periods(Terminal& terminal)
+    {
+        return static_cast<int>(terminal.daemon.output().count("Periodic\n"));
+    }
 
     static bool wait_for_periods(Terminal& terminal, int count)
     {

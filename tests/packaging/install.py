@@ -143,7 +143,7 @@ def configure(cmake: str, build: Path, copy: Path, settings: dict[str, str]) -> 
     kept = {name: value for name, value in cache(build).items()
             if name in ("CMAKE_BUILD_TYPE", "CMAKE_C_COMPILER", "CMAKE_CXX_COMPILER",
                         "CMAKE_GENERATOR", "CMAKE_PREFIX_PATH", "CMAKE_TOOLCHAIN_FILE",
-                        "QT_HOST_PATH", *OPTIONS)}
+                        "DOV_QT_MAJOR", "QT_HOST_PATH", *OPTIONS)}
     values = {**kept, "DOV_TESTS": "OFF", **settings}
     generator = values.pop("CMAKE_GENERATOR")
     run(cmake, "-S", SOURCES, "-B", copy, "-G", generator,

@@ -65,6 +65,8 @@ void Bus_connection::start(const QString& service)
 {
     bus_ = QDBusConnection::systemBus();
     bus_.registerService(service);
+    if (!internals_.is_known())
+        return;
     QObject* const connection = internals_.connection_object(bus_);
     if (connection == nullptr || internals_.libdbus_connection(bus_) == nullptr)
         return;

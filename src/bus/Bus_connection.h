@@ -28,9 +28,10 @@ class Signal_relay;
 /// 3. internalPointer() is a connection of the libdbus that the daemon is linked with.
 /// 4. A registered adaptor's signals lead to one sibling of it, and nowhere else.
 ///
-/// start() looks at the first three, publish() at the last. Where one is not so, QtDBus's own way
-/// is taken: its thread, and the relay that comes with an adaptor. The bus sees the same; it costs
-/// more, and nothing limits how many messages wait for a bus that is slow.
+/// start() looks at the first three, publish() at the last. Where one is not so, or the version of
+/// Qt is none of those that this has been tried with, QtDBus's own way is taken: its thread, and
+/// the relay that comes with an adaptor. The bus sees the same; it costs more, and nothing limits
+/// how many messages wait for a bus that is slow.
 ///
 /// While the main thread reads, nothing may wait for QtDBus in it, which would wait for itself: no
 /// call for its reply, and no registered object that is deleted.

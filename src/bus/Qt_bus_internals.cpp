@@ -3,8 +3,36 @@
 #include <QDBusAbstractAdaptor>
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
+#include <QLibraryInfo>
+#include <QVersionNumber>
+
+#include <algorithm>
+#include <iterator>
 
 #include <dbus/dbus.h>
+
+namespace {
+
+struct Version_range {
+    QVersionNumber first;
+    QVersionNumber behind_last;
+};
+
+} // namespace
+
+bool Qt_bus_internals::is_known(const QVersionNumber& version)
+{
+    const Version_range known[] = {{QVersionNumber(5, 15), QVersionNumber(6, 0)},
+                                   {QVersionNumber(6, 4), QVersionNumber(6, 9)}};
+    return std::any_of(std::begin(known), std::end(known), [&](const Version_range& range) {
+        return version >= range.first && version < range.behind_last;
+    });
+}
+
+bool Qt_bus_internals::is_known() const
+{
+    return is_known(QLibraryInfo::version());
+}
 
 QObject* Qt_bus_internals::connection_object(const QDBusConnection& bus) const
 {

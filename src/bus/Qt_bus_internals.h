@@ -4,6 +4,7 @@ struct DBusConnection;
 class QDBusAbstractAdaptor;
 class QDBusConnection;
 class QObject;
+class QVersionNumber;
 
 /// What the daemon uses of QtDBus beyond its documentation, and how it is found. Bus_connection
 /// says what it takes for granted of it, and does without where it is not so.
@@ -15,6 +16,12 @@ public:
     virtual ~Qt_bus_internals() = default;
     Qt_bus_internals(const Qt_bus_internals&) = delete;
     Qt_bus_internals& operator=(const Qt_bus_internals&) = delete;
+
+    /// Whether it has been tried with this version of Qt.
+    static bool is_known(const QVersionNumber& version);
+
+    /// Whether it has been tried with the version that runs.
+    virtual bool is_known() const;
 
     /// The object that reads and sends, in a thread of its own; null when it is not there.
     virtual QObject* connection_object(const QDBusConnection& bus) const;

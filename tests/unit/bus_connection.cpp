@@ -12,7 +12,9 @@
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
 #include <QFile>
+#include <QLibraryInfo>
 #include <QThread>
+#include <QVersionNumber>
 #include <QtTest>
 
 #include <dbus/dbus.h>
@@ -46,7 +48,7 @@ QByteArray written_to(int descriptor)
 /// QtDBus with something that is not as the connection takes for granted.
 class Other_internals : public Qt_bus_internals {
 public:
-    enum class Lacking { nothing, connection, watcher, libdbus, relay };
+    enum class Lacking { nothing, version, connection, watcher, libdbus, relay };
 
     explicit Other_internals(Lacking lacking) : lacking_(lacking)
     {
@@ -62,6 +64,7 @@ public:
     }
     Q_DISABLE_COPY(Other_internals)
 
+    bool is_known() const override { return lacking_ != Lacking::version; }
     QObject* connection_object(const QDBusConnection& bus) const override
     {
         if (lacking_ == Lacking::watcher)
@@ -170,6 +173,7 @@ class Bus_connection_test : public QObject {
     {
         QTest::addColumn<Lacking>("lacking");
         QTest::newRow("as it is") << Lacking::nothing;
+        QTest::newRow("a version that is not known") << Lacking::version;
         QTest::newRow("no object that reads") << Lacking::connection;
         QTest::newRow("an object without the socket") << Lacking::watcher;
         QTest::newRow("another libdbus") << Lacking::libdbus;
@@ -181,6 +185,37 @@ private Q_SLOTS:
     {
         qputenv("DBUS_SYSTEM_BUS_ADDRESS", bus_.address().toUtf8());
         QVERIFY(QDBusConnection::systemBus().isConnected());
+    }
+
+    /// A newer one may be other inside: its insides are looked at once it has been tried.
+    void versions_that_are_known_data()
+    {
+        QTest::addColumn<QVersionNumber>("version");
+        QTest::addColumn<bool>("known");
+        QTest::newRow("5.14") << QVersionNumber(5, 14, 2) << false;
+        QTest::newRow("5.15") << QVersionNumber(5, 15, 0) << true;
+        QTest::newRow("5.15 of Debian 13") << QVersionNumber(5, 15, 15) << true;
+        QTest::newRow("6.3") << QVersionNumber(6, 3, 2) << false;
+        QTest::newRow("6.4") << QVersionNumber(6, 4, 0) << true;
+        QTest::newRow("6.8 of Debian 13") << QVersionNumber(6, 8, 2) << true;
+        QTest::newRow("6.9") << QVersionNumber(6, 9, 0) << false;
+        QTest::newRow("7.0") << QVersionNumber(7, 0, 0) << false;
+    }
+    void versions_that_are_known()
+    {
+        QFETCH(const QVersionNumber, version);
+        QFETCH(const bool, known);
+        QCOMPARE(Qt_bus_internals::is_known(version), known);
+    }
+
+    /// What the program does.
+    void running_version_decides()
+    {
+        const Qt_bus_internals internals;
+        QCOMPARE(internals.is_known(), Qt_bus_internals::is_known(QLibraryInfo::version()));
+        Bus_connection bus;
+        bus.start(service);
+        QCOMPARE(bus.is_in_main_thread(), internals.is_known());
     }
 
     void nothing_happens_before_the_start()
@@ -197,8 +232,9 @@ private Q_SLOTS:
     {
         QThread* const own = bus_thread();
         QVERIFY(own != thread());
+        const Other_internals internals(Lacking::nothing);
         {
-            Bus_connection bus;
+            Bus_connection bus(internals);
             bus.start(service);
             QVERIFY(bus.is_in_main_thread());
             QCOMPARE(bus_thread(), thread());

@@ -12,6 +12,9 @@ endif()
 # Q_SIGNALS, Q_SLOTS and Q_EMIT: the short forms are macros that hide ordinary words.
 add_compile_definitions(QT_NO_CAST_TO_ASCII QT_NO_FOREACH QT_NO_KEYWORDS)
 
+# What a library is for may not be what a program takes of it.
+add_link_options(LINKER:--as-needed)
+
 if(DOV_SANITIZE)
   add_compile_options(-fsanitize=${DOV_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
   add_link_options(-fsanitize=${DOV_SANITIZE})

@@ -52,7 +52,6 @@ struct Maker_row {
     Device_object first; ///< of the catalogue's row
     uint first_number;   ///< channel or power kind of the first
     Maker make;
-    const char* power_name = nullptr;      ///< %1 is the index, from 1
     const char* Paths::*command = nullptr; ///< whose output the object publishes
 };
 
@@ -96,29 +95,29 @@ constexpr Maker_row maker_rows[] = {
     {D::frequency_output_0, 0, plain<Radar_output_interface>},
     {D::digital_output_0, 0, indexed<Digital_output_interface>},
     {D::ambient_light_input_0, 0, plain<Ambientlight_input_interface>},
-    {D::system_power, Power_interface::kind_system, power_switch, "system"},
-    {D::lvds_power, 1, power_switch, "display"},
-    {D::display_power, 2, power_switch, "display"},
+    {D::system_power, Power_interface::kind_system, power_switch},
+    {D::lvds_power, 1, power_switch},
+    {D::display_power, 2, power_switch},
     {D::display_backlight, 0, plain<LCD_backlight_interface>},
-    {D::display_backlight_power, Power_interface::kind_backlight, power_switch, "display"},
+    {D::display_backlight_power, Power_interface::kind_backlight, power_switch},
     {D::operating_voltage, 0, plain<Operating_voltage_interface>},
     {D::multi_led_0, 0, plain<Dimmable_interface>},
     {D::buzzer, 0, plain<Buzzer_interface>},
     {D::ignition, 0, plain<Ignition_interface>},
     {D::lock, 0, plain<Lock_interface>},
     {D::power_button, 0, plain<Power_button_interface>},
-    {D::can_power_0, 4, power_switch, "can_%1"},
-    {D::eth_power, 8, power_switch, "eth"},
-    {D::video_power, 9, power_switch, "video"},
-    {D::camera_power, 10, power_switch, "camera"},
-    {D::uart_power, 11, power_switch, "uart_1"},
-    {D::usb_power, 12, power_switch, "usb_1"},
+    {D::can_power_0, 4, power_switch},
+    {D::eth_power, 8, power_switch},
+    {D::video_power, 9, power_switch},
+    {D::camera_power, 10, power_switch},
+    {D::uart_power, 11, power_switch},
+    {D::usb_power, 12, power_switch},
     {D::camera, 0, plain<Camera_interface>},
     {D::firmware_version, 0, plain<PC_version_interface>},
-    {D::kernel_version, 0, command_version, nullptr, &Paths::kernel_version},
+    {D::kernel_version, 0, command_version, &Paths::kernel_version},
     {D::unique_device_id, 0, plain<UID_version_interface>},
-    {D::serial_number, 0, command_version, nullptr, &Paths::serial_number},
-    {D::customer_part_number, 0, command_version, nullptr, &Paths::part_number},
+    {D::serial_number, 0, command_version, &Paths::serial_number},
+    {D::customer_part_number, 0, command_version, &Paths::part_number},
     {D::hardware_version, 0, plain<HW_version_interface>},
     {D::media, 0, plain<Media_interface>},
     {D::configuration, 0, plain<Configuration_interface>},
@@ -153,13 +152,6 @@ constexpr bool commands_start_before_their_objects()
 }
 static_assert(commands_start_before_their_objects(), "no command runs for a row's object");
 
-QByteArray power_name(const Maker_row& row, uint index)
-{
-    if (row.power_name == nullptr)
-        return {};
-    return QByteArray(row.power_name).replace("%1", QByteArray::number(index + 1));
-}
-
 /// The started command of each row that has one.
 using Started_commands = std::array<std::optional<Version_command>, std::size(maker_rows)>;
 
@@ -183,23 +175,10 @@ void create_objects(DBus_daemon* daemon)
         Version_command* const command = commands[i] ? &*commands[i] : nullptr;
         for (uint index = 0; index < row.count; ++index) {
             const Place place = {daemon, relative_path(row, index), maker.first_number + index,
-                                 power_name(maker, index), command};
+                                 power_name(row, index), command};
             daemon->devices()[object_of(row, index)] = maker.make(place);
         }
         if (row.first == commands_start_behind)
             start(commands);
     }
-}
-
-QVector<QByteArray> power_names()
-{
-    QVector<QByteArray> names;
-    for (std::size_t i = 0; i < std::size(object_rows); ++i) {
-        for (uint index = 0; index < object_rows[i].count; ++index) {
-            const QByteArray name = power_name(maker_rows[i], index);
-            if (!name.isNull() && !names.contains(name))
-                names.append(name);
-        }
-    }
-    return names;
 }

@@ -42,6 +42,26 @@ QString relative_path(const Object_row& row, unsigned index)
     return numbered(row.path, index);
 }
 
+QByteArray power_name(const Object_row& row, unsigned index)
+{
+    if (row.power_name == nullptr)
+        return {};
+    return QByteArray(row.power_name).replace("%1", QByteArray::number(index + 1));
+}
+
+QVector<QByteArray> power_names()
+{
+    QVector<QByteArray> names;
+    for (const Object_row& row : object_rows) {
+        for (unsigned index = 0; index < row.count; ++index) {
+            const QByteArray name = power_name(row, index);
+            if (!name.isNull() && !names.contains(name))
+                names.append(name);
+        }
+    }
+    return names;
+}
+
 std::vector<Catalogue_object> catalogue()
 {
     std::vector<Catalogue_object> objects;

@@ -4,7 +4,9 @@
 #include "Device_object.h"
 #include "Object_kinds.h"
 
+#include <QByteArray>
 #include <QString>
+#include <QVector>
 
 #include <vector>
 
@@ -51,6 +53,7 @@ struct Object_row {
     Section section;
     unsigned place; ///< among the rows of the section, from 0
     const Object_kind* kind;
+    const char* power_name = nullptr; ///< in the power configuration; %1 is the index, from 1
 };
 
 /// In the order of Device_object, in which the objects are created.
@@ -72,15 +75,15 @@ inline constexpr Object_row object_rows[] = {
     {Device_object::ambient_light_input_0, 1, "device/io/input/ambientlight/0", "ambient light",
      Section::measured_inputs, 2, &kinds::ambient_light_input},
     {Device_object::system_power, 1, "device/system/power", "system", Section::power_switches, 0,
-     &kinds::power_switch},
+     &kinds::power_switch, "system"},
     {Device_object::lvds_power, 1, "device/lvds/power", "LVDS", Section::power_switches, 1,
-     &kinds::power_switch},
+     &kinds::power_switch, "display"},
     {Device_object::display_power, 1, "device/display/power", "display", Section::power_switches, 2,
-     &kinds::power_switch},
+     &kinds::power_switch, "display"},
     {Device_object::display_backlight, 1, "device/display/backlight", "backlight",
      Section::display_and_sound, 0, &kinds::backlight},
     {Device_object::display_backlight_power, 1, "device/display/backlight/power", "backlight",
-     Section::power_switches, 3, &kinds::power_switch},
+     Section::power_switches, 3, &kinds::power_switch, "display"},
     {Device_object::operating_voltage, 1, "device/operating_voltage", "supply code",
      Section::outputs, 2, &kinds::operating_voltage},
     {Device_object::multi_led_0, 20, "multi_led/%1", "LED %1", Section::leds, 0, &kinds::led},
@@ -92,17 +95,17 @@ inline constexpr Object_row object_rows[] = {
     {Device_object::power_button, 1, "power/button", "power button", Section::terminal, 1,
      &kinds::power_button},
     {Device_object::can_power_0, 4, "device/can/%1/power", "CAN %1", Section::power_switches, 4,
-     &kinds::power_switch},
+     &kinds::power_switch, "can_%1"},
     {Device_object::eth_power, 1, "device/eth/power", "Ethernet", Section::power_switches, 5,
-     &kinds::power_switch},
+     &kinds::power_switch, "eth"},
     {Device_object::video_power, 1, "device/video/power", "video", Section::power_switches, 6,
-     &kinds::power_switch},
+     &kinds::power_switch, "video"},
     {Device_object::camera_power, 1, "device/camera/power", "camera", Section::power_switches, 7,
-     &kinds::power_switch},
+     &kinds::power_switch, "camera"},
     {Device_object::uart_power, 1, "device/uart/power", "UART", Section::power_switches, 8,
-     &kinds::power_switch},
+     &kinds::power_switch, "uart_1"},
     {Device_object::usb_power, 1, "device/usb/power", "USB", Section::power_switches, 9,
-     &kinds::power_switch},
+     &kinds::power_switch, "usb_1"},
     {Device_object::camera, 1, "device/camera", "camera", Section::terminal, 4, &kinds::camera},
     {Device_object::firmware_version, 1, "version/bootloader", "firmware", Section::versions, 0,
      &kinds::controller_version},
@@ -144,6 +147,12 @@ constexpr Device_object object_of(const Object_row& row, unsigned index)
 
 /// Behind the prefix.
 QString relative_path(const Object_row& row, unsigned index);
+
+/// What the power configuration calls the device; null when it knows nothing of it.
+QByteArray power_name(const Object_row& row, unsigned index);
+
+/// Each of them once, in the order of the rows.
+QVector<QByteArray> power_names();
 
 /// One object, expanded from its row.
 struct Catalogue_object {

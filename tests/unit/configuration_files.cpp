@@ -1,6 +1,6 @@
 #include "Captured_console.h"
 #include "OEM_profile.h"
-#include "Object_table.h"
+#include "Object_catalogue.h"
 #include "Power_config.h"
 #include "Power_state.h"
 #include "Test_root.h"

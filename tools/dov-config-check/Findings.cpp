@@ -1,7 +1,7 @@
 #include "Findings.h"
 
 #include "OEM_profile.h"
-#include "Object_table.h"
+#include "Object_catalogue.h"
 #include "Power_config.h"
 #include "Power_state.h"
 #include "Unused_entries.h"

@@ -1,6 +1,6 @@
 #include "Unused_entries.h"
 
-#include "Object_table.h"
+#include "Object_catalogue.h"
 
 #include <QSet>
 #include <QStringList>

@@ -9,6 +9,14 @@ if(DOV_WERROR)
   add_compile_options(-Werror)
 endif()
 
+# The older unit of 32-bit x86 keeps more digits than a double has, and what is published would differ
+# in the last.
+include(CheckCXXSymbolExists)
+check_cxx_symbol_exists(__i386__ cstddef DOV_X86_32)
+if(DOV_X86_32)
+  add_compile_options(-msse2 -mfpmath=sse)
+endif()
+
 # Q_SIGNALS, Q_SLOTS and Q_EMIT: the short forms are macros that hide ordinary words.
 add_compile_definitions(QT_NO_CAST_TO_ASCII QT_NO_FOREACH QT_NO_KEYWORDS)
 

@@ -22,7 +22,7 @@ bool walk_options(int count, char** arguments, const Option_handler& handle_opti
 
 unsigned int parse_baud_rate(const char* value)
 {
-    return value == nullptr ? 0 : static_cast<unsigned int>(std::strtoul(value, nullptr, 0));
+    return value == nullptr ? 0 : static_cast<unsigned int>(std::strtoull(value, nullptr, 0));
 }
 
 bool take_link_option(const char* name, const char* value, Link_options& options,

@@ -11,7 +11,8 @@ using Option_handler = std::function<bool(const char* name, const char* value)>;
 /// refuses an option; the walk ends there.
 bool walk_options(int count, char** arguments, const Option_handler& handle_option);
 
-/// The value of --baudrate as strtoul reads it with base 0, cut to 32 bits; 0 for no value.
+/// The value of --baudrate as a strtoul of 64 bits reads it with base 0, cut to 32 bits; 0 for no
+/// value.
 unsigned int parse_baud_rate(const char* value);
 
 /// The line that the options ask for.

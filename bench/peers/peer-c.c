@@ -24,7 +24,7 @@ enum {
     payload_size = 8,
     backlog = 1 << 20,
     text_size = 1 << 15,
-    queue_size = 4096
+    queue_size = 1 << 16
 };
 
 #define PREFIX "/com/quorin/system/"

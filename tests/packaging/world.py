@@ -59,8 +59,12 @@ class World:
         self._write_files(policy_text)
 
     def __enter__(self) -> World:
-        self._start_bus()
-        self._start_service()
+        try:
+            self._start_bus()
+            self._start_service()
+        except BaseException:
+            self.__exit__()  # nobody else would end what has been started
+            raise
         return self
 
     def __exit__(self, *_: object) -> None:

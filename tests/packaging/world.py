@@ -129,9 +129,13 @@ class World:
 
     def _start_bus(self) -> None:
         log = (self.root / "bus.log").open("wb")
-        self._children.append(subprocess.Popen(
-            ["dbus-daemon", f"--config-file={self.root}/bus.conf", "--nofork"], stderr=log))
-        self.wait_for("the message bus", self._socket.exists)
+        bus = subprocess.Popen(
+            ["dbus-daemon", f"--config-file={self.root}/bus.conf", "--nofork", "--print-address"],
+            stdout=subprocess.PIPE, stderr=log)
+        self._children.append(bus)
+        # Its socket is there before it listens.
+        if bus.stdout is None or not bus.stdout.readline():
+            raise RuntimeError((self.root / "bus.log").read_text())
 
     def _start_service(self) -> None:
         self._line = pty.openpty()

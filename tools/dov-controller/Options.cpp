@@ -35,6 +35,8 @@ constexpr Option_row option_rows[] = {
      [](Options& options, const QString& value) { options.record = value; }},
     {"replay", "file", "Plays the controller's side of a recording, and answers nothing itself.",
      [](Options& options, const QString& value) { options.replay = value; }},
+    {"expect", nullptr, "Waits for the host's side of the replay, too; ends with 1 if it differs.",
+     [](Options& options, const QString&) { options.expect = options.exit_at_end = true; }},
     {"speed", "factor", "Replays so many times as fast; 0: without pauses.",
      [](Options& options, const QString& value) {
          bool good = false;
@@ -80,7 +82,7 @@ QString commands_text()
     return text + QStringLiteral(
                       "\nTimes are numbers with ms, s or min. A # begins a comment.\n"
                       "\nExit status: 0 ended as asked, 1 the line, a script or a recording is no "
-                      "good,\n2 wrong usage.\n");
+                      "good,\nor the host said something else than expected, 2 wrong usage.\n");
 }
 
 void add_options(Tool_command_line& line, Options& options)
@@ -131,6 +133,8 @@ QString check(const Options& options)
         return QStringLiteral("--link is for a pseudo terminal, not for --device");
     if (!options.script.isEmpty() && !options.replay.isEmpty())
         return QStringLiteral("--script and --replay do not go together");
+    if (options.expect && options.replay.isEmpty())
+        return QStringLiteral("--expect is for --replay");
     return {};
 }
 

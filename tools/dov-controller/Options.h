@@ -14,7 +14,8 @@ struct Options {
     QString script;
     QString record;
     QString replay;
-    double speed = 1; ///< of the replay; 0: no pauses
+    double speed = 1;    ///< of the replay; 0: no pauses
+    bool expect = false; ///< the host has to say what it says in the replay
     bool loop = false;
     bool check = false;       ///< only check script and recording
     bool wait = false;        ///< script and replay begin when the host is heard

@@ -1,5 +1,8 @@
 #include "Players.h"
 
+#include "Frame.h"
+#include "Meaning.h"
+
 #include <algorithm>
 
 Player::Player(Bench_controller& bench) : bench_(bench)
@@ -22,6 +25,13 @@ void Player::resume()
         go_on();
 }
 
+void Player::look_again()
+{
+    timer_.stop();
+    if (playing_)
+        go_on();
+}
+
 void Player::go_on()
 {
     for (;;) {
@@ -39,6 +49,8 @@ void Player::go_on()
         if (!is_ready())
             return;
         do_next();
+        if (!playing_)
+            return;
     }
 }
 
@@ -95,4 +107,112 @@ void Trace_player::do_next()
 bool Trace_player::is_ready() const
 {
     return bench_.line().is_written();
+}
+
+Expecting_player::Expecting_player(Bench_controller& bench, const Trace& trace,
+                                   const Expectation& expectation, const QString& file,
+                                   double speed, bool from_host)
+    : Player(bench), expectation_(expectation), file_(file), speed_(speed)
+{
+    const auto& items = expectation_.items();
+    std::copy_if(trace.entries.begin(), trace.entries.end(), std::back_inserter(lines_),
+                 [](const Trace_entry& entry) { return entry.from_controller; });
+    int line = 0;
+    const auto add_lines = [this, &line](int end) {
+        for (; line < end; ++line)
+            steps_.push_back({lines_[line].time_us, true, line});
+    };
+    for (int i = 0; i < items.size(); ++i) {
+        add_lines(items[i].after);
+        // Nothing is awaited of what may come or not.
+        if (!expectation_.ignores(items[i], items[i].bytes, items[i].is_frame))
+            steps_.push_back({items[i].time_us, false, i});
+    }
+    add_lines(static_cast<int>(lines_.size()));
+    if (from_host && !items.isEmpty())
+        anchor_us_ = items.first().time_us;
+    connect(&bench.line(), &Line::written, this, &Expecting_player::resume);
+    connect(&bench, &Bench_controller::passed, this, &Expecting_player::hear);
+}
+
+qint64 Expecting_player::next_time_ms() const
+{
+    if (has_ended())
+        return -1;
+    const Step& step = steps_[static_cast<std::size_t>(next_)];
+    // The host is ahead: what stands before its line is due as well.
+    if (!heard_.isEmpty())
+        return 0;
+    constexpr qint64 us_per_ms = 1000;
+    const qint64 passed_ms = std::max<qint64>(step.time_us - anchor_us_, 0) / us_per_ms;
+    if (!step.from_controller)
+        return anchor_ms_ + passed_ms + expectation_.within_ms(*awaited());
+    return speed_ <= 0 ? 0
+                       : anchor_ms_ + static_cast<qint64>(static_cast<double>(passed_ms) / speed_);
+}
+
+void Expecting_player::do_next()
+{
+    const Step& step = steps_[static_cast<std::size_t>(next_)];
+    if (step.from_controller) {
+        bench_.send_bytes(lines_[step.index].bytes);
+        ++next_;
+    } else if (heard_.isEmpty()) {
+        differ(*awaited(), {});
+    } else {
+        take_heard();
+    }
+}
+
+bool Expecting_player::is_ready() const
+{
+    return bench_.line().is_written();
+}
+
+/// What the host is to say next; null when nothing more is expected.
+const Expectation::Item* Expecting_player::awaited() const
+{
+    const auto step = std::find_if(steps_.begin() + next_, steps_.end(),
+                                   [](const Step& each) { return !each.from_controller; });
+    return step == steps_.end() ? nullptr : &expectation_.items()[step->index];
+}
+
+void Expecting_player::hear(const Trace_entry& entry)
+{
+    const Expectation::Item* const item = entry.from_controller ? nullptr : awaited();
+    if (item == nullptr || expectation_.ignores(*item, entry.bytes, Frame::is_whole(entry.bytes)))
+        return;
+    heard_.append(entry.bytes);
+    look_again();
+}
+
+void Expecting_player::take_heard()
+{
+    const Expectation::Item& item = *awaited();
+    const QByteArray came = heard_.takeFirst();
+    if (!expectation_.takes(item, came, Frame::is_whole(came))) {
+        differ(item, came);
+        return;
+    }
+    anchor_us_ = item.time_us;
+    anchor_ms_ = now_ms();
+    ++next_;
+}
+
+void Expecting_player::differ(const Expectation::Item& item, const QByteArray& came)
+{
+    stop();
+    const auto told = [](const QByteArray& bytes) {
+        return QString::fromLatin1(bytes.toHex(' ')) + QStringLiteral("  # ") +
+               meaning_of_bytes(bytes, false);
+    };
+    QString text = QStringLiteral("%1:%2: the host says something else\n  expected %3\n  came     ")
+                       .arg(file_)
+                       .arg(item.line)
+                       .arg(told(item.bytes));
+    text +=
+        came.isEmpty()
+            ? QStringLiteral("nothing, %1 ms later than recorded").arg(expectation_.within_ms(item))
+            : told(came);
+    Q_EMIT differed(text);
 }

@@ -49,6 +49,20 @@ struct Program {
     std::unique_ptr<Player> player;
 };
 
+Program load_expecting(const Options& options, Bench_controller& bench, const Trace& trace)
+{
+    const auto expectation = load<Expectation>(options.replay);
+    if (!expectation)
+        return {false, nullptr};
+    auto player = std::make_unique<Expecting_player>(bench, trace, *expectation, options.replay,
+                                                     options.speed, options.wait);
+    QObject::connect(player.get(), &Expecting_player::differed, [](const QString& text) {
+        complain(text);
+        QCoreApplication::exit(tool_failed);
+    });
+    return {true, std::move(player)};
+}
+
 Program load_program(const Options& options, Bench_controller& bench)
 {
     if (!options.script.isEmpty()) {
@@ -62,6 +76,8 @@ Program load_program(const Options& options, Bench_controller& bench)
         if (!trace)
             return {false, nullptr};
         bench.set_answering(false);
+        if (options.expect)
+            return load_expecting(options, bench, *trace);
         return {true, std::make_unique<Trace_player>(bench, *trace, options.speed, options.wait)};
     }
     return {};

@@ -58,6 +58,20 @@ private:
         return controller_reaches(on ? "output 2 on" : "output 2 off");
     }
 
+    /// What the daemon says at its start, up to the answer to its last request.
+    QByteArray recorded_start()
+    {
+        start({QStringLiteral("--record"), controller_->path(QStringLiteral("start"))});
+        if (!controller_reaches("digest 100ms") || !works())
+            qFatal("the daemon does not start up");
+        controller_->end();
+        const QByteArray text = controller_->read(QStringLiteral("start"));
+        const QByteArray last_request = "18ef78593502000000000000"
+                                        "0f";
+        const auto answer = text.indexOf(" controller 18ef597836", text.lastIndexOf(last_request));
+        return text.left(text.indexOf('\n', answer) + 1);
+    }
+
 private Q_SLOTS:
     void init()
     {
@@ -205,6 +219,38 @@ private Q_SLOTS:
         terminal_->call(path, QStringLiteral("set_brightness"), {100.0});
         QVERIFY(controller_reaches("backlight 254 0"));
         QVERIFY(is_level(100));
+    }
+
+    void the_daemon_says_again_what_was_recorded_data()
+    {
+        QTest::addColumn<bool>("is_same");
+        QTest::newRow("the same") << true;
+        QTest::newRow("another brightness") << false;
+    }
+
+    void the_daemon_says_again_what_was_recorded()
+    {
+        QFETCH(bool, is_same);
+        QByteArray recording = recorded_start();
+        QCOMPARE(recording.count("18ef785935020000"), 3);
+        terminal_ = std::make_unique<Terminal>();
+        controller_ = std::make_unique<Controller_process>();
+        if (!is_same)
+            recording.replace("18ef785931ffff000000000007", "18ef785931fffe000000000006");
+        // A start that takes long has the next poll in it.
+        for (const char* poll : {"0x1b", "0x21", "0x23", "0x27", "0x19", "0x11", "0x15"})
+            recording.prepend(QByteArray("#! expect ignore ") + poll + '\n');
+        controller_->write_file(QStringLiteral("start"), recording);
+        const QString link = controller_->path(QStringLiteral("line"));
+        controller_->start({QStringLiteral("--link"), link, QStringLiteral("--replay"),
+                            controller_->path(QStringLiteral("start")), QStringLiteral("--wait"),
+                            QStringLiteral("--expect")},
+                           false);
+        QVERIFY(wait_for([this] { return !controller_->devices().isEmpty(); }));
+        terminal_->launch({QStringLiteral("--port"), link});
+        QVERIFY(controller_->wait_for_end());
+        QCOMPARE(controller_->errors().contains("the host says something else"), !is_same);
+        QCOMPARE(controller_->process.exitCode(), is_same ? 0 : 1);
     }
 
     void the_end_of_the_daemon_ends_the_digests()

@@ -25,6 +25,10 @@ if(DOV_TOOLS)
     DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tools)
   install(FILES "${CMAKE_CURRENT_BINARY_DIR}/tap.conf.example"
     DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples COMPONENT tools)
+  if(TARGET dissector)
+    install(FILES ${manual}/dov-line-extcap.1
+      DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT wireshark)
+  endif()
   install(FILES ${documents}/controller-script.md ${documents}/dov-line.md ${documents}/dov-watch.md
     DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT tools)
 endif()

@@ -40,6 +40,8 @@ OPTIONAL = {
         ("CMAKE_INSTALL_BINDIR", "", TOOLS),
         ("DOV_COMPLETION_DIR", "", TOOLS),
         ("DOV_UNIT_DIR", "", ["dov-line-tap.service"]),
+        ("DOV_WIRESHARK_PLUGIN_DIR", "", ["dov.lua"]),
+        ("DOV_WIRESHARK_EXTCAP_DIR", "", ["dov-line-extcap"]),
     ],
     frozenset({"DOV_CLIENT"}): [
         ("CMAKE_INSTALL_LIBDIR", "", ["libdov-dbus-client.a"]),
@@ -61,7 +63,7 @@ OPTIONAL = {
                                                       "test_client.py"]),
     ],
     frozenset({"DOV_DOCS", "DOV_TOOLS"}): [
-        ("CMAKE_INSTALL_MANDIR", "man1", [f"{tool}.1" for tool in TOOLS]),
+        ("CMAKE_INSTALL_MANDIR", "man1", [f"{tool}.1" for tool in TOOLS + ["dov-line-extcap"]]),
         ("CMAKE_INSTALL_DOCDIR", "", ["controller-script.md", "dov-line.md", "dov-watch.md"]),
         ("CMAKE_INSTALL_DOCDIR", "examples", ["tap.conf.example"]),
     ],
@@ -132,6 +134,9 @@ def lend_products(values: dict[str, str], build: Path, copy: Path) -> None:
     for name in ("dov-dbus", *TOOLS):
         if (build / name).exists():
             shutil.copy(build / name, copy)
+    dissector = build / "tools/wireshark/dov.lua"
+    if dissector.exists() and values["DOV_TOOLS"] == "ON":
+        shutil.copy(dissector, copy / "tools/wireshark")
     client = build / "data/client"
     if client.exists() and values["DOV_CLIENT"] == "ON":
         shutil.copy(client / "libdov-dbus-client.a", copy / "data/client")

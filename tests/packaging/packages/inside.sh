@@ -32,7 +32,7 @@ rm -f /usr/sbin/policy-rc.d
 # The manual's commands want these.
 mkdir -p /etc/systemd/system /etc/udev/rules.d
 traces >/tmp/before
-dpkg --install dov-dbus_*.deb dov-dbus-tools_*.deb dov-dbus-dev_*.deb >/tmp/install.log 2>&1 ||
+dpkg --install dov-dbus_*.deb dov-dbus-tools_*.deb dov-dbus-dev_*.deb dov-dbus-wireshark_*.deb >/tmp/install.log 2>&1 ||
     fail "$(cat /tmp/install.log)"
 
 getent group dov >/dev/null || fail "no group dov"
@@ -46,6 +46,12 @@ getent group dov >/dev/null || fail "no group dov"
 cmp /usr/share/dbus-1/system.d/com.quorin.system.conf data/dbus/com.quorin.system.conf
 systemd-analyze verify /lib/systemd/system/dov-dbus.service 2>/tmp/verify.log
 ! grep dov-dbus /tmp/verify.log || fail "the unit is not good"
+
+# What is found needs no setting.
+tshark -G protocols 2>/tmp/tshark.log | grep -q '	dov$' ||
+    fail "tshark has no dissector: $(cat /tmp/tshark.log)"
+tshark -D 2>/tmp/tshark.log | grep -q ' dov-line (' ||
+    fail "tshark has no interface: $(cat /tmp/tshark.log)"
 
 # The bus takes the policy with the group it names.
 cat >/tmp/bus.conf <<'BUS'
@@ -100,7 +106,7 @@ dpkg --install dov-dbus_*.deb >/tmp/upgrade.log 2>&1 || fail "$(cat /tmp/upgrade
 asked_for try-restart || fail "an upgrade does not restart the daemon"
 ! asked_for 'start|restart|stop|enable' || fail "an upgrade does more than restart the daemon"
 
-dpkg --purge dov-dbus-dev dov-dbus-tools dov-dbus >/tmp/purge.log 2>&1 || fail "$(cat /tmp/purge.log)"
+dpkg --purge dov-dbus-wireshark dov-dbus-dev dov-dbus-tools dov-dbus >/tmp/purge.log 2>&1 || fail "$(cat /tmp/purge.log)"
 asked_for stop || fail "a removal does not stop the daemon"
 traces >/tmp/after
 diff /tmp/before /tmp/after || fail "the packages leave traces"

@@ -66,6 +66,8 @@ bool Bus_client::open(const QSet<QString>& interfaces)
                 const QDBusPendingReply<QString> reply = *finished;
                 if (!reply.isError())
                     report_owner(reply.value());
+                else if (owner_.isEmpty())
+                    Q_EMIT owner_missing();
             });
     return true;
 }

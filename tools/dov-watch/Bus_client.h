@@ -40,6 +40,8 @@ public:
 Q_SIGNALS:
     /// The service has another owner; empty for none.
     void owner_changed(const QString& owner);
+    /// The service had no owner when the connection was made.
+    void owner_missing();
     void signal_received(const QDBusMessage& message);
     /// The bus has closed the connection.
     void bus_lost();

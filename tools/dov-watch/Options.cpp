@@ -23,7 +23,8 @@ bus ends; a service that is not there yet is waited for. On a terminal both are
 waited for, also to come back. --gone says otherwise.
 
 Exit status: 0 ended as asked or with what was watched, 1 no bus or no usable
-terminal, 2 wrong usage.)";
+terminal, 2 wrong usage; with --once also: 3 the service is not on the bus, 4 a
+value could not be read.)";
 
 /// An option, and where its value goes.
 struct Option_row {
@@ -66,6 +67,13 @@ QString take_gone(Options& options, const QString& value)
     return {};
 }
 
+QString take_once(Options& options, const QString& /*value*/)
+{
+    options.once = options.lines = true;
+    options.interval_ms = 0;
+    return {};
+}
+
 QString take_json(Options& options, const QString& /*value*/)
 {
     options.json = options.lines = true;
@@ -98,6 +106,7 @@ constexpr Option_row option_rows[] = {
     {"filter", "text", "Only objects whose path or name contains this.",
      keep<QString, &Options::filter>},
     {"gone", "exit|wait", "When service or bus goes away: exit or wait.", take_gone},
+    {"once", nullptr, "Read everything once, a line a value, and end.", take_once},
     {"json", nullptr, "One JSON object a change, also on a terminal.", take_json},
     {"lines", nullptr, "One line a change, also on a terminal.", keep<bool, &Options::lines>},
     {"ascii", nullptr, "Draw with ASCII only.", keep<bool, &Options::ascii>},

@@ -12,6 +12,7 @@ Watcher::Watcher(const Options& options) : options_(options), bus_(options.addre
     for (const Watched_object& each : model_.objects())
         interfaces_ += each.entry.interface;
     connect(&bus_, &Bus_client::owner_changed, this, &Watcher::take_owner);
+    connect(&bus_, &Bus_client::owner_missing, this, &Watcher::service_missing);
     connect(&bus_, &Bus_client::signal_received, this, &Watcher::take_signal);
     // The connection cannot be taken down from within its own news.
     connect(&bus_, &Bus_client::bus_lost, this, &Watcher::lose_bus, Qt::QueuedConnection);
@@ -122,12 +123,24 @@ void Watcher::read(const Value_place& place)
             if (owner_.isEmpty())
                 return;
             // An answer can be handed over behind a signal that has been sent after it.
-            if (signals_.value(path) != before)
+            if (signals_.value(path) != before) {
                 read(place);
-            else
-                tell(model_.take_reading(place, value, now_ms()));
+                return;
+            }
+            tell(model_.take_reading(place, value, now_ms()));
+            end_reading(key);
         },
-        [this, key](const QString& /*message*/) { reading_ -= key; });
+        [this, key](const QString& message) {
+            Q_EMIT unreadable(key + QStringLiteral(": ") + message);
+            end_reading(key);
+        });
+}
+
+void Watcher::end_reading(const QString& key)
+{
+    reading_ -= key;
+    if (reading_.isEmpty())
+        Q_EMIT all_read();
 }
 
 void Watcher::read_values(int object)

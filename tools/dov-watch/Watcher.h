@@ -39,6 +39,12 @@ Q_SIGNALS:
     void bus_lost();
     /// Something that the keys asked for was refused.
     void refused(const QString& message);
+    /// The service was not there when the bus was joined.
+    void service_missing();
+    /// A value could not be read.
+    void unreadable(const QString& message);
+    /// Everything that was asked for has been answered, or refused.
+    void all_read();
 
 private:
     /// What a threshold input held before the options were set in it.
@@ -54,6 +60,7 @@ private:
     void try_again();
     void read_due();
     void read(const Value_place& place);
+    void end_reading(const QString& key);
     void read_values(int object);
     void set_in_inputs();
     void replace_setting(int object, const QString& name, const QVariant& value);

@@ -37,6 +37,25 @@ int watch_in_lines(Watcher& watcher, const Options& options)
     return QCoreApplication::exec();
 }
 
+/// How `--once` ends beyond what every tool does.
+enum Once_status { status_no_service = 3, status_unreadable = 4 };
+
+int read_once(Watcher& watcher, const Options& options)
+{
+    int status = tool_done;
+    QObject::connect(&watcher, &Watcher::service_missing, qApp, [] {
+        complain(tool, QStringLiteral("the service is not on the bus"));
+        QCoreApplication::exit(status_no_service);
+    });
+    QObject::connect(&watcher, &Watcher::unreadable, qApp, [&status](const QString& message) {
+        complain(tool, message);
+        status = status_unreadable;
+    });
+    QObject::connect(&watcher, &Watcher::all_read, qApp,
+                     [&status] { QCoreApplication::exit(status); });
+    return watch_in_lines(watcher, options);
+}
+
 int watch_on_screen(Watcher& watcher, const Options& options, const Posix_signals& posix_signals)
 {
     Screen_session session(watcher, options);
@@ -74,8 +93,9 @@ int main(int count, char** arguments)
     if (options.on_end == Options::On_end::leave ||
         (options.on_end == Options::On_end::automatic && !on_screen))
         end_with_service(watcher, farewell);
-    const int status = on_screen ? watch_on_screen(watcher, options, posix_signals)
-                                 : watch_in_lines(watcher, options);
+    const int status = options.once ? read_once(watcher, options)
+                       : on_screen  ? watch_on_screen(watcher, options, posix_signals)
+                                    : watch_in_lines(watcher, options);
     if (!farewell.isEmpty())
         complain(tool, farewell);
     return status;

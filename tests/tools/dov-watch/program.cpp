@@ -1,5 +1,6 @@
 // dov-watch itself, with the daemon and its controller behind a bus: in lines, and on a terminal.
 
+#include "Object_catalogue.h"
 #include "Terminal.h"
 #include "Terminal_screen.h"
 
@@ -163,6 +164,57 @@ private Q_SLOTS:
         terminal().controller.send(QByteArray::fromHex("3602112200000000"));
         QVERIFY(shows(watch, " /com/quorin/system/device/io/input/digital/1 changed true\n"));
         QVERIFY(watch.is_running());
+    }
+
+    void everything_can_be_read_once()
+    {
+        Daemon_process watch;
+        watch.start_program(watch_, terminal().root.path(), terminal().bus.address(),
+                            {QStringLiteral("--address"), terminal().bus.address(),
+                             QStringLiteral("--once"), QStringLiteral("--json")});
+        QVERIFY(watch.wait_for_end());
+        QCOMPARE(watch.errors(), QByteArray());
+        QCOMPARE(watch.exit_status(), 0);
+        QStringList expected;
+        for (const Catalogue_object& object : catalogue()) {
+            for (const Value_row& value : object.kind->values)
+                if (value.getter != nullptr)
+                    expected.append(object.path + QLatin1Char(' ') + QLatin1String(value.getter));
+        }
+        QStringList found;
+        for (const QByteArray& line : watch.output().trimmed().split('\n')) {
+            const QJsonObject object = QJsonDocument::fromJson(line).object();
+            if (object.value(QLatin1String("member")) != QLatin1String("owner"))
+                found.append(object.value(QLatin1String("path")).toString() + QLatin1Char(' ') +
+                             object.value(QLatin1String("member")).toString());
+        }
+        expected.sort();
+        found.sort();
+        QCOMPARE(found, expected);
+    }
+
+    void once_without_a_service_says_so()
+    {
+        terminal().daemon.signal(SIGTERM);
+        QVERIFY(terminal().daemon.wait_for_end());
+        Daemon_process watch;
+        start(watch, {QStringLiteral("--once")});
+        QVERIFY(watch.wait_for_end());
+        QCOMPARE(watch.errors(), QByteArray("dov-watch: the service is not on the bus\n"));
+        QCOMPARE(watch.output(), QByteArray());
+        QCOMPARE(watch.exit_status(), 3);
+    }
+
+    void once_does_not_wait_for_a_service_that_hangs()
+    {
+        terminal().daemon.signal(SIGSTOP);
+        Daemon_process watch;
+        start(watch, {QStringLiteral("--once")});
+        const bool has_ended = watch.wait_for_end();
+        terminal().daemon.signal(SIGCONT);
+        QVERIFY(has_ended);
+        QVERIFY2(watch.errors().contains("device/io/input/analog/0 get_value: "), watch.errors());
+        QCOMPARE(watch.exit_status(), 4);
     }
 
     void no_bus_is_an_error()

@@ -21,7 +21,7 @@ install(PROGRAMS ${examples}/clients/client.py ${examples}/clients/client.sh
 
 if(DOV_TOOLS)
   install(FILES ${manual}/dov-config-check.1 ${manual}/dov-controller.1 ${manual}/dov-line.1
-    ${manual}/dov-watch.1
+    ${manual}/dov-report.1 ${manual}/dov-watch.1
     DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tools)
   install(FILES "${CMAKE_CURRENT_BINARY_DIR}/tap.conf.example"
     DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples COMPONENT tools)
@@ -29,6 +29,7 @@ if(DOV_TOOLS)
     install(FILES ${manual}/dov-line-extcap.1
       DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT wireshark)
   endif()
-  install(FILES ${documents}/controller-script.md ${documents}/dov-line.md ${documents}/dov-watch.md
+  install(FILES ${documents}/controller-script.md ${documents}/dov-line.md ${documents}/dov-report.md
+    ${documents}/dov-watch.md
     DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT tools)
 endif()

@@ -40,7 +40,7 @@ expect 'dov-config-check --p' --power
 expect "dov-config-check --power $directory/po" "$directory/power.conf"
 expect "dov-config-check --oem $directory/no" ''
 expect 'dov-watch --' --help --version --address --interval --report --hysteresis --filter --gone \
-    --json --lines --ascii
+    --once --json --lines --ascii
 expect 'dov-watch --gone ' exit wait
 expect 'dov-watch --gone w' wait
 expect 'dov-watch --interval ' ''
@@ -68,11 +68,13 @@ expect 'dov-line listen --' --help --version --device --baudrate --id --count --
 expect 'dov-line check --' --help --version --device --baudrate --wait --change --list --tap --junit --json
 expect 'dov-line check --device x recovery.s' recovery.sync_bytes recovery.split_frame recovery.silence
 expect "dov-line stats $directory/p" "$directory/power.conf"
+expect 'dov-report --' --help --version --check --redact --output --limit --root
+expect "dov-report --output $directory/p" "$directory/power.conf"
 expect 'dov-dbus --' --port --baudrate --simulate --help
 expect 'dov-dbus --baudrate 3' 38400
 expect "dov-dbus --port $directory/p" "$directory/power.conf"
 
-for program in dov-config-check dov-controller dov-line dov-watch dov-dbus; do
+for program in dov-config-check dov-controller dov-line dov-report dov-watch dov-dbus; do
     complete -p "$program" >/dev/null || failures=$((failures + 1))
 done
 exit "$((failures > 0))"

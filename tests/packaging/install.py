@@ -20,7 +20,7 @@ PREFIX = "/opt/terminal"
 INTERFACES = sorted(path.name for path in (SOURCES / "data/interfaces").glob("*.xml"))
 HEADERS = [name.removeprefix("com.quorin.system.").removesuffix(".xml").replace(".", "_") +
            "_proxy.h" for name in INTERFACES]
-TOOLS = ["dov-config-check", "dov-controller", "dov-line", "dov-watch"]
+TOOLS = ["dov-config-check", "dov-controller", "dov-line", "dov-report", "dov-watch"]
 
 # Part of the build, variable of the directory, folder below it, files
 DAEMON = [
@@ -64,7 +64,8 @@ OPTIONAL = {
     ],
     frozenset({"DOV_DOCS", "DOV_TOOLS"}): [
         ("CMAKE_INSTALL_MANDIR", "man1", [f"{tool}.1" for tool in TOOLS + ["dov-line-extcap"]]),
-        ("CMAKE_INSTALL_DOCDIR", "", ["controller-script.md", "dov-line.md", "dov-watch.md"]),
+        ("CMAKE_INSTALL_DOCDIR", "", ["controller-script.md", "dov-line.md", "dov-report.md",
+                                      "dov-watch.md"]),
         ("CMAKE_INSTALL_DOCDIR", "examples", ["tap.conf.example"]),
     ],
 }

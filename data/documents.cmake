@@ -20,6 +20,8 @@ install(PROGRAMS ${examples}/clients/client.py ${examples}/clients/client.sh
   DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples/clients COMPONENT development)
 
 if(DOV_TOOLS)
+  install(FILES prometheus/dov-dbus.rules.yml
+    DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples COMPONENT tools)
   install(FILES ${manual}/dov-config-check.1 ${manual}/dov-controller.1 ${manual}/dov-line.1
     ${manual}/dov-report.1 ${manual}/dov-watch.1
     DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tools)
@@ -30,6 +32,6 @@ if(DOV_TOOLS)
       DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT wireshark)
   endif()
   install(FILES ${documents}/controller-script.md ${documents}/dov-line.md ${documents}/dov-report.md
-    ${documents}/dov-watch.md
+    ${documents}/dov-watch.md ${documents}/metrics.md
     DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT tools)
 endif()

@@ -40,7 +40,7 @@ expect 'dov-config-check --p' --power
 expect "dov-config-check --power $directory/po" "$directory/power.conf"
 expect "dov-config-check --oem $directory/no" ''
 expect 'dov-watch --' --help --version --address --interval --report --hysteresis --filter --gone \
-    --once --json --lines --ascii
+    --metrics --tap --once --json --lines --ascii
 expect 'dov-watch --gone ' exit wait
 expect 'dov-watch --gone w' wait
 expect 'dov-watch --interval ' ''

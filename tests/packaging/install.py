@@ -39,7 +39,7 @@ OPTIONAL = {
     frozenset({"DOV_TOOLS"}): [
         ("CMAKE_INSTALL_BINDIR", "", TOOLS),
         ("DOV_COMPLETION_DIR", "", TOOLS),
-        ("DOV_UNIT_DIR", "", ["dov-line-tap.service"]),
+        ("DOV_UNIT_DIR", "", ["dov-line-tap.service", "dov-metrics.service"]),
         ("DOV_WIRESHARK_PLUGIN_DIR", "", ["dov.lua"]),
         ("DOV_WIRESHARK_EXTCAP_DIR", "", ["dov-line-extcap"]),
     ],
@@ -64,8 +64,9 @@ OPTIONAL = {
     ],
     frozenset({"DOV_DOCS", "DOV_TOOLS"}): [
         ("CMAKE_INSTALL_MANDIR", "man1", [f"{tool}.1" for tool in TOOLS + ["dov-line-extcap"]]),
+        ("CMAKE_INSTALL_DOCDIR", "examples", ["dov-dbus.rules.yml"]),
         ("CMAKE_INSTALL_DOCDIR", "", ["controller-script.md", "dov-line.md", "dov-report.md",
-                                      "dov-watch.md"]),
+                                      "dov-watch.md", "metrics.md"]),
         ("CMAKE_INSTALL_DOCDIR", "examples", ["tap.conf.example"]),
     ],
 }

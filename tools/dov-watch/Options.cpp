@@ -19,8 +19,8 @@ client sets their hysteresis or time-out, the service does not signal them.
 Nothing in the service is changed, unless --report, --hysteresis or a key says so.
 
 On a pipe dov-watch ends, with status 0, when the service leaves the bus or the
-bus ends; a service that is not there yet is waited for. On a terminal both are
-waited for, also to come back. --gone says otherwise.
+bus ends; a service that is not there yet is waited for. On a terminal and with
+--metrics both are waited for, also to come back. --gone says otherwise.
 
 Exit status: 0 ended as asked or with what was watched, 1 no bus or no usable
 terminal, 2 wrong usage; with --once also: 3 the service is not on the bus, 4 a
@@ -74,6 +74,13 @@ QString take_once(Options& options, const QString& /*value*/)
     return {};
 }
 
+QString take_metrics(Options& options, const QString& value)
+{
+    options.metrics = value;
+    options.lines = true;
+    return {};
+}
+
 QString take_json(Options& options, const QString& /*value*/)
 {
     options.json = options.lines = true;
@@ -106,6 +113,10 @@ constexpr Option_row option_rows[] = {
     {"filter", "text", "Only objects whose path or name contains this.",
      keep<QString, &Options::filter>},
     {"gone", "exit|wait", "When service or bus goes away: exit or wait.", take_gone},
+    {"metrics", "file", "Keep metrics there for Prometheus, instead of lines or a screen.",
+     take_metrics},
+    {"tap", "file", "Add the counters that dov-line tap --status keeps there.",
+     keep<QString, &Options::tap>},
     {"once", nullptr, "Read everything once, a line a value, and end.", take_once},
     {"json", nullptr, "One JSON object a change, also on a terminal.", take_json},
     {"lines", nullptr, "One line a change, also on a terminal.", keep<bool, &Options::lines>},
@@ -121,5 +132,8 @@ Tool_request parse_command_line(const QStringList& arguments, Options& options)
         line.add({QString::fromLatin1(row.name), QString::fromLatin1(row.value),
                   QString::fromLatin1(row.meaning),
                   [&row, &options](const QString& value) { return row.take(options, value); }});
-    return line.parse(arguments);
+    Tool_request request = line.parse(arguments);
+    if (options.once && !options.metrics.isEmpty())
+        request.refuse(QStringLiteral("--metrics and --once exclude each other"));
+    return request;
 }

@@ -14,6 +14,8 @@ struct Options {
     QString address; ///< of the bus; empty for the machine's system bus
     QString filter;  ///< only objects whose path or name contains it; empty for all
     int interval_ms = 1000;
+    QString metrics;   ///< the file that metrics are written to; empty for none
+    QString tap;       ///< the status file of a tap; empty for none
     bool once = false; ///< read everything, and end
     bool json = false;
     bool lines = false; ///< lines also on a terminal

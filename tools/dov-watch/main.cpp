@@ -1,4 +1,5 @@
 #include "Line_output.h"
+#include "Metrics_file.h"
 #include "Options.h"
 #include "Posix_signals.h"
 #include "Screen_session.h"
@@ -37,6 +38,14 @@ int watch_in_lines(Watcher& watcher, const Options& options)
     return QCoreApplication::exec();
 }
 
+int keep_metrics(const Watcher& watcher, const Options& options)
+{
+    const Metrics_file file(watcher, options);
+    QObject::connect(&file, &Metrics_file::failed, qApp,
+                     [](const QString& message) { complain(tool, message); });
+    return QCoreApplication::exec();
+}
+
 /// How `--once` ends beyond what every tool does.
 enum Once_status { status_no_service = 3, status_unreadable = 4 };
 
@@ -69,6 +78,17 @@ int watch_on_screen(Watcher& watcher, const Options& options, const Posix_signal
     return QCoreApplication::exec();
 }
 
+int watch(Watcher& watcher, const Options& options, const Posix_signals& posix_signals,
+          bool on_screen)
+{
+    if (!options.metrics.isEmpty())
+        return keep_metrics(watcher, options);
+    if (options.once)
+        return read_once(watcher, options);
+    return on_screen ? watch_on_screen(watcher, options, posix_signals)
+                     : watch_in_lines(watcher, options);
+}
+
 } // namespace
 
 int main(int count, char** arguments)
@@ -91,11 +111,9 @@ int main(int count, char** arguments)
     }
     QString farewell;
     if (options.on_end == Options::On_end::leave ||
-        (options.on_end == Options::On_end::automatic && !on_screen))
+        (options.on_end == Options::On_end::automatic && !on_screen && options.metrics.isEmpty()))
         end_with_service(watcher, farewell);
-    const int status = options.once ? read_once(watcher, options)
-                       : on_screen  ? watch_on_screen(watcher, options, posix_signals)
-                                    : watch_in_lines(watcher, options);
+    const int status = watch(watcher, options, posix_signals, on_screen);
     if (!farewell.isEmpty())
         complain(tool, farewell);
     return status;

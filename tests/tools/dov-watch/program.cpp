@@ -56,6 +56,12 @@ private:
                wait_for([&] { return screen.is_restored(); });
     }
 
+    QByteArray metrics() const
+    {
+        QFile file(terminal_->root.path(QStringLiteral("dov.prom")));
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    }
+
 private Q_SLOTS:
     void init()
     {
@@ -217,6 +223,49 @@ private Q_SLOTS:
         QCOMPARE(watch.exit_status(), 4);
     }
 
+    void metrics_are_kept_in_a_file()
+    {
+        const QString path = terminal().root.path(QStringLiteral("dov.prom"));
+        const QString tap = terminal().root.path(QStringLiteral("status.json"));
+        terminal().root.write(QStringLiteral("status.json"), "{\"host_frames\": 7}");
+        Daemon_process watch;
+        start(watch, {QStringLiteral("--metrics"), path, QStringLiteral("--tap"), tap});
+        QVERIFY(wait_for([this] { return metrics().contains("\ndov_service_up 1\n"); }));
+        QVERIFY(
+            wait_for([this] { return metrics().contains("\ndov_line_host_frames_total 7\n"); }));
+        terminal().controller.send(QByteArray::fromHex("3602112200000000"));
+        QVERIFY(wait_for([this] {
+            return metrics().contains(
+                "\ndov_analog_input_volts{object=\"device/io/input/analog/0\"} 4.386\n");
+        }));
+        QVERIFY(QFile::permissions(path).testFlag(QFile::ReadOther));
+        QVERIFY(metrics().endsWith("# EOF\n"));
+
+        terminal().daemon.signal(SIGTERM);
+        QVERIFY(wait_for([this] { return metrics().contains("\ndov_service_up 0\n"); }));
+        QVERIFY(!metrics().contains("dov_analog_input_volts"));
+        QVERIFY(watch.is_running());
+
+        watch.signal(SIGTERM);
+        QVERIFY(watch.wait_for_end());
+        QCOMPARE(watch.exit_status(), 0);
+        QCOMPARE(watch.output(), QByteArray());
+        QVERIFY(!QFile::exists(path));
+    }
+
+    void metrics_that_cannot_be_kept_are_told_once()
+    {
+        Daemon_process watch;
+        start(watch, {QStringLiteral("--metrics"),
+                      terminal().root.path(QStringLiteral("nowhere/dov.prom"))});
+        QVERIFY(wait_for([&watch] { return watch.errors().contains("nowhere/dov.prom: "); }));
+        terminal().root.make_directory(QStringLiteral("nowhere"));
+        QVERIFY(wait_for([this] {
+            return QFile::exists(terminal_->root.path(QStringLiteral("nowhere/dov.prom")));
+        }));
+        QCOMPARE(watch.errors().count('\n'), 1);
+    }
+
     void no_bus_is_an_error()
     {
         Daemon_process watch;
@@ -237,6 +286,7 @@ private Q_SLOTS:
         QTest::newRow("short interval") << QStringList{"--interval", "49"};
         QTest::newRow("no number") << QStringList{"--report", "soon"};
         QTest::newRow("unknown end") << QStringList{"--gone", "maybe"};
+        QTest::newRow("two ways") << QStringList{"--once", "--metrics", "file"};
     }
     void usage_errors()
     {

@@ -7,7 +7,7 @@
 
 local header_size = 2 -- sender, what happened
 local senders = {[0] = "host", [1] = "controller"}
-local records = {[0] = "bytes", [1] = "hang-up", [2] = "connection"}
+local records = {[0] = "bytes", [1] = "hang-up", [2] = "connection", [3] = "gap"}
 local host = 0
 
 local dov = Proto("dov", "Display terminal's line to the power controller")
@@ -55,6 +55,8 @@ local experts = {
                                  expert.group.SEQUENCE, expert.severity.WARN),
     late = ProtoExpert.new("dov.late_answer", "Late answer",
                            expert.group.SEQUENCE, expert.severity.WARN),
+    gap = ProtoExpert.new("dov.gap", "Records are missing here",
+                          expert.group.SEQUENCE, expert.severity.WARN),
     hang_up = ProtoExpert.new("dov.hang_up", "The line went away",
                               expert.group.SEQUENCE, expert.severity.WARN),
 }
@@ -494,12 +496,14 @@ end
 local function show_line(tree, event)
     if event.kind == "hang-up" then
         tree:add_proto_expert_info(experts.hang_up)
+    elseif event.kind == "gap" then
+        tree:add_proto_expert_info(experts.gap)
     end
     return event.kind
 end
 
 local show_kind = {frame = show_frame, broken = show_broken, skipped = show_skipped,
-                   ["hang-up"] = show_line, connection = show_line}
+                   ["hang-up"] = show_line, connection = show_line, gap = show_line}
 
 -- Returns the event in words.
 local function show_event(tree, tvb, packet, event)

@@ -41,6 +41,7 @@ public:
         record.time_us = now_us_;
         record.sender = sender;
         record.kind = kind;
+        record.missing = kind == Line_record::Kind::gap ? 5 : 0;
         record.data = reinterpret_cast<const uchar*>(bytes.constData());
         record.size = static_cast<int>(bytes.size());
         file_.write(Pcapng_writer::packet(record, began_us + now_us_));
@@ -126,6 +127,7 @@ const QStringList& own_names()
         QStringLiteral("dov.late_answer"),
         QStringLiteral("dov.skipped_bytes"),
         QStringLiteral("dov.hang_up"),
+        QStringLiteral("dov.gap"),
     };
     return names;
 }
@@ -234,6 +236,8 @@ void expect_event(Shark::Packet& packet, const QJsonObject& event)
         packet[QStringLiteral("dov.wrong_checksum")].append(present);
     if (kind == QLatin1String("skipped"))
         packet[QStringLiteral("dov.skipped_bytes")].append(present);
+    if (kind == QLatin1String("gap"))
+        packet[QStringLiteral("dov.gap")].append(present);
     if (kind == QLatin1String("hang-up"))
         packet[QStringLiteral("dov.hang_up")].append(present);
 }
@@ -332,6 +336,7 @@ private Q_SLOTS:
         file.add(Sender::host, answer);
         file.add(Sender::controller, {}, Line_record::Kind::hang_up);
         file.add(Sender::controller, {}, Line_record::Kind::connection);
+        file.add(Sender::controller, {}, Line_record::Kind::gap);
         file.add(Sender::host, request);
         file.pass(400 * ms);
         file.add(Sender::controller, answer); // late
@@ -542,9 +547,10 @@ private Q_SLOTS:
         Line_file file(shark_.path("live.pcapng"));
         file.add(Sender::host, hardware_version_request());
         QProcess socket;
-        socket.start(QStringLiteral("socat"),
-                     {QStringLiteral("-u"), QStringLiteral("OPEN:%1,ignoreeof").arg(file.path()),
-                      QStringLiteral("UNIX-LISTEN:%1,mode=777,unlink-early").arg(shark_.path("live"))});
+        socket.start(
+            QStringLiteral("socat"),
+            {QStringLiteral("-u"), QStringLiteral("OPEN:%1,ignoreeof").arg(file.path()),
+             QStringLiteral("UNIX-LISTEN:%1,mode=777,unlink-early").arg(shark_.path("live"))});
         QVERIFY(wait_for([this] { return QFile::exists(shark_.path("live")); }));
 
         QProcess process;

@@ -204,6 +204,7 @@ constexpr Line_counter line_counters[] = {
     {"unanswered", "Requests without an answer within 300 ms"},
     {"late_answers", "Answers after more than 300 ms"},
     {"hang_ups", "How often the line went away"},
+    {"missing_records", "What the tap could not follow"},
 };
 
 void add_line(Families& families, const QJsonObject& line)
@@ -215,6 +216,11 @@ void add_line(Families& families, const QJsonObject& line)
                             false),
                 {}, value.toDouble());
     }
+    const QJsonValue device =
+        line.value(QLatin1String("tap")).toObject().value(QLatin1String("has_device"));
+    if (device.isBool())
+        add(families.of("dov_line_device_present", "Whether the tap has the adapter"), {},
+            device.toBool() ? 1 : 0);
 }
 
 } // namespace

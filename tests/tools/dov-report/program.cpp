@@ -173,7 +173,9 @@ class Program : public QObject {
     void tap_counts_errors()
     {
         terminal().root.write(QStringLiteral("run/dov-line/status.json"),
-                              "{\"checksum_errors\": 3, \"unanswered\": 0}\n");
+                              "{\n    \"answers\": {\n        \"0x11\": {\n"
+                              "            \"unanswered\": 9\n        }\n    },\n"
+                              "    \"checksum_errors\": 3,\n    \"unanswered\": 0\n}\n");
     }
 
     static constexpr Break breaks[] = {

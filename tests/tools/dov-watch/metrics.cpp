@@ -156,12 +156,15 @@ private Q_SLOTS:
     void a_tap_gives_its_counters()
     {
         const Watch_model model;
+        const QJsonObject tap = {{QStringLiteral("has_device"), true}};
         const QJsonObject line = {{QStringLiteral("host_frames"), 12},
                                   {QStringLiteral("unanswered"), 3},
-                                  {QStringLiteral("name"), QStringLiteral("a tap")}};
+                                  {QStringLiteral("name"), QStringLiteral("a tap")},
+                                  {QStringLiteral("tap"), tap}};
         QCOMPARE(samples(model, QStringLiteral("dov_line"), line),
                  QStringList({QStringLiteral("dov_line_host_frames_total 12"),
-                              QStringLiteral("dov_line_unanswered_total 3")}));
+                              QStringLiteral("dov_line_unanswered_total 3"),
+                              QStringLiteral("dov_line_device_present 1")}));
     }
 
     void every_value_has_a_sample_and_an_age()

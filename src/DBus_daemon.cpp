@@ -22,6 +22,7 @@
 #include <climits>
 #include <clocale>
 #include <cstring>
+#include <utility>
 
 #include <fcntl.h>
 #include <syslog.h>
@@ -243,7 +244,7 @@ void DBus_daemon::set_power_state(int state)
         return;
     log() << "Switching power state: " << power_state_name(power_state_) << "=>"
           << power_state_name(state) << std::endl;
-    for (Interface_base* object : qAsConst(objects_))
+    for (Interface_base* object : std::as_const(objects_))
         object->power_state_changed(state);
     start_power_timer(state);
     if (state == state_low_power)

@@ -47,7 +47,12 @@ bool set_content(QDomDocument& document, const QByteArray& bytes)
     QXmlStreamReader reader(bytes);
     reader.setNamespaceProcessing(false);
     reader.setEntityExpansionLimit(max_config_text);
-    if (!document.setContent(&reader, false))
+#if QT_VERSION < QT_VERSION_CHECK(6, 5, 0)
+    const bool is_read = document.setContent(&reader, false);
+#else
+    const bool is_read(document.setContent(&reader, QDomDocument::ParseOption::Default));
+#endif
+    if (!is_read)
         return false;
     remove_declared_attributes(document, bytes);
     return true;

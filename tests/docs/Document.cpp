@@ -3,6 +3,8 @@
 #include <QFile>
 #include <QRegularExpression>
 
+#include <utility>
+
 namespace {
 
 const QString fence = QStringLiteral("```");
@@ -68,7 +70,7 @@ Document::Document(const QString& path) : path_(path)
     lines_ = QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'));
 
     bool in_code = false;
-    for (const QString& line : qAsConst(lines_)) {
+    for (const QString& line : std::as_const(lines_)) {
         if (line.startsWith(fence))
             in_code = !in_code;
         const int level = in_code ? 0 : heading_level(line);

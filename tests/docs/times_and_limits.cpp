@@ -7,6 +7,8 @@
 #include <QRegularExpression>
 #include <QTest>
 
+#include <utility>
+
 namespace {
 
 /// A sum of products of numbers and other constants, as the sources write them; -1 for anything
@@ -111,7 +113,7 @@ private Q_SLOTS:
     void values_are_those_of_the_constants()
     {
         QVERIFY(rows_.size() > 20);
-        for (const Row& row : qAsConst(rows_)) {
+        for (const Row& row : std::as_const(rows_)) {
             const auto constants = constants_.value(row.file);
             QVERIFY2(constants.contains(row.constant),
                      qPrintable(QStringLiteral("%1 has no %2").arg(row.file, row.constant)));

@@ -2,6 +2,8 @@
 
 #include "Terminal.h"
 
+#include <utility>
+
 class Inputs : public QObject {
     Q_OBJECT
 
@@ -59,7 +61,7 @@ private Q_SLOTS:
             numbers.append(QStringLiteral("device/io/input/voltage/%1").arg(i));
             numbers.append(QStringLiteral("device/io/input/temperature/%1").arg(i));
         }
-        for (const QString& path : qAsConst(numbers)) {
+        for (const QString& path : std::as_const(numbers)) {
             QCOMPARE(number(path, "get_value"), -1000000.0);
             QCOMPARE(number(path, "get_hysteresis"), 1000000.0);
             QCOMPARE(terminal().get(path, QStringLiteral("get_time_out")).toUInt(), 0U);

@@ -5,6 +5,7 @@
 #include <QLocale>
 
 #include <algorithm>
+#include <utility>
 
 namespace {
 
@@ -220,7 +221,7 @@ Scenario Scenario::read(const QString& file_name)
         Line line(text, QStringLiteral("%1:%2").arg(file_name).arg(number));
         read_line(line, scenario);
     }
-    for (const Step& step : qAsConst(scenario.steps)) {
+    for (const Step& step : std::as_const(scenario.steps)) {
         if (step.kind == Step::Kind::call)
             scenario.expected.results.append(step.path + QLatin1Char(' ') + step.method +
                                              step.result);

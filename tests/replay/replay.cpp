@@ -6,6 +6,8 @@
 
 #include <QDirIterator>
 
+#include <utility>
+
 Q_DECLARE_METATYPE(Delivery)
 
 namespace {
@@ -19,7 +21,7 @@ QVector<Scenario> read_scenarios()
         names.append(files.next());
     names.sort();
     QVector<Scenario> scenarios;
-    for (const QString& name : qAsConst(names))
+    for (const QString& name : std::as_const(names))
         scenarios.append(Scenario::read(name));
     return scenarios;
 }
@@ -130,7 +132,7 @@ private:
     {
         int played = 0;
         int failed = 0;
-        for (const Scenario& scenario : qAsConst(scenarios_)) {
+        for (const Scenario& scenario : std::as_const(scenarios_)) {
             if (!is_played(delivery, scenario))
                 continue;
             QString found;

@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <chrono>
 #include <thread>
+#include <utility>
 
 class Packet_framing : public QObject {
     Q_OBJECT
@@ -23,7 +24,7 @@ class Packet_framing : public QObject {
     {
         QByteArray bytes = hex("18ef5978") + payload;
         uint sum = 0;
-        for (const char byte : qAsConst(bytes))
+        for (const char byte : std::as_const(bytes))
             sum += static_cast<uchar>(byte);
         return bytes + static_cast<char>(sum & 0xFF);
     }

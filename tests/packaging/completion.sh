@@ -51,8 +51,8 @@ expect 'dov-controller --input temperature' temperature{0..5}
 expect 'dov-controller --ignition ' on off
 expect 'dov-controller --baudrate 5' 57600
 expect "dov-controller --script $directory/p" "$directory/power.conf"
-expect 'dov-line ' read stats compare tap send poll listen check
-expect 'dov-line s' stats send
+expect 'dov-line ' read stats compare tap send poll listen check scenario
+expect 'dov-line s' stats send scenario
 expect 'dov-line --' --help --version
 expect 'dov-line read --' --help --version --from --id --where --errors --unanswered --time --json --csv
 expect 'dov-line read --from ' host controller
@@ -62,10 +62,10 @@ expect 'dov-line tap --r' --record --rotate --ring
 expect 'dov-line tap --rotate ' ''
 expect 'dov-line tap --time ' relative absolute delta
 expect "dov-line tap --keep $directory/p" "$directory/power.conf"
-expect 'dov-line send --' --help --version --device --baudrate --count --interval --wait --json --bytes
+expect 'dov-line send --' --help --version --device --baudrate --record --count --interval --wait --time --json --bytes
 expect "dov-line send --device $directory/p" "$directory/power.conf"
-expect 'dov-line listen --' --help --version --device --baudrate --id --count --wait --json
-expect 'dov-line check --' --help --version --device --baudrate --wait --change --list --tap --junit --json
+expect 'dov-line listen --' --help --version --device --baudrate --record --id --count --wait --time --json
+expect 'dov-line check --' --help --version --device --baudrate --record --wait --change --list --tap --junit --json
 expect 'dov-line check --device x recovery.s' recovery.sync_bytes recovery.split_frame recovery.silence
 expect "dov-line stats $directory/p" "$directory/power.conf"
 expect 'dov-report --' --help --version --check --redact --output --limit --root

@@ -18,7 +18,7 @@ from pathlib import Path
 PAGES = Path(__file__).resolve().parents[2] / "data/man"
 TOOLS = ("dov-config-check", "dov-controller", "dov-report", "dov-watch")
 # What has options of its own behind the verb.
-VERBS = {"dov-line": ("read", "stats", "compare", "tap", "send", "poll", "listen", "check")}
+VERBS = {"dov-line": ("read", "stats", "compare", "tap", "send", "poll", "listen", "check", "scenario")}
 # Options of the daemon's that its first usage leaves out, for they are read later.
 DAEMON_OPTIONS = {"--port", "--baudrate"}
 

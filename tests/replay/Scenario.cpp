@@ -177,6 +177,8 @@ void read_line(Line& line, Scenario& scenario)
         scenario.files.append({below, line.word()});
     } else if (keyword == "answer") {
         scenario.answers.append(line.message());
+    } else if (keyword == "line") {
+        scenario.only_line = true;
     } else if (keyword == "setup") {
         if (!read_step(line.word(), line, scenario.setup))
             refuse(line.where(), "this cannot be done first");

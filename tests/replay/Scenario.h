@@ -22,9 +22,11 @@
 ///     out TEXT, err TEXT                 the daemon prints
 ///     log TEXT                           the daemon logs a line
 ///     signal PATH NAME [VALUE...]        the daemon signals
+///     line                               nothing counts but what the daemon sends
 ///
 /// Messages are filled up with zeros. What is not told must not happen; order counts within each
-/// kind. `file` and `answer` give the scenario a daemon of its own.
+/// kind. `file` and `answer` give the scenario a daemon of its own. `dov-line scenario` makes one
+/// with `line` of a recording.
 struct Scenario {
     struct Step {
         enum class Kind { message, raw, call };
@@ -53,6 +55,7 @@ struct Scenario {
     QVector<Step> setup;
     QVector<Step> steps;
     Outcome expected;
+    bool only_line = false;
 
     bool needs_own_daemon() const { return !files.isEmpty() || !answers.isEmpty(); }
     bool has(Step::Kind kind) const;

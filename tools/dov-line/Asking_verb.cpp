@@ -17,6 +17,7 @@ Asking_verb::Asking_verb(const char* name, const char* description, int count, i
     add_number("interval", "ms", "Time from one round to the next.", interval_ms_, 0);
     add_number("wait", "ms", "How long an answer may take; 300. 0: none is waited for.", wait_ms_,
                0);
+    add_time();
     add_json();
 }
 

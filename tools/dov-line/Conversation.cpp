@@ -72,6 +72,8 @@ void Conversation::pass(int ms)
 
 void Conversation::note(const Line_record& record)
 {
+    if (recorder_)
+        recorder_(record);
     analysis_.take(record);
     Line_event event;
     while (analysis_.next(event))

@@ -16,8 +16,12 @@ class Conversation : public QObject {
     Q_OBJECT
 public:
     using Listener = std::function<void(const Line_event&)>;
+    using Recorder = std::function<void(const Line_record&)>;
 
     explicit Conversation(Listener listener);
+
+    /// Has every byte, and the device's going, handed to a recorder as well.
+    void set_recorder(Recorder recorder) { recorder_ = std::move(recorder); }
 
     /// Opens the device; times count from here. Returns an error's text, or nothing.
     QString open(const QString& path, uint baud);
@@ -47,6 +51,7 @@ private:
     Host_line line_;
     Line_analysis analysis_{Line_analysis::Telling::at_once};
     Listener listener_;
+    Recorder recorder_;
     QElapsedTimer clock_;
     QString path_;
     QString error_;

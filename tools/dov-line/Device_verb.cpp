@@ -19,11 +19,24 @@ Device_verb::Device_verb(const char* name, const char* description) : Verb(name,
                     return QString();
                 }});
     add_number("baudrate", "rate", "The device's speed; 115200.", baud_, 1);
+    line().add({QStringLiteral("record"), QStringLiteral("file"),
+                QStringLiteral("Records the line."), [this](const QString& text) {
+                    record_ = text;
+                    return QString();
+                }});
 }
 
 void Device_verb::add_json()
 {
     add_switch("json", "An object of JSON a line.", json_);
+}
+
+void Device_verb::add_time()
+{
+    line().add({QStringLiteral("time"), QStringLiteral("relative|absolute|delta"),
+                QStringLiteral("Times since the beginning, of the wall clock, or since the last "
+                               "line."),
+                [this](const QString& text) { return take_time_style(text, style_); }});
 }
 
 void Device_verb::add_number(const char* name, const char* unit, const char* meaning, int& number,
@@ -51,9 +64,28 @@ int Device_verb::open(Conversation& conversation)
     const QString error =
         conversation.open(device_, static_cast<uint>(std::min(baud_, highest_baud)));
     if (error.isEmpty())
-        return tool_done;
+        return record(conversation);
     complain(error);
     return status_input;
+}
+
+/// Begins the recording that is asked for; as open().
+int Device_verb::record(Conversation& conversation)
+{
+    if (record_.isEmpty())
+        return tool_done;
+    Recording_writer::Order order;
+    order.path = record_;
+    const qint64 now_us = QDateTime::currentMSecsSinceEpoch() * us_per_ms;
+    order.wall_clock_us = [now_us] { return now_us; };
+    order.complain = [](const QString& text) { complain(text); };
+    const QString error = recording_.open(order);
+    if (!error.isEmpty()) {
+        complain(error);
+        return status_output;
+    }
+    conversation.set_recorder([this](const Line_record& record) { recording_.write(record); });
+    return tool_done;
 }
 
 void Device_verb::show(const Line_event& event, bool is_shown)
@@ -64,7 +96,7 @@ void Device_verb::show(const Line_event& event, bool is_shown)
     if (json_)
         output_.line(QJsonDocument(format_.json(event)).toJson(QJsonDocument::Compact));
     else
-        output_.line(format_.line(event, Time_style::relative));
+        output_.line(format_.line(event, style_));
     output_has_failed_ = !output_.flush();
 }
 
@@ -81,7 +113,8 @@ int Device_verb::end(const Conversation& conversation, int status)
 {
     if (!conversation.error().isEmpty())
         complain(conversation.error());
-    if (!output_.flush())
+    const bool is_recorded = record_.isEmpty() || recording_.end();
+    if (!output_.flush() || !is_recorded)
         return status_output;
     return conversation.error().isEmpty() ? status : status_input;
 }

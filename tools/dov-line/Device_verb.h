@@ -3,16 +3,20 @@
 #include "Conversation.h"
 #include "Event_format.h"
 #include "Output.h"
+#include "Recording_writer.h"
 #include "Verb.h"
 
-/// What has the host's end of a device: `--device`, `--baudrate`, and the events on standard
-/// output, each at once.
+/// What has the host's end of a device: `--device`, `--baudrate`, `--record`, and the events
+/// on standard output, each at once.
 class Device_verb : public Verb {
 protected:
     Device_verb(const char* name, const char* description);
 
     /// Adds `--json`.
     void add_json();
+
+    /// Adds `--time`, for what shows events.
+    void add_time();
 
     /// Adds an option that takes a whole number in a range; `what` names it in the complaint.
     void add_number(const char* name, const char* unit, const char* meaning, int& number,
@@ -35,10 +39,14 @@ protected:
     bool is_json() const { return json_; }
     bool is_output_gone() const { return output_has_failed_; }
     Output& output() { return output_; }
-    const QString& device() const { return device_; }
 
 private:
+    int record(Conversation& conversation);
+
     QString device_;
+    QString record_;
+    Recording_writer recording_;
+    Time_style style_ = Time_style::relative;
     int baud_ = 115200;
     bool json_ = false;
     Event_format format_;

@@ -11,6 +11,7 @@ Listen_verb::Listen_verb() : Device_verb("listen", "Shows what the controller se
     add_number("count", "number", "Ends after so many.", count_, 1);
     add_number("wait", "ms", "Ends after this time, with status 1 if fewer have come.", wait_ms_,
                0);
+    add_time();
     add_json();
 }
 

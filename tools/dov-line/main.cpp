@@ -3,6 +3,7 @@
 #include "Listen_verb.h"
 #include "Poll_verb.h"
 #include "Read_verb.h"
+#include "Scenario_verb.h"
 #include "Send_verb.h"
 #include "Stats_verb.h"
 #include "Tap_verb.h"
@@ -23,8 +24,9 @@ int main(int count, char** values)
     Poll_verb poll;
     Listen_verb listen;
     Check_verb check;
+    Scenario_verb scenario;
     Tap_verb tap;
-    Verb* const verbs[] = {&read, &stats, &compare, &tap, &send, &poll, &listen, &check};
+    Verb* const verbs[] = {&read, &stats, &compare, &tap, &send, &poll, &listen, &check, &scenario};
     for (Verb* verb : verbs)
         line.add_verb(verb->name(), verb->line());
 

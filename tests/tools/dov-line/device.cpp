@@ -153,6 +153,24 @@ private Q_SLOTS:
         QVERIFY(sent.out.contains(QStringLiteral("controller broken")));
     }
 
+    void what_is_said_is_recorded()
+    {
+        const QString device = start();
+        const QString file = controller_->path(QStringLiteral("recording"));
+        QCOMPARE(run("send", device, "--time absolute 0x11 --record", {file}).status, 0);
+        const auto read = Line_process::run({QStringLiteral("read"), file});
+        QCOMPARE(read.status, 0);
+        QCOMPARE(lines(read.out),
+                 (QStringList{QStringLiteral("#1 host 0x11 hardware version request (answered by "
+                                             "#2"),
+                              QStringLiteral("#2 controller 0x12 hardware version: revision 20 "
+                                             "(answers #1")}));
+        const auto refused = run("send", device, "0x11 --record /nowhere/recording");
+        QCOMPARE(refused.status, 4);
+        QCOMPARE(refused.err,
+                 QStringLiteral("dov-line: /nowhere/recording: No such file or directory\n"));
+    }
+
     void poll_asks_what_the_daemon_asks()
     {
         const auto polled = run("poll", start(), "--json --count 1");

@@ -11,5 +11,6 @@ set(DOV_BUS_SERVICES_DIR "${CMAKE_INSTALL_DATADIR}/dbus-1/system-services" CACHE
   "Services that the system bus starts")
 set(DOV_BUS_INTERFACES_DIR "${CMAKE_INSTALL_DATADIR}/dbus-1/interfaces" CACHE STRING
   "Descriptions of bus interfaces")
+set(DOV_PYTHON_DIR "lib/python3/dist-packages" CACHE STRING "Modules of Python")
 set(DOV_COMPLETION_DIR "${CMAKE_INSTALL_DATADIR}/bash-completion/completions" CACHE STRING
   "Completions for bash")

@@ -6,7 +6,7 @@ install(FILES ${manual}/oem_profile.conf.5 ${manual}/power_manage.conf.5
 
 set(documents "${PROJECT_SOURCE_DIR}/docs")
 install(FILES ${documents}/dbus-api.md ${documents}/integration.md ${documents}/mock.md
-  ${documents}/porting.md ${documents}/protocol.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
+  ${documents}/porting.md ${documents}/protocol.md ${documents}/python.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
 
 set(examples "${CMAKE_CURRENT_SOURCE_DIR}/examples")
 install(FILES systemd/debug.conf.example
@@ -18,6 +18,9 @@ install(FILES ${examples}/clients/CMakeLists.txt ${examples}/clients/client.c
 install(PROGRAMS ${examples}/clients/client.py ${examples}/clients/client.sh
   ${examples}/clients/test_client.py
   DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples/clients COMPONENT development)
+
+file(GLOB programs CONFIGURE_DEPENDS ${examples}/python/*.py)
+install(FILES ${programs} DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples/python COMPONENT python)
 
 if(DOV_TOOLS)
   install(FILES prometheus/dov-dbus.rules.yml

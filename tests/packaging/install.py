@@ -20,6 +20,8 @@ PREFIX = "/opt/terminal"
 INTERFACES = sorted(path.name for path in (SOURCES / "data/interfaces").glob("*.xml"))
 HEADERS = [name.removeprefix("com.quorin.system.").removesuffix(".xml").replace(".", "_") +
            "_proxy.h" for name in INTERFACES]
+MODULES = sorted(path.name for path in (SOURCES / "data/python/dov").glob("*.py"))
+PROGRAMS = sorted(path.name for path in (SOURCES / "data/examples/python").glob("*.py"))
 TOOLS = ["dov-config-check", "dov-controller", "dov-line", "dov-report", "dov-watch"]
 
 # Part of the build, variable of the directory, folder below it, files
@@ -50,14 +52,16 @@ OPTIONAL = {
             "dov-dbus-config.cmake", "dov-dbus-config-version.cmake", "dov-dbus-targets.cmake",
             "dov-dbus-targets-{build_type}.cmake"]),
         ("CMAKE_INSTALL_INCLUDEDIR", "dov-dbus", HEADERS),
+        ("DOV_PYTHON_DIR", "dov", [*MODULES, "py.typed"]),
     ],
     frozenset({"DOV_DOCS"}): [
         ("CMAKE_INSTALL_MANDIR", "man5", ["oem_profile.conf.5", "power_manage.conf.5"]),
         ("CMAKE_INSTALL_MANDIR", "man8", ["dov-dbus.8"]),
         ("CMAKE_INSTALL_DOCDIR", "", ["dbus-api.md", "integration.md", "mock.md", "porting.md",
-                                      "protocol.md"]),
+                                      "protocol.md", "python.md"]),
         ("CMAKE_INSTALL_DOCDIR", "examples", ["debug.conf.example", "oem_profile.conf",
                                               "power_manage.conf"]),
+        ("CMAKE_INSTALL_DOCDIR", "examples/python", PROGRAMS),
         ("CMAKE_INSTALL_DOCDIR", "examples/clients", ["CMakeLists.txt", "client.c", "client.cpp",
                                                       "client.py", "client.sh",
                                                       "test_client.py"]),

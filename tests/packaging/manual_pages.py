@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""The manual pages: well-formed, with the options that the programs have, and an example that holds.
+"""The manual pages: well-formed, with the options of the programs, and an example that holds.
 
     manual_pages.py DIRECTORY DAEMON
 
@@ -18,7 +18,8 @@ from pathlib import Path
 PAGES = Path(__file__).resolve().parents[2] / "data/man"
 TOOLS = ("dov-config-check", "dov-controller", "dov-report", "dov-watch")
 # What has options of its own behind the verb.
-VERBS = {"dov-line": ("read", "stats", "compare", "tap", "send", "poll", "listen", "check", "scenario")}
+VERBS = {"dov-line": ("read", "stats", "compare", "tap", "send", "poll", "listen", "check",
+                      "scenario")}
 # Options of the daemon's that its first usage leaves out, for they are read later.
 DAEMON_OPTIONS = {"--port", "--baudrate"}
 
@@ -70,8 +71,8 @@ def check_options(program: Path, page: Path, further: set[str]) -> None:
 def check_commands(program: Path, page: Path) -> None:
     """Commands and their arguments, and the names of the inputs, which --help has as well."""
     usage = run(str(program), "--help").stdout
-    of_program = set(re.findall(r"^  ([a-z0-9-]+(?: [^ ]+)*?)(?:  +|$)",
-                                usage.partition("\nCommands (")[2].partition("\n\n")[0], re.MULTILINE))
+    commands = usage.partition("\nCommands (")[2].partition("\n\n")[0]
+    of_program = set(re.findall(r"^  ([a-z0-9-]+(?: [^ ]+)*?)(?:  +|$)", commands, re.MULTILINE))
     text = page.read_text().replace("\\*(Ba", "|").partition(".Ss Commands")[2]
     commands, _, inputs = text.partition(".Ss Inputs")
     of_page = {f"{name} {arguments}".strip() for name, arguments in

@@ -69,15 +69,23 @@ class World:
 
     def __exit__(self, *_: object) -> None:
         for child in reversed(self._children):
-            child.terminate()
-            try:
-                child.wait(20)
-            except subprocess.TimeoutExpired:
-                child.kill()
-                child.wait()
+            self._end(child)
+        self._close_line()
+        self._directory.cleanup()
+
+    @staticmethod
+    def _end(child: subprocess.Popen[bytes]) -> None:
+        child.terminate()
+        try:
+            child.wait(20)
+        except subprocess.TimeoutExpired:
+            child.kill()
+            child.wait()
+
+    def _close_line(self) -> None:
         for end in self._line:
             os.close(end)
-        self._directory.cleanup()
+        self._line = ()
 
     def environment(self) -> dict[str, str]:
         return {
@@ -98,6 +106,15 @@ class World:
             if time.monotonic() > end:
                 raise TimeoutError(f"{what} does not start")
             time.sleep(0.05)
+
+    def stop_service(self) -> None:
+        self._end(self._children.pop())
+
+    def start_service(self) -> None:
+        self._start_service()
+
+    def stop_bus(self) -> None:
+        self._end(self._children.pop(0))
 
     def tell(self, message: bytes) -> None:
         """What the controller says, in its frame."""
@@ -138,6 +155,7 @@ class World:
             raise RuntimeError((self.root / "bus.log").read_text())
 
     def _start_service(self) -> None:
+        self._close_line()
         self._line = pty.openpty()
         self._start("the daemon", [self._program, "--port", os.ttyname(self._line[1])])
         self.wait_for("the daemon", self._is_published)

@@ -1,4 +1,4 @@
-"""Runs as a service in the booted sandbox: plays adapter, udev and syslog, and looks at the unit."""
+"""A service in the booted sandbox: plays adapter, udev and syslog, and looks at the unit."""
 from __future__ import annotations
 
 import os

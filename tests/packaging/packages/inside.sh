@@ -32,7 +32,8 @@ rm -f /usr/sbin/policy-rc.d
 # The manual's commands want these.
 mkdir -p /etc/systemd/system /etc/udev/rules.d
 traces >/tmp/before
-dpkg --install dov-dbus_*.deb dov-dbus-tools_*.deb dov-dbus-dev_*.deb dov-dbus-wireshark_*.deb >/tmp/install.log 2>&1 ||
+dpkg --install dov-dbus_*.deb dov-dbus-tools_*.deb dov-dbus-dev_*.deb dov-dbus-wireshark_*.deb \
+    python3-dov_*.deb >/tmp/install.log 2>&1 ||
     fail "$(cat /tmp/install.log)"
 
 getent group dov >/dev/null || fail "no group dov"
@@ -93,6 +94,8 @@ cmake -S /tmp/client -B /tmp/client/build -G Ninja >/tmp/client.log 2>&1 &&
 [ -e "$(pkg-config --variable=objects dov-dbus)" ] ||
     fail "pkg-config does not lead to the catalogue of objects"
 
+/usr/bin/python3 -c 'import dov' || fail "Python does not find its module"
+
 # Another port, by the commands of the manual.
 awk '/^## / { on = /Another port/ } on && /^    / && !/udevadm/' \
     docs/integration.md >/tmp/another-port
@@ -106,7 +109,8 @@ dpkg --install dov-dbus_*.deb >/tmp/upgrade.log 2>&1 || fail "$(cat /tmp/upgrade
 asked_for try-restart || fail "an upgrade does not restart the daemon"
 ! asked_for 'start|restart|stop|enable' || fail "an upgrade does more than restart the daemon"
 
-dpkg --purge dov-dbus-wireshark dov-dbus-dev dov-dbus-tools dov-dbus >/tmp/purge.log 2>&1 || fail "$(cat /tmp/purge.log)"
+dpkg --purge python3-dov dov-dbus-wireshark dov-dbus-dev dov-dbus-tools dov-dbus \
+    >/tmp/purge.log 2>&1 || fail "$(cat /tmp/purge.log)"
 asked_for stop || fail "a removal does not stop the daemon"
 traces >/tmp/after
 diff /tmp/before /tmp/after || fail "the packages leave traces"

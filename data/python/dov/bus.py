@@ -1,0 +1,202 @@
+"""The connection to the message bus: calls, signals, and who owns the service's name."""
+from __future__ import annotations
+
+import asyncio
+from typing import Any, Optional
+
+from dbus_fast import BusType, Message, MessageFlag, MessageType
+from dbus_fast.aio.message_bus import MessageBus
+
+from .errors import Call_failed, No_bus, No_service, Not_allowed
+
+SERVICE = "com.quorin.system"
+PREFIX = "/com/quorin/system/"
+ANSWER_SECONDS = 25.0  # as other libraries of D-Bus wait
+
+_DBUS = "org.freedesktop.DBus"
+_DBUS_PATH = "/org/freedesktop/DBus"
+_ERROR = f"{_DBUS}.Error."
+# A name without an owner, and an owner that leaves with a call unanswered.
+_NO_SERVICE = {_ERROR + name for name in ("ServiceUnknown", "NameHasNoOwner", "NoReply")}
+
+Key = tuple[str, str, str]  # path, interface and member of a signal
+
+
+class Listener:
+    """The signals of one kind since it was made: their arguments, or None for a new owner of the
+    service, whose settings are as at its start."""
+
+    def __init__(self, bus: Bus, key: Key) -> None:
+        self._bus = bus
+        self._key = key
+        self._queue: asyncio.Queue[Optional[list[Any]]] = asyncio.Queue()
+        bus.add(key, self)
+
+    def put(self, arguments: Optional[list[Any]]) -> None:
+        self._queue.put_nowait(arguments)
+
+    async def get(self) -> Optional[list[Any]]:
+        """Raises No_bus when the bus has ended and everything before that was taken."""
+        if self._queue.empty():
+            self._bus.check()
+        arguments = await self._queue.get()
+        if arguments is None:
+            self._bus.check()
+        return arguments
+
+    def clear(self) -> None:
+        """Forgets what has come until now."""
+        while not self._queue.empty():
+            self._queue.get_nowait()
+
+    def close(self) -> None:
+        self._bus.remove(self._key, self)
+
+
+class Bus:
+    """One connection. Its methods are for the thread of the event loop."""
+
+    def __init__(self, address: Optional[str]) -> None:
+        self._address = address
+        self._bus: Optional[MessageBus] = None
+        self._watch: Optional[asyncio.Task[None]] = None
+        self._listeners: dict[Key, set[Listener]] = {}
+        self._owner: Optional[str] = None
+        self._changed = asyncio.Event()  # the owner, or the end of the bus
+
+    @property
+    def owner(self) -> Optional[str]:
+        """The unique name of the service; none while it is not there."""
+        return self._owner
+
+    async def connect(self) -> None:
+        try:
+            bus = (MessageBus(bus_address=self._address) if self._address
+                   else MessageBus(bus_type=BusType.SYSTEM))
+            await bus.connect()
+        except Exception as error:
+            raise No_bus(f"no message bus: {error}") from error
+        self._bus = bus
+        bus.add_message_handler(self._handle)
+        self._watch = asyncio.create_task(self._wait_for_end(bus))
+        self._match("AddMatch", f"type='signal',sender='{_DBUS}',path='{_DBUS_PATH}',"
+                    f"interface='{_DBUS}',member='NameOwnerChanged',arg0='{SERVICE}'")
+        try:
+            self._own(str((await self._send(_DBUS, _DBUS_PATH, _DBUS, "GetNameOwner", "s",
+                                            [SERVICE]))[0]))
+        except No_service:
+            pass
+
+    def close(self) -> None:
+        if self._bus is not None:
+            self._bus.disconnect()
+            self._bus = None
+
+    def check(self) -> None:
+        """Raises No_bus when there is none."""
+        if self._bus is None or not self._bus.connected:
+            raise No_bus("the message bus has ended")
+
+    async def wait_for_service(self) -> None:
+        while self._owner is None:
+            self.check()
+            self._changed.clear()
+            await self._changed.wait()
+
+    async def call(self, path: str, interface: str, member: str, signature: str = "",
+                   *arguments: Any) -> list[Any]:
+        """The outputs of a method of the service."""
+        return await self._send(SERVICE, PREFIX + path, interface, member, signature,
+                                list(arguments))
+
+    def add(self, key: Key, listener: Listener) -> None:
+        listeners = self._listeners.setdefault(key, set())
+        if not listeners:
+            self._match("AddMatch", self._rule(key))
+        listeners.add(listener)
+
+    def remove(self, key: Key, listener: Listener) -> None:
+        listeners = self._listeners.get(key, set())
+        if listener in listeners:
+            listeners.discard(listener)
+            if not listeners:
+                del self._listeners[key]
+                self._match("RemoveMatch", self._rule(key))
+
+    async def _send(self, destination: str, path: str, interface: str, member: str, signature: str,
+                    body: list[Any]) -> list[Any]:
+        self.check()
+        assert self._bus is not None
+        # Calling does not start the service: it switches a terminal off that is not configured.
+        message = Message(destination=destination, path=path, interface=interface, member=member,
+                          signature=signature, body=body, flags=MessageFlag.NO_AUTOSTART)
+        try:
+            answer = await asyncio.wait_for(self._bus.call(message), ANSWER_SECONDS)
+        except asyncio.TimeoutError as error:
+            raise Call_failed(_ERROR + "Timeout", f"no answer to {member}") from error
+        except (EOFError, OSError) as error:
+            raise No_bus(f"the message bus has ended: {error}") from error
+        if answer is None:
+            raise No_bus("the message bus has ended")
+        if answer.message_type is MessageType.ERROR:
+            raise _error(str(answer.error_name), str(answer.body[0] if answer.body else ""))
+        return list(answer.body)
+
+    def _match(self, method: str, rule: str) -> None:
+        """The bus takes it before everything that is sent later."""
+        if self._bus is not None and self._bus.connected:
+            sent = self._bus.send(Message(destination=_DBUS, path=_DBUS_PATH, interface=_DBUS,
+                                          member=method, signature="s", body=[rule],
+                                          flags=MessageFlag.NO_REPLY_EXPECTED))
+            sent.add_done_callback(_ignore)
+
+    @staticmethod
+    def _rule(key: Key) -> str:
+        path, interface, member = key
+        return (f"type='signal',sender='{SERVICE}',path='{PREFIX}{path}',"
+                f"interface='{interface}',member='{member}'")
+
+    def _handle(self, message: Message) -> Optional[bool]:
+        if message.message_type is not MessageType.SIGNAL:
+            return None
+        if message.member == "NameOwnerChanged" and message.sender == _DBUS:
+            self._own(str(message.body[2]) or None)
+        elif message.sender == self._owner and str(message.path).startswith(PREFIX):
+            key = (str(message.path)[len(PREFIX):], str(message.interface), str(message.member))
+            for listener in self._listeners.get(key, set()):
+                listener.put(list(message.body))
+        return None
+
+    def _own(self, owner: Optional[str]) -> None:
+        if owner == self._owner:
+            return
+        self._owner = owner
+        self._changed.set()
+        if owner is not None:
+            self._tell_all(None)
+
+    async def _wait_for_end(self, bus: Any) -> None:
+        try:
+            await bus.wait_for_disconnect()
+        except Exception:  # whatever ended it
+            pass
+        self._owner = None
+        self._changed.set()
+        self._tell_all(None)
+
+    def _tell_all(self, arguments: Optional[list[Any]]) -> None:
+        for listeners in self._listeners.values():
+            for listener in listeners:
+                listener.put(arguments)
+
+
+def _ignore(sent: asyncio.Future[Any]) -> None:
+    """What cannot be sent is heard of as the end of the bus."""
+    if not sent.cancelled():
+        sent.exception()
+
+
+def _error(name: str, text: str) -> Exception:
+    if name == _ERROR + "AccessDenied":
+        return Not_allowed(text)
+    return No_service(text) if name in _NO_SERVICE else Call_failed(name, text)

@@ -33,3 +33,10 @@ echo "install-packages: installing ${missing[*]}" >&2
 "${as_root[@]}" apt-get "${options[@]}" update >&2
 "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
     apt-get "${options[@]}" install -y --no-install-recommends "${missing[@]}" >&2
+
+# Its promtool is wanted; the server itself is to run on nobody's machine unasked.
+case " ${missing[*]} " in
+    *" prometheus "*)
+        [ ! -d /run/systemd/system ] || "${as_root[@]}" systemctl disable --now prometheus >&2
+        ;;
+esac

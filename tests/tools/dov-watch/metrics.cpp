@@ -177,8 +177,9 @@ private Q_SLOTS:
                 values += value.getter != nullptr ? 1 : 0;
         }
         const QString text = samples(model).join(QLatin1Char('\n'));
-        QCOMPARE(text.count(QLatin1String("{object=")), 2 * values);
-        QCOMPARE(samples(model, QStringLiteral("dov_value_age_seconds")).size(), values);
+        QCOMPARE(static_cast<int>(text.count(QLatin1String("{object="))), 2 * values);
+        QCOMPARE(static_cast<int>(samples(model, QStringLiteral("dov_value_age_seconds")).size()),
+                 values);
     }
 
     void the_document_has_every_name()

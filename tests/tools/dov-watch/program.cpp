@@ -263,7 +263,7 @@ private Q_SLOTS:
         QVERIFY(wait_for([this] {
             return QFile::exists(terminal_->root.path(QStringLiteral("nowhere/dov.prom")));
         }));
-        QCOMPARE(watch.errors().count('\n'), 1);
+        QCOMPARE(static_cast<int>(watch.errors().count('\n')), 1);
     }
 
     void no_bus_is_an_error()

@@ -422,7 +422,7 @@ private Q_SLOTS:
         const auto packets = shark_.fields(file.path(), {QStringLiteral("dov.kind"),
                                                          QStringLiteral("dov.unanswered"),
                                                          QStringLiteral("dov.unfinished")});
-        QCOMPARE(packets.size(), 2);
+        QCOMPARE(static_cast<int>(packets.size()), 2);
         QCOMPARE(packets[0][QStringLiteral("dov.unanswered")], QStringList());
         QCOMPARE(packets[1][QStringLiteral("dov.kind")], QStringList());
         QCOMPARE(packets[1][QStringLiteral("dov.unfinished")],

@@ -192,14 +192,14 @@ Verdict layout(Examiner& examiner, const Probe& probe)
 Verdict answered_once(Examiner& examiner)
 {
     constexpr int long_enough_ms = 150;
-    const uchar expected = answer_to(a_request[0]);
+    constexpr uchar expected = answer_to(a_request[0]);
     const std::size_t before = examiner.heard().size();
     if (!examiner.ask(a_request))
         return left_out(QStringLiteral("no answer to look at"));
     examiner.conversation.pass(long_enough_ms);
     const auto count = std::count_if(
         examiner.heard().begin() + static_cast<std::ptrdiff_t>(before), examiner.heard().end(),
-        [expected](const Line_event& event) { return event.is_frame() && event.id() == expected; });
+        [](const Line_event& event) { return event.is_frame() && event.id() == expected; });
     return count == 1 ? Verdict{}
                       : failed(QStringLiteral("%1 came %2 times for one request")
                                    .arg(name_of(expected))

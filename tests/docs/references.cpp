@@ -13,9 +13,9 @@ QStringList documents()
 {
     QStringList names = {QStringLiteral("README.md"), QStringLiteral("CHANGELOG.md"),
                          QStringLiteral("CONTRIBUTING.md")};
-    for (const QString& name :
-         QDir(source_path(QStringLiteral("docs"))).entryList({QStringLiteral("*.md")}))
-        names.append(QStringLiteral("docs/") + name);
+    for (const QString& directory : {QStringLiteral("docs/"), QStringLiteral("docs/measurements/")})
+        for (const QString& name : QDir(source_path(directory)).entryList({QStringLiteral("*.md")}))
+            names.append(directory + name);
     return names;
 }
 
@@ -73,13 +73,31 @@ private Q_SLOTS:
         }
     }
 
+    void named_tests_exist_data() { add_documents(); }
+    void named_tests_exist()
+    {
+        QFETCH(QString, name);
+        static const QRegularExpression test(
+            QStringLiteral("`(docs|faults|functional|unit)\\.(\\w+)`"));
+        for (const QString& line : Document(name).prose()) {
+            auto found = test.globalMatch(line);
+            while (found.hasNext()) {
+                const QStringList parts = found.next().capturedTexts();
+                const QString path = QStringLiteral("tests/%1/%2.cpp").arg(parts[1], parts[2]);
+                QVERIFY2(exists(path), qPrintable(QStringLiteral("%1 names the test %2, and there "
+                                                                 "is no %3")
+                                                      .arg(name, parts[0], path)));
+            }
+        }
+    }
+
     void readme_leads_to_every_document()
     {
         const QString readme =
             Document(QStringLiteral("README.md")).prose().join(QLatin1Char('\n'));
         for (const QString& name : documents()) {
-            if (name.startsWith(QLatin1String("docs/")))
-                QVERIFY2(readme.contains(QLatin1Char('(') + name), qPrintable(name));
+            if (name.startsWith(QLatin1String("docs/")) && name.count(QLatin1Char('/')) == 1)
+                QCOMPARE_CONTAINS(readme, QLatin1Char('(') + name);
         }
     }
 

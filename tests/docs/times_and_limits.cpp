@@ -112,7 +112,7 @@ private Q_SLOTS:
 
     void values_are_those_of_the_constants()
     {
-        QVERIFY(rows_.size() > 20);
+        QCOMPARE_GT(rows_.size(), 20);
         for (const Row& row : std::as_const(rows_)) {
             const auto constants = constants_.value(row.file);
             QVERIFY2(constants.contains(row.constant),

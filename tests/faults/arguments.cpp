@@ -48,8 +48,8 @@ private Q_SLOTS:
         QVERIFY(terminal.wait_until_started());
         const QByteArray name(100000, 'a');
         const QByteArray& text = terminal.daemon.output();
-        QVERIFY(text.contains("Got --" + name + "\n"));
-        QVERIFY(text.contains("Unknown command " + name + "\n"));
+        QCOMPARE_CONTAINS(text, "Got --" + name + "\n");
+        QCOMPARE_CONTAINS(text, "Unknown command " + name + "\n");
         QCOMPARE(text.count("Unknown command \n"), 2);
         QVERIFY(terminal.ends_cleanly());
     }
@@ -60,7 +60,7 @@ private Q_SLOTS:
         start_by("os.execv(program, [program, '', '--port', device])\n", terminal);
         QVERIFY(terminal.daemon.wait_for_end());
         QCOMPARE(terminal.daemon.exit_status(), 0);
-        QVERIFY(terminal.daemon.output().startsWith("Bah\nGot \nGot --port\n"));
+        QCOMPARE_STARTS(terminal.daemon.output(), "Bah\nGot \nGot --port\n");
     }
 
     /// The device is the default then.
@@ -112,7 +112,7 @@ private Q_SLOTS:
         terminal.start();
         QCOMPARE(serial_number(terminal), QStringLiteral("1234\n"));
         terminal.send("1e0bb8");
-        QVERIFY(terminal.daemon.output().contains("3"));
+        QCOMPARE_CONTAINS(terminal.daemon.output(), "3");
         terminal.bus.stop();
         terminal.controller.clear();
         QVERIFY(wait_for([&] { return terminal.controller.has_received("1b"); }));

@@ -154,7 +154,7 @@ private:
             answer(terminal, path, QStringLiteral("org.freedesktop.DBus.Introspectable"),
                    QStringLiteral("Introspect"));
         if (!good || introspection.type() != QDBusMessage::ReplyMessage)
-            qFatal("%s does not answer", qPrintable(path));
+            report::give_up(path.toUtf8() + " does not answer");
         QDomDocument document;
         document.setContent(introspection.arguments().value(0).toString());
         QStringList children;
@@ -174,7 +174,7 @@ private Q_SLOTS:
         QStringList paths = {QStringLiteral("/")};
         for (int i = 0; i < paths.size(); ++i)
             paths += ask_all(terminal, paths[i]);
-        QVERIFY(paths.contains(QStringLiteral("/com/quorin/system/version/kernel")));
+        QCOMPARE_CONTAINS(paths, QStringLiteral("/com/quorin/system/version/kernel"));
         QVERIFY(terminal.ends_cleanly());
     }
 
@@ -290,7 +290,7 @@ private Q_SLOTS:
                 }
             }
         }
-        QVERIFY(!terminal.output().contains("Media changed"));
+        QCOMPARE_LACKS(terminal.output(), "Media changed");
         QVERIFY(terminal.serves());
         QVERIFY(terminal.ends_cleanly());
     }
@@ -326,7 +326,7 @@ private Q_SLOTS:
             call_all(1000);
             QVERIFY(terminal.daemon.wait_for_end());
             QCOMPARE(terminal.daemon.exit_status(), 0);
-            QVERIFY(terminal.daemon.output().endsWith("Quiting\nBUZ cleaning up\n"));
+            QCOMPARE_ENDS(terminal.daemon.output(), "Quiting\nBUZ cleaning up\n");
         }
     }
 

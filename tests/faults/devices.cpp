@@ -82,7 +82,7 @@ private Q_SLOTS:
                 "Src/Dest test failed 78:59 59:78\nGot message  d\n"
                 "Unhandled message default\n");
         };
-        QVERIFY(wait_for([&] { return heard() == 1; }));
+        WAIT_UNTIL(heard(), ==, 1);
         QVERIFY(terminal.serves());
         QVERIFY(terminal.ends_cleanly());
     }

@@ -120,8 +120,8 @@ private Q_SLOTS:
         Terminal terminal;
         start_by("exec \"$0\" --port \"$1\" \"--$(printf 'a\\377\\302')\"", terminal);
         QVERIFY(terminal.wait_until_started());
-        QVERIFY(terminal.daemon.output().contains("\nGot --a\xff\xc2\nDBus\n"));
-        QVERIFY(terminal.daemon.output().contains("Unknown command a\xff\xc2\nUsage: "));
+        QCOMPARE_CONTAINS(terminal.daemon.output(), "\nGot --a\xff\xc2\nDBus\n");
+        QCOMPARE_CONTAINS(terminal.daemon.output(), "Unknown command a\xff\xc2\nUsage: ");
         QVERIFY(terminal.ends_cleanly());
     }
 

@@ -133,7 +133,7 @@ private Q_SLOTS:
                             "<!DOCTYPE power [<!ENTITY a SYSTEM \"" + file + "\">]>" +
                                 configuration({}).toUtf8().replace(">off<", ">&a;<"));
         terminal.start();
-        QVERIFY(terminal.daemon.output().contains("NOT FOUND Text: \n"));
+        QCOMPARE_CONTAINS(terminal.daemon.output(), "NOT FOUND Text: \n");
         QCOMPARE(terminal.log.lines().filter(QStringLiteral("PWR:on=F")), QStringList());
         QVERIFY(terminal.ends_cleanly());
     }
@@ -164,10 +164,10 @@ private Q_SLOTS:
         clock.start();
         terminal.call(QStringLiteral("media"), QStringLiteral("media_changed"), {tmp});
         const qint64 with_signals = clock.restart();
-        QVERIFY(wait_for([&] { return media_signals(terminal) == count; }));
+        WAIT_UNTIL(media_signals(terminal), ==, count);
         clock.start();
         terminal.call(QStringLiteral("media"), QStringLiteral("media_changed"), {tmp});
-        QVERIFY(clock.elapsed() < with_signals); // compared each with each: twice as long
+        QCOMPARE_LT(clock.elapsed(), with_signals); // compared each with each: twice as long
         QVERIFY(terminal.ends_cleanly());
     }
 
@@ -177,7 +177,7 @@ private Q_SLOTS:
         terminal.root.remove(QStringLiteral("media"));
         terminal.root.write(QStringLiteral("media"), "usb0");
         terminal.start();
-        QVERIFY(terminal.daemon.output().contains("Media changed "));
+        QCOMPARE_CONTAINS(terminal.daemon.output(), "Media changed ");
         QVERIFY(terminal.ends_cleanly());
     }
 
@@ -226,7 +226,7 @@ private Q_SLOTS:
                                         {QString::fromUtf8(media + "usb-\xc3\xbc"), true}};
         QVERIFY(wait_for([&] { return terminal.daemon.output().contains("Media changed "); }));
         terminal.settle();
-        QVERIFY(terminal.seen_signals().contains(added));
+        QCOMPARE_CONTAINS(terminal.seen_signals(), added);
         QVERIFY(terminal.ends_cleanly());
     }
 

@@ -80,7 +80,7 @@ private Q_SLOTS:
         QElapsedTimer since;
         since.start();
         QVERIFY(wait_for([&] { return since.elapsed() > 1000; })); // three are given up
-        QVERIFY(terminal.controller.received().isEmpty());
+        QCOMPARE_EMPTY(terminal.controller.received());
         QCOMPARE(tcflow(line, TCOON), 0);
         ::close(line);
         QVERIFY(wait_for([&] { return terminal.controller.has_received("0d14"); }));
@@ -203,7 +203,7 @@ private Q_SLOTS:
             return handled;
         };
         for (int before = 0; before < frames; before = handled)
-            QVERIFY(wait_for([&] { return count() > before; }));
+            WAIT_UNTIL(count(), >, before);
         QCOMPARE(handled, frames);
         QCOMPARE(terminal.get(QStringLiteral("device/io/input/frequency/0"),
                               QStringLiteral("get_value")),
@@ -244,7 +244,7 @@ private Q_SLOTS:
         for (const char* wrong : {"28", "29", "2b", "00", "ff"})
             terminal.controller.send(QByteArray::fromHex(wrong));
         QVERIFY(wait_for([&] { return terminal.controller.has_received("0d02"); }));
-        QVERIFY(since.elapsed() >= 300);
+        QCOMPARE_GE(since.elapsed(), 300);
     }
 
     /// Every request is written once, 300 ms apart, and nothing piles up or is repeated.
@@ -254,10 +254,10 @@ private Q_SLOTS:
         terminal.controller.set_silent(true);
         const qint64 launched = terminal.controller.now();
         terminal.start();
-        QVERIFY(wait_for([&] { return terminal.controller.requests().size() >= 12; }));
+        WAIT_UNTIL(terminal.controller.requests().size(), >=, 12);
         const auto& requests = terminal.controller.requests();
         for (int i = 1; i < 12; ++i)
-            QVERIFY(requests[i].msecs - launched >= i * 300);
+            QCOMPARE_GE(requests[i].msecs - launched, i * 300);
         QVERIFY(terminal.serves());
         QVERIFY(terminal.ends_cleanly());
     }

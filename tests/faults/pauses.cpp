@@ -77,7 +77,7 @@ private Q_SLOTS:
         QVERIFY(wait_for(
             [&] { return terminal.daemon.output().count("Got message 10\n") == messages; }));
         terminal.bus.signal(SIGCONT);
-        QVERIFY(wait_for([&] { return changes(terminal) == messages; }));
+        WAIT_UNTIL(changes(terminal), ==, messages);
         QVERIFY(terminal.ends_cleanly());
     }
 
@@ -90,7 +90,7 @@ private Q_SLOTS:
         QVERIFY(wait_for([&] {
             return terminal.log.lines().contains(QLatin1String("Timeout for sleep is 100"));
         }));
-        QVERIFY(terminal.controller.requests().isEmpty());
+        QCOMPARE_EMPTY(terminal.controller.requests());
         terminal.bus.signal(SIGCONT);
         QVERIFY(terminal.wait_until_started());
         QVERIFY(terminal.ends_cleanly());
@@ -131,12 +131,12 @@ private Q_SLOTS:
         Bound_process client;
         client.start(QStringLiteral("dbus-monitor"),
                      {QStringLiteral("--address"), terminal.bus.address()});
-        QVERIFY(wait_for([&] { return client.bytesAvailable() > 0; }));
+        WAIT_UNTIL(client.bytesAvailable(), >, 0);
         terminal.start();
         terminal.clear();
         ::kill(static_cast<pid_t>(client.processId()), SIGSTOP);
         send_changes(terminal, messages);
-        QVERIFY(wait_for([&] { return changes(terminal) == messages; }));
+        WAIT_UNTIL(changes(terminal), ==, messages);
         QVERIFY(!terminal.get(QStringLiteral("device/io/input/digital/0"), QStringLiteral("is_on"))
                      .toBool());
         client.kill();

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <csignal>
+#include <optional>
 
 class Process_faults : public QObject {
     Q_OBJECT
@@ -53,7 +54,7 @@ private Q_SLOTS:
         QVERIFY(terminal.wait_until_started());
         terminal.controller.hang_up();
         QVERIFY(terminal.daemon.wait_for_end());
-        QVERIFY(terminal.daemon.output().contains("\nQuit signal got 1\n"));
+        QCOMPARE_CONTAINS(terminal.daemon.output(), "\nQuit signal got 1\n");
         QVERIFY(terminal.has_ended_once());
     }
 
@@ -113,7 +114,7 @@ private Q_SLOTS:
         terminal.daemon.set_environment(QStringLiteral("DOV_CLOCK_S"), seconds);
         terminal.start();
         terminal.send("1e0bb8");
-        QVERIFY(terminal.daemon.output().contains("Got message 1e\n"));
+        QCOMPARE_CONTAINS(terminal.daemon.output(), "Got message 1e\n");
         QVERIFY(terminal.ends_cleanly());
 #endif
     }
@@ -130,10 +131,9 @@ private Q_SLOTS:
         terminal.start();
         terminal.controller.clear();
         // A busy machine may notice a request late, so once is enough.
-        QVERIFY2(wait_for([&] { return longest_answer_time(terminal.controller) > 250; }),
-                 "the poll's first request has no answer, and the next does not wait for it");
-        QVERIFY2(wait_for([&] { return longest_poll_period(terminal.controller) > 2500; }),
-                 "polls follow each other sooner than every 3 s");
+        // The poll's first request has no answer, and the next waits for it.
+        WAIT_UNTIL(longest_answer_time(terminal.controller), >, 250);
+        WAIT_UNTIL(longest_poll_period(terminal.controller), >, 2500);
         QVERIFY(terminal.ends_cleanly());
 #endif
     }

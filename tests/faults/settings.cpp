@@ -148,7 +148,7 @@ private Q_SLOTS:
         QVERIFY(QFile::link(terminal.controller.device(), is_link ? target : device));
         QVERIFY(terminal.serves());
         QVERIFY(terminal.ends_cleanly());
-        QVERIFY(terminal.controller.requests().isEmpty());
+        QCOMPARE_EMPTY(terminal.controller.requests());
     }
 
     /// The daemon keeps the line that it has opened; started anew, it takes the other.
@@ -166,7 +166,7 @@ private Q_SLOTS:
         QVERIFY(QFile::link(terminal.controller.device(), device));
         QVERIFY(terminal.serves());
         QVERIFY(terminal.ends_cleanly());
-        QVERIFY(terminal.controller.requests().isEmpty());
+        QCOMPARE_EMPTY(terminal.controller.requests());
         terminal.log.clear();
         Daemon_process second;
         second.start(terminal.root.path(), terminal.bus.address(), arguments);

@@ -116,7 +116,7 @@ private Q_SLOTS:
         QVERIFY(terminal.ends_cleanly());
         QFile text(terminal.root.path(QStringLiteral("text")));
         QVERIFY(text.open(QIODevice::ReadOnly));
-        QVERIFY(text.readAll().startsWith("Bah\n"));
+        QCOMPARE_STARTS(text.readAll(), "Bah\n");
     }
 
     /// The text waits for who would read it; the end does not. How much room is left when the

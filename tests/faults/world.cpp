@@ -66,7 +66,7 @@ private Q_SLOTS:
         terminal.root.make_directory(QStringLiteral("media/usb0"));
         terminal.start();
         terminal.root.remove(QStringLiteral("media"));
-        QVERIFY(wait_for([&] { return media_signals(terminal) >= 1; }));
+        WAIT_UNTIL(media_signals(terminal), >=, 1);
         terminal.root.make_directory(QStringLiteral("media/usb1"));
         const QString media = terminal.root.path(QStringLiteral("media")) + QLatin1Char('/');
         terminal.call(QStringLiteral("media"), QStringLiteral("media_changed"), {media});
@@ -74,7 +74,7 @@ private Q_SLOTS:
         const Terminal::Signal added = {QStringLiteral("media"),
                                         QStringLiteral("connection"),
                                         {media + QStringLiteral("usb1"), true}};
-        QVERIFY(terminal.seen_signals().contains(added));
+        QCOMPARE_CONTAINS(terminal.seen_signals(), added);
         QVERIFY(terminal.ends_cleanly());
     }
 
@@ -88,7 +88,7 @@ private Q_SLOTS:
             QVERIFY(tmp.mkdir(QStringLiteral("usb%1").arg(i)));
         terminal.call(QStringLiteral("media"), QStringLiteral("media_changed"),
                       {tmp.path() + QLatin1Char('/')});
-        QVERIFY(wait_for([&] { return media_signals(terminal) == count; }));
+        WAIT_UNTIL(media_signals(terminal), ==, count);
         QVERIFY(terminal.ends_cleanly());
     }
 
@@ -101,7 +101,7 @@ private Q_SLOTS:
         const QByteArray odd = media + "/usb\xff\n";
         QCOMPARE(::mkdir(odd.constData(), 0700), 0);
         QCOMPARE(::mkdir((media + "/usb1").constData(), 0700), 0);
-        QVERIFY(wait_for([&] { return media_signals(terminal) == 1; }));
+        WAIT_UNTIL(media_signals(terminal), ==, 1);
         terminal.settle();
         QCOMPARE(media_signals(terminal), 1);
         QVERIFY(terminal.ends_cleanly());
@@ -205,7 +205,7 @@ private Q_SLOTS:
             return text.contains("Periodic\n");
         };
         QVERIFY(wait_for(read_some));
-        QVERIFY(text.startsWith("Bah\nGot --port\n"));
+        QCOMPARE_STARTS(text, "Bah\nGot --port\n");
         QCOMPARE(text.count("Path: "), 74);
         // From here on nobody reads.
         for (int i = 0; i < 500; ++i)

@@ -171,7 +171,7 @@ private Q_SLOTS:
         terminal().controller.send(hex("0d"));
         QVERIFY(
             wait_for([this] { return terminal().daemon.output().contains("Got message  d\n"); }));
-        QVERIFY(terminal().daemon.output().contains("Got message 1c\n"));
+        QCOMPARE_CONTAINS(terminal().daemon.output(), "Got message 1c\n");
         QVERIFY(!came_early("0d07", asked));
         terminal().controller.send(hex("0e"));
         QVERIFY(wait_for([this] { return terminal().controller.has_received("0d07"); }));

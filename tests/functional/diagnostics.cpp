@@ -70,7 +70,7 @@ private:
             terminal.controller.send(QByteArray::fromHex(message));
         terminal.controller.send(QByteArray::fromHex("280303030303"));
         if (!started || !has_come(last))
-            qFatal("the texts do not come");
+            report::give_up("the texts do not come");
         return seen;
     }
 
@@ -117,11 +117,11 @@ private Q_SLOTS:
     {
         QFETCH(int, stream);
         const QList<QByteArray> writes = writes_to(stream);
-        QVERIFY(writes.size() <= writes.join().count('\n'));
+        QCOMPARE_LE(writes.size(), writes.join().count('\n'));
         for (const QByteArray& text : writes) {
             // Long texts leave in the pieces that a pipe takes at once.
             if (text.size() < PIPE_BUF)
-                QVERIFY2(text.endsWith('\n'), text.constData());
+                QCOMPARE_ENDS(text, '\n');
         }
     }
 
@@ -139,10 +139,10 @@ private Q_SLOTS:
         terminal.send("1e09c4");
         terminal.send("32fe");
         const QByteArray text = terminal.output();
-        QVERIFY(text.contains("BUZ volume set to 1234.500000\n"));
-        QVERIFY(text.contains("ARAW: 1E09C40000000000: 2.500\n"));
-        QVERIFY(text.contains(": 100.000\n"));
-        QVERIFY(terminal.errors().contains("Updated val=2.5 "));
+        QCOMPARE_CONTAINS(text, "BUZ volume set to 1234.500000\n");
+        QCOMPARE_CONTAINS(text, "ARAW: 1E09C40000000000: 2.500\n");
+        QCOMPARE_CONTAINS(text, ": 100.000\n");
+        QCOMPARE_CONTAINS(terminal.errors(), "Updated val=2.5 ");
     }
 
     void numbers_in_the_log_are_plain()
@@ -153,12 +153,12 @@ private Q_SLOTS:
                             "</param></state><state name=\"sleep\"><param name=\"timeout\">-5"
                             "</param></state></power>");
         terminal.start();
-        QVERIFY(
-            terminal.log.lines().contains(QLatin1String("Timeout for low-power is 2147483647")));
-        QVERIFY(terminal.log.lines().contains(QLatin1String("Timeout for sleep is -5")));
+        QCOMPARE_CONTAINS(terminal.log.lines(),
+                          QLatin1String("Timeout for low-power is 2147483647"));
+        QCOMPARE_CONTAINS(terminal.log.lines(), QLatin1String("Timeout for sleep is -5"));
         for (const QString& datagram : terminal.log.datagrams()) {
-            QVERIFY2(datagram.startsWith(QLatin1String("<30>orb-dbus: ")), qPrintable(datagram));
-            QVERIFY2(datagram.endsWith(QLatin1Char('\n')), qPrintable(datagram));
+            QCOMPARE_STARTS(datagram, QLatin1String("<30>orb-dbus: "));
+            QCOMPARE_ENDS(datagram, QLatin1Char('\n'));
             QCOMPARE(datagram.count(QLatin1Char('\n')), 1);
         }
     }

@@ -127,13 +127,13 @@ private Q_SLOTS:
                                                  "Changed id=\x10 len=8\n"));
         terminal().clear();
         terminal().send("1008");
-        QVERIFY(terminal().errors().endsWith("UnChanged id=\x10 dio=3 val=1\n"));
+        QCOMPARE_ENDS(terminal().errors(), "UnChanged id=\x10 dio=3 val=1\n");
         terminal().clear();
         terminal().send("3608");
-        QVERIFY(!terminal().errors().contains("Changed id="));
+        QCOMPARE_LACKS(terminal().errors(), "Changed id=");
         terminal().clear();
         terminal().send("3600");
-        QVERIFY(terminal().errors().startsWith("Changed id=6 len=8\n"));
+        QCOMPARE_STARTS(terminal().errors(), "Changed id=6 len=8\n");
     }
 
     void first_positive_value_is_reported_and_no_other()
@@ -146,7 +146,7 @@ private Q_SLOTS:
         QCOMPARE(number(analog_, "get_value"), 60.0);
         QCOMPARE(terminal().errors(), QByteArray("Updated val=0 !Changed\nUpdated val=5 Changed\n"
                                                  "Updated val=60 !Changed\n"));
-        QVERIFY(terminal().output().contains("ARAW: 1E13880000000000: 5.000\n"));
+        QCOMPARE_CONTAINS(terminal().output(), "ARAW: 1E13880000000000: 5.000\n");
     }
 
     void change_has_to_exceed_the_hysteresis()
@@ -212,7 +212,7 @@ private Q_SLOTS:
         QCOMPARE(time_out(), 0U);
         set(path, "set_time_out", 1U);
         QCOMPARE(time_out(), 130U);
-        QVERIFY(wait_for([&] { return signals_of(path).size() >= 3; }));
+        WAIT_UNTIL(signals_of(path).size(), >=, 3);
         QCOMPARE(signals_of(path)[0],
                  (Terminal::Signal{path, QStringLiteral("val_changed"), {-1000000.0, true}}));
         set(path, "set_time_out", 4294967295U);
@@ -252,7 +252,7 @@ private Q_SLOTS:
         QCOMPARE(number(path, "get_value"), 100.0);
         terminal().send("200001");
         QCOMPARE(number(path, "get_value"), 0.001 * 100 / 4.995);
-        QVERIFY(terminal().output().endsWith("LRAW: 2000010000000000: 0.001\n"));
+        QCOMPARE_ENDS(terminal().output(), "LRAW: 2000010000000000: 0.001\n");
     }
 
     void temperatures_are_signed()
@@ -271,7 +271,7 @@ private Q_SLOTS:
         set(analog_, "set_max_value", qQNaN());
         send_analog(1000);
         send_analog(60000);
-        QVERIFY(signals_of(analog_).isEmpty());
+        QCOMPARE_EMPTY(signals_of(analog_));
         QVERIFY(qIsNaN(number(analog_, "get_hysteresis")));
     }
 };

@@ -21,7 +21,7 @@ private:
     {
         terminal.daemon.start(terminal.root.path(), terminal.bus.address(), arguments);
         if (!terminal.daemon.wait_for_end())
-            qFatal("the program does not end");
+            report::give_up("the program does not end");
         return terminal.daemon.output();
     }
 
@@ -61,7 +61,7 @@ private Q_SLOTS:
                                   "    --simulate  Simulate PIC\n"
                                   "    --help      This help\n"));
         QCOMPARE(terminal.daemon.exit_status(), 0);
-        QVERIFY(terminal.log.datagrams().isEmpty());
+        QCOMPARE_EMPTY(terminal.log.datagrams());
     }
 
     void help_keeps_the_simulator_from_starting()
@@ -69,8 +69,8 @@ private Q_SLOTS:
         Terminal terminal;
         const QByteArray text =
             run(terminal, {QStringLiteral("--simulate"), QStringLiteral("--help")});
-        QVERIFY(text.startsWith("Bah\nGot --simulate\nGot --help\nUsage: --help "));
-        QVERIFY(!text.contains("Simulate\n"));
+        QCOMPARE_STARTS(text, "Bah\nGot --simulate\nGot --help\nUsage: --help ");
+        QCOMPARE_LACKS(text, "Simulate\n");
         QCOMPARE(terminal.daemon.exit_status(), 0);
     }
 
@@ -80,9 +80,9 @@ private Q_SLOTS:
         const QByteArray text =
             run(terminal, {QStringLiteral("--simulateX"), QStringLiteral("--helpX"),
                            QStringLiteral("word"), QStringLiteral("word")});
-        QVERIFY(text.startsWith("Bah\nGot --simulateX\nGot --helpX\nGot word\nGot word\nDBus\n"));
-        QVERIFY(text.contains("Unknown command simulateX\nUsage: "));
-        QVERIFY(text.contains("Unknown command helpX\nUsage: "));
+        QCOMPARE_STARTS(text, "Bah\nGot --simulateX\nGot --helpX\nGot word\nGot word\nDBus\n");
+        QCOMPARE_CONTAINS(text, "Unknown command simulateX\nUsage: ");
+        QCOMPARE_CONTAINS(text, "Unknown command helpX\nUsage: ");
     }
 
     void refused_start_data()
@@ -115,14 +115,14 @@ private Q_SLOTS:
         const QByteArray text = run(terminal, arguments);
         // The configuration has been read by then.
         QCOMPARE(text.left(text.indexOf("DBus\n") + 5), expected + "DBus\n");
-        QVERIFY(!text.contains("Periodic"));
+        QCOMPARE_LACKS(text, "Periodic");
         QCOMPARE(terminal.daemon.exit_status(), 0);
         QCOMPARE(terminal.log.lines(), configuration_lines());
-        QVERIFY(terminal.root.systemctl_calls().isEmpty());
+        QCOMPARE_EMPTY(terminal.root.systemctl_calls());
         // What the bus has told before this answer has arrived with it.
         QVERIFY(!terminal.connection().interface()->isServiceRegistered(service));
         QCoreApplication::processEvents();
-        QVERIFY(registered.isEmpty());
+        QCOMPARE_EMPTY(registered);
     }
 
     void one_dash_options_and_unknown_ones_print_the_usage_and_start_goes_on()
@@ -131,10 +131,10 @@ private Q_SLOTS:
         terminal.start({QStringLiteral("-help"), QStringLiteral("--debug")});
         const QByteArray usage = daemon_usage(Daemon_process::test_program());
         const QByteArray text = terminal.daemon.output();
-        QVERIFY(text.startsWith("Bah\nGot --port\n"));
-        QVERIFY(text.contains("Got -help\nGot --debug\nDBus\n"));
+        QCOMPARE_STARTS(text, "Bah\nGot --port\n");
+        QCOMPARE_CONTAINS(text, "Got -help\nGot --debug\nDBus\n");
         // Behind what the configuration does not say.
-        QVERIFY(text.contains("NOT FOUND Text: \n" + usage + "Unknown command debug\n" + usage));
+        QCOMPARE_CONTAINS(text, "NOT FOUND Text: \n" + usage + "Unknown command debug\n" + usage);
     }
 
     void default_port_and_service_name()
@@ -144,7 +144,7 @@ private Q_SLOTS:
                             terminal.root.path(QStringLiteral("dev/ttyUSB0"))));
         terminal.daemon.start(terminal.root.path(), terminal.bus.address(), {});
         QVERIFY(terminal.wait_until_started());
-        QVERIFY(terminal.daemon.output().startsWith("Bah\nDBus\n"));
+        QCOMPARE_STARTS(terminal.daemon.output(), "Bah\nDBus\n");
         QVERIFY(wait_for([&] { return terminal.controller.has_received("350200"); }));
         QVERIFY(terminal.connection().interface()->isServiceRegistered(
             QStringLiteral("com.quorin.system")));
@@ -165,7 +165,7 @@ private Q_SLOTS:
         terminal.daemon.signal(SIGTERM);
         QVERIFY(terminal.daemon.wait_for_end());
         QCOMPARE(terminal.daemon.exit_status(), 0);
-        QVERIFY(terminal.controller.requests().isEmpty());
+        QCOMPARE_EMPTY(terminal.controller.requests());
     }
 
     void log_of_a_start_and_an_end()
@@ -174,8 +174,8 @@ private Q_SLOTS:
         terminal.root.write(QStringLiteral("etc/oem_profile.conf"),
                             "<profile><code>3</code></profile>");
         terminal.start();
-        QVERIFY(terminal.log.datagrams().first().startsWith(
-            QLatin1String("<30>orb-dbus: ===============")));
+        QCOMPARE_STARTS(terminal.log.datagrams().first(),
+                        QLatin1String("<30>orb-dbus: ==============="));
         const QString owner =
             terminal.connection().interface()->serviceOwner(QStringLiteral("com.quorin.system"));
         QStringList expected = configuration_lines();
@@ -191,7 +191,7 @@ private Q_SLOTS:
         QCOMPARE(lines.mid(0, 5) + lines.mid(18, 5), expected);
         terminal.daemon.signal(SIGTERM);
         QVERIFY(terminal.daemon.wait_for_end());
-        QVERIFY(wait_for([&] { return exit_lines(terminal) == 1; }));
+        WAIT_UNTIL(exit_lines(terminal), ==, 1);
         QCOMPARE(terminal.log.lines().last(),
                  QStringLiteral("=============== Exiting ================="));
     }
@@ -212,9 +212,9 @@ private Q_SLOTS:
         terminal.daemon.signal(number);
         QVERIFY(terminal.daemon.wait_for_end());
         QCOMPARE(terminal.daemon.exit_status(), 0);
-        QVERIFY(terminal.daemon.output().endsWith(
-            "\nQuit signal got " + QByteArray::number(number) + "\nQuiting\nBUZ cleaning up\n"));
-        QVERIFY(wait_for([&] { return exit_lines(terminal) == 1; }));
+        QCOMPARE_ENDS(terminal.daemon.output(), "\nQuit signal got " + QByteArray::number(number) +
+                                                    "\nQuiting\nBUZ cleaning up\n");
+        WAIT_UNTIL(exit_lines(terminal), ==, 1);
         QVERIFY(wait_for([&] {
             return terminal.controller.received().endsWith(
                 QByteArray::fromHex("18ef785935000000000000000d"));
@@ -231,7 +231,7 @@ private Q_SLOTS:
         terminal.daemon.signal(SIGINT);
         QVERIFY(terminal.daemon.wait_for_end());
         QCOMPARE(terminal.daemon.exit_status(), 0);
-        QVERIFY(wait_for([&] { return exit_lines(terminal) == 1; }));
+        WAIT_UNTIL(exit_lines(terminal), ==, 1);
         QCOMPARE(terminal.daemon.output().count("Quiting\n"), 1);
     }
 
@@ -245,9 +245,9 @@ private Q_SLOTS:
         QVERIFY(terminal.daemon.wait_for_end());
         QCOMPARE(terminal.daemon.exit_status(), 0);
         const QByteArray text = terminal.daemon.output();
-        QVERIFY(text.indexOf("Periodic\n") > 0);
-        QVERIFY(text.indexOf("Quit signal got 1\n") > text.indexOf("Periodic\n"));
-        QVERIFY(wait_for([&] { return exit_lines(terminal) == 1; }));
+        QCOMPARE_GT(text.indexOf("Periodic\n"), 0);
+        QCOMPARE_GT(text.indexOf("Quit signal got 1\n"), text.indexOf("Periodic\n"));
+        WAIT_UNTIL(exit_lines(terminal), ==, 1);
     }
 
     void signals_at_random_moments()
@@ -262,7 +262,7 @@ private Q_SLOTS:
             terminal.daemon.signal(number);
             QVERIFY(terminal.daemon.wait_for_end());
             QCOMPARE(terminal.daemon.exit_status(), 0);
-            QVERIFY(wait_for([&] { return exit_lines(terminal) == 1; }));
+            WAIT_UNTIL(exit_lines(terminal), ==, 1);
         }
     }
 
@@ -277,7 +277,7 @@ private Q_SLOTS:
         terminal.daemon.signal(SIGTERM);
         QVERIFY(terminal.daemon.wait_for_end());
         QCOMPARE(terminal.daemon.exit_status(), 0);
-        QVERIFY(wait_for([&] { return exit_lines(terminal) == 1; }));
+        WAIT_UNTIL(exit_lines(terminal), ==, 1);
     }
 
     void broken_output_pipe_does_not_end_it()
@@ -297,7 +297,7 @@ private Q_SLOTS:
         const uint pid =
             terminal.connection().interface()->servicePid(QStringLiteral("com.quorin.system"));
         ::kill(static_cast<pid_t>(pid), SIGTERM);
-        QVERIFY(wait_for([&] { return exit_lines(terminal) == 1; }));
+        WAIT_UNTIL(exit_lines(terminal), ==, 1);
         QVERIFY(terminal.daemon.wait_for_end());
     }
 

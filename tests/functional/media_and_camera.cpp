@@ -39,7 +39,7 @@ private:
     /// Waits until the signals of the media are these, and settles.
     void expect_signals(const QList<Terminal::Signal>& expected)
     {
-        QVERIFY(wait_for([&] { return media_signals().size() >= expected.size(); }));
+        WAIT_UNTIL(media_signals().size(), >=, expected.size());
         terminal().settle();
         QCOMPARE(media_signals(), expected);
     }
@@ -58,8 +58,8 @@ private Q_SLOTS:
     {
         make("usb0");
         terminal().start();
-        QVERIFY(terminal().output().contains("Media changed " + directory().toUtf8() +
-                                             "\nAdded usb0\nCurrent usb0\n"));
+        QCOMPARE_CONTAINS(terminal().output(),
+                          "Media changed " + directory().toUtf8() + "\nAdded usb0\nCurrent usb0\n");
         expect_signals({connection("usb0", true)});
     }
 
@@ -74,11 +74,11 @@ private Q_SLOTS:
         QCOMPARE(mkfifo((directory() + QStringLiteral("usb-pipe")).toUtf8().constData(), 0600), 0);
         rescan();
         terminal().settle();
-        QVERIFY(terminal().seen_signals().isEmpty());
+        QCOMPARE_EMPTY(terminal().seen_signals());
         const QByteArray text = terminal().output();
-        QVERIFY(text.contains("Media changed " + directory().toUtf8() + "\nCurrent usb1\n"));
-        QVERIFY(!text.contains("Added"));
-        QVERIFY(!text.contains("Current data"));
+        QCOMPARE_CONTAINS(text, "Media changed " + directory().toUtf8() + "\nCurrent usb1\n");
+        QCOMPARE_LACKS(text, "Added");
+        QCOMPARE_LACKS(text, "Current data");
     }
 
     void files_and_directories_are_media_sorted_without_case()
@@ -91,13 +91,14 @@ private Q_SLOTS:
         QDir(terminal().root.path()).rename(QStringLiteral("media"), QStringLiteral("old"));
         QDir(terminal().root.path()).rename(QStringLiteral("tmp"), QStringLiteral("media"));
         rescan();
-        QVERIFY(wait_for([this] { return terminal().seen_signals().size() >= 3; }));
+        WAIT_UNTIL(terminal().seen_signals().size(), >=, 3);
         terminal().settle();
         QCOMPARE(terminal().seen_signals(),
                  (QList<Terminal::Signal>{connection("usba", true), connection("usbB", true),
                                           connection("usbC", true)}));
-        QVERIFY(terminal().output().contains(
-            "Added usba\nAdded usbB\nAdded usbC\nCurrent usba\nCurrent usbB\nCurrent usbC\n"));
+        QCOMPARE_CONTAINS(
+            terminal().output(),
+            "Added usba\nAdded usbB\nAdded usbC\nCurrent usba\nCurrent usbB\nCurrent usbC\n");
     }
 
     void removal_comes_before_addition()
@@ -108,9 +109,9 @@ private Q_SLOTS:
         QVERIFY(QDir(directory()).rename(QStringLiteral("usb0"), QStringLiteral("usb0a")));
         expect_signals({connection("usb0", false), connection("usb0a", true)});
         const QByteArray text = terminal().output();
-        QVERIFY(text.contains("Removed usb0\n"));
-        QVERIFY(text.indexOf("Removed usb0\n") < text.indexOf("Added usb0a\n"));
-        QVERIFY(text.contains("Current usb0a\n"));
+        QCOMPARE_CONTAINS(text, "Removed usb0\n");
+        QCOMPARE_LT(text.indexOf("Removed usb0\n"), text.indexOf("Added usb0a\n"));
+        QCOMPARE_CONTAINS(text, "Current usb0a\n");
     }
 
     void names_that_differ_in_case_are_different_media()
@@ -156,8 +157,8 @@ private Q_SLOTS:
             const Terminal::Signal added = {QStringLiteral("media"),
                                             QStringLiteral("connection"),
                                             {directory() + QString::fromUtf8(name), true}};
-            QVERIFY2(media_signals().contains(added), name);
-            QVERIFY2(text.contains("Added " + name + "\n"), name);
+            QCOMPARE_CONTAINS(media_signals(), added);
+            QCOMPARE_CONTAINS(text, "Added " + name + "\n");
         }
     }
 
@@ -218,12 +219,13 @@ private Q_SLOTS:
     {
         terminal().root.remove(QStringLiteral("media"));
         terminal().start();
-        QVERIFY(terminal().output().contains("Media changed " + directory().toUtf8() + "\nPath: "));
+        QCOMPARE_CONTAINS(terminal().output(),
+                          "Media changed " + directory().toUtf8() + "\nPath: ");
         terminal().clear();
         terminal().root.make_directory(QStringLiteral("media/usb0"));
         terminal().settle();
-        QVERIFY(terminal().seen_signals().isEmpty());
-        QVERIFY(!terminal().errors().contains("QFileSystemWatcher"));
+        QCOMPARE_EMPTY(terminal().seen_signals());
+        QCOMPARE_LACKS(terminal().errors(), "QFileSystemWatcher");
     }
 
     void camera_takes_every_call_and_does_nothing()
@@ -243,13 +245,13 @@ private Q_SLOTS:
         for (const auto& each : calls) {
             const QDBusMessage reply = terminal().call(path, each.first, each.second);
             QCOMPARE(reply.type(), QDBusMessage::ReplyMessage);
-            QVERIFY(reply.arguments().isEmpty());
+            QCOMPARE_EMPTY(reply.arguments());
         }
         QCOMPARE(terminal().get(path, QStringLiteral("is_connected")), QVariant(false));
         terminal().settle();
-        QVERIFY(terminal().output().isEmpty());
-        QVERIFY(terminal().seen_signals().isEmpty());
-        QVERIFY(terminal().requests().isEmpty());
+        QCOMPARE_EMPTY(terminal().output());
+        QCOMPARE_EMPTY(terminal().seen_signals());
+        QCOMPARE_EMPTY(terminal().requests());
     }
 };
 

@@ -240,7 +240,7 @@ private Q_SLOTS:
             first = "Media changed " + other.toUtf8() + '\n';
             gate_.close_but_for(static_cast<int>(first.size()));
             terminal().connection().send(scan);
-            QVERIFY(wait_for([this] { return gate_.arrived() > 0; }));
+            WAIT_UNTIL(gate_.arrived(), >, 0);
             if (gate_.arrived() != first.size())
                 QVERIFY(wait_for([&] { return gate_.drain().contains("Current usb"); }));
         }

@@ -101,7 +101,7 @@ private Q_SLOTS:
         call(output(0), "enable");
         QVERIFY(is_sent("330202"));
         terminal().controller.send("\x34");
-        QVERIFY(terminal().seen_signals().isEmpty());
+        QCOMPARE_EMPTY(terminal().seen_signals());
     }
 
     void digital_output_reports_data()
@@ -176,7 +176,7 @@ private Q_SLOTS:
         QVERIFY(is_sent(command));
         QCOMPARE(terminal().output(), trace("LCDBRISET: ", command));
         QTEST(get(backlight_, "get_brightness").toDouble(), "stored");
-        QVERIFY(terminal().seen_signals().isEmpty());
+        QCOMPARE_EMPTY(terminal().seen_signals());
         terminal().controller.send("\x32");
         terminal().settle();
     }
@@ -185,10 +185,10 @@ private Q_SLOTS:
     {
         terminal().send("32fe");
         QCOMPARE(get(backlight_, "get_brightness").toDouble(), 254 * 0.3937007874015748);
-        QVERIFY(terminal().output().endsWith("LCDBRIIN: 32 fe 00 00 00 00 00 00 : 100.000\n"));
+        QCOMPARE_ENDS(terminal().output(), "LCDBRIIN: 32 fe 00 00 00 00 00 00 : 100.000\n");
         terminal().send("3200ff");
         QCOMPARE(get(backlight_, "get_brightness").toDouble(), 0.0);
-        QVERIFY(terminal().output().endsWith("LCDBRIIN: 32 00 ff 00 00 00 00 00 : 0.000\n"));
+        QCOMPARE_ENDS(terminal().output(), "LCDBRIIN: 32 00 ff 00 00 00 00 00 : 0.000\n");
     }
 
     void multi_led_cannot_be_set()
@@ -200,7 +200,7 @@ private Q_SLOTS:
             QCOMPARE(terminal().output(),
                      QByteArray("LCD not implemented src/interfaces/Dimmable_interface:25\n"));
             QCOMPARE(get(path, "get_brightness").toDouble(), 0.0);
-            QVERIFY(terminal().controller.payloads().filter(QStringLiteral("31 ")).isEmpty());
+            QCOMPARE_EMPTY(terminal().controller.payloads().filter(QStringLiteral("31 ")));
         }
     }
 
@@ -253,7 +253,7 @@ private Q_SLOTS:
         Terminal other;
         other.root.write(QStringLiteral("tmp/.buzzer_on"), "");
         other.start();
-        QVERIFY(other.daemon.output().contains("BUZ volume set to 0.000000\n"));
+        QCOMPARE_CONTAINS(other.daemon.output(), "BUZ volume set to 0.000000\n");
         other.daemon.signal(15);
         QVERIFY(other.daemon.wait_for_end());
         QVERIFY(!QFile::exists(other.root.path(QStringLiteral("tmp/.buzzer_on"))));
@@ -264,7 +264,7 @@ private Q_SLOTS:
         const QDBusMessage reply = terminal().call(backlight_, QStringLiteral("set_brightness"),
                                                    {QStringLiteral("bright")});
         QCOMPARE(reply.type(), QDBusMessage::ErrorMessage);
-        QVERIFY(terminal().controller.payloads().filter(QStringLiteral("31 ")).isEmpty());
+        QCOMPARE_EMPTY(terminal().controller.payloads().filter(QStringLiteral("31 ")));
     }
 };
 

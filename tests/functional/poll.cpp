@@ -128,7 +128,7 @@ private Q_SLOTS:
                                   QStringLiteral("27"), QStringLiteral("19"), QStringLiteral("11"),
                                   QStringLiteral("15")};
         // Two polls, one after the start-up requests and one after the rest, 300 ms a request.
-        QVERIFY(wait_for([&] { return terminal.controller.requests().size() >= 29; }));
+        WAIT_UNTIL(terminal.controller.requests().size(), >=, 29);
         QStringList ids;
         for (const QString& payload : terminal.controller.payloads())
             ids.append(payload.left(2));
@@ -171,9 +171,9 @@ private Q_SLOTS:
         const auto query = payloads.indexOf(QStringLiteral("2d 04 04 00 55 01 00 00"));
         const auto code = payloads.indexOf(QStringLiteral("3d 03 00 00 00 00 00 00"));
         const auto write = payloads.indexOf(QStringLiteral("2d 04 04 0f aa 01 00 00"));
-        QVERIFY(query >= 0);
-        QVERIFY(query < code);
-        QVERIFY(code < write);
+        QCOMPARE_GE(query, 0);
+        QCOMPARE_LT(query, code);
+        QCOMPARE_LT(code, write);
         QCOMPARE(payloads.count(QStringLiteral("3d 03 00 00 00 00 00 00")), 1);
         const QStringList lines = detection_lines(terminal);
         QCOMPARE(lines.mid(lines.indexOf(QStringLiteral("OEM Profile based PMC FW detected"))),

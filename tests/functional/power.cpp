@@ -73,10 +73,10 @@ private Q_SLOTS:
                                 .arg(mask, power_switch.first, power_switch.second));
         }
         QCOMPARE(power_lines(terminal), expected);
-        QVERIFY(terminal.log.lines().contains(QLatin1String("Timeout for low-power is 90")));
-        QVERIFY(terminal.log.lines().contains(QLatin1String("Timeout for sleep is 50")));
-        QVERIFY(terminal.root.systemctl_calls().isEmpty());
-        QVERIFY(!suspended(terminal).contains(true));
+        QCOMPARE_CONTAINS(terminal.log.lines(), QLatin1String("Timeout for low-power is 90"));
+        QCOMPARE_CONTAINS(terminal.log.lines(), QLatin1String("Timeout for sleep is 50"));
+        QCOMPARE_EMPTY(terminal.root.systemctl_calls());
+        QCOMPARE_LACKS(suspended(terminal), true);
         QCOMPARE(terminal.log.lines().filter(QStringLiteral(" => ")),
                  (QStringList{QStringLiteral("System => ON"),
                               QStringLiteral("Display backlight => ON")}));
@@ -91,7 +91,7 @@ private Q_SLOTS:
 <device name="can_2">off</device></state></power>)");
         QCOMPARE(suspended(terminal), (QList<bool>{false, true, true, true, false, true, false,
                                                    false, false, false, false, false, false}));
-        QVERIFY(terminal.log.lines().contains(QLatin1String("Display backlight => OFF")));
+        QCOMPARE_CONTAINS(terminal.log.lines(), QLatin1String("Display backlight => OFF"));
         QCOMPARE(terminal.controller.payloads().count(QStringLiteral("0b 00 fe 00 00 00 00 00")),
                  2);
     }
@@ -104,14 +104,14 @@ private Q_SLOTS:
 <state name="low-power"/><state name="low-power"><device name="display">off</device></state>
 </power>)");
         const QByteArray text = terminal.daemon.output();
-        QVERIFY(text.contains("NOT FOUND Text:  on\n"));
-        QVERIFY(text.contains("NOT FOUND Text: ON\n"));
-        QVERIFY(text.contains("NOT FOUND Text: abc\n"));
-        QVERIFY(terminal.log.lines().contains(QLatin1String("Timeout for on is -1")));
-        QVERIFY(terminal.log.lines().contains(QLatin1String("Timeout for low-power is 100")));
+        QCOMPARE_CONTAINS(text, "NOT FOUND Text:  on\n");
+        QCOMPARE_CONTAINS(text, "NOT FOUND Text: ON\n");
+        QCOMPARE_CONTAINS(text, "NOT FOUND Text: abc\n");
+        QCOMPARE_CONTAINS(terminal.log.lines(), QLatin1String("Timeout for on is -1"));
+        QCOMPARE_CONTAINS(terminal.log.lines(), QLatin1String("Timeout for low-power is 100"));
         // The second "low-power" is never looked at.
-        QVERIFY(power_lines(terminal)[2].startsWith(
-            QLatin1String("PWR:on=T low-power=T sleep=T  7 for ")));
+        QCOMPARE_STARTS(power_lines(terminal)[2],
+                        QLatin1String("PWR:on=T low-power=T sleep=T  7 for "));
     }
 
     void no_usable_configuration_switches_the_terminal_off_data()
@@ -132,11 +132,11 @@ private Q_SLOTS:
         } else {
             start_with(terminal, configuration);
         }
-        QVERIFY(power_lines(terminal).isEmpty());
-        QVERIFY(terminal.log.lines().filter(QStringLiteral("Timeout for")).isEmpty());
-        QVERIFY(!terminal.daemon.output().contains("NOT FOUND"));
-        QVERIFY(!suspended(terminal).contains(false));
-        QVERIFY(terminal.log.lines().contains(QLatin1String("System => OFF")));
+        QCOMPARE_EMPTY(power_lines(terminal));
+        QCOMPARE_EMPTY(terminal.log.lines().filter(QStringLiteral("Timeout for")));
+        QCOMPARE_LACKS(terminal.daemon.output(), "NOT FOUND");
+        QCOMPARE_LACKS(suspended(terminal), false);
+        QCOMPARE_CONTAINS(terminal.log.lines(), QLatin1String("System => OFF"));
         QCOMPARE(terminal.root.systemctl_calls(),
                  QStringList{QStringLiteral("poweroff --no-block")});
     }
@@ -177,8 +177,8 @@ private Q_SLOTS:
         QCOMPARE(terminal.root.systemctl_calls().size(), 2);
         QVERIFY(
             wait_for([&] { return terminal.log.lines().contains(QLatin1String("System => ON")); }));
-        QVERIFY(terminal.controller.payloads().filter(QStringLiteral("0b ")).isEmpty());
-        QVERIFY(terminal.seen_signals().isEmpty());
+        QCOMPARE_EMPTY(terminal.controller.payloads().filter(QStringLiteral("0b ")));
+        QCOMPARE_EMPTY(terminal.seen_signals());
     }
 
     void resume_of_the_backlight_sends_two_commands_each_time()
@@ -189,7 +189,7 @@ private Q_SLOTS:
         const QString path = QStringLiteral("device/display/backlight/power");
         terminal.call(path, QStringLiteral("resume"));
         terminal.call(path, QStringLiteral("suspend"));
-        QVERIFY(wait_for([&] { return terminal.requests().size() >= 4; }));
+        WAIT_UNTIL(terminal.requests().size(), >=, 4);
         const QString on = QStringLiteral("0b 01 fe 00 00 00 00 00");
         const QString off = QStringLiteral("0b 00 fe 00 00 00 00 00");
         QCOMPARE(terminal.requests().mid(0, 4), (QStringList{on, on, off, off}));
@@ -212,9 +212,9 @@ private Q_SLOTS:
             QVERIFY(!terminal.get(power_switch.first, QStringLiteral("is_suspended")).toBool());
         }
         terminal.settle();
-        QVERIFY(terminal.log.lines().isEmpty());
-        QVERIFY(terminal.root.systemctl_calls().isEmpty());
-        QVERIFY(!terminal.controller.payloads().join(QString()).contains(QLatin1String("0b ")));
+        QCOMPARE_EMPTY(terminal.log.lines());
+        QCOMPARE_EMPTY(terminal.root.systemctl_calls());
+        QCOMPARE_LACKS(terminal.controller.payloads().join(QString()), QLatin1String("0b "));
     }
 
     void ignition_follows_byte_4_and_keeps_byte_1()
@@ -227,7 +227,7 @@ private Q_SLOTS:
         QVERIFY(terminal.get(path, QStringLiteral("is_on")).toBool());
         QCOMPARE(terminal.get(path, QStringLiteral("get_mode")).toInt(), 255);
         terminal.send("0601000001");
-        QVERIFY(terminal.seen_signals().isEmpty()); // it was on
+        QCOMPARE_EMPTY(terminal.seen_signals()); // it was on
         terminal.send("0603000000");
         terminal.send("0604000000");
         terminal.send("06040000ff");
@@ -235,7 +235,7 @@ private Q_SLOTS:
                  (QList<Terminal::Signal>{{path, QStringLiteral("changed"), {false}},
                                           {path, QStringLiteral("changed"), {true}}}));
         QCOMPARE(terminal.get(path, QStringLiteral("get_mode")).toInt(), 4);
-        QVERIFY(terminal.log.lines().isEmpty()); // the power state does not follow
+        QCOMPARE_EMPTY(terminal.log.lines()); // the power state does not follow
     }
 
     void lock_is_not_implemented()
@@ -259,7 +259,7 @@ private Q_SLOTS:
         terminal.start();
         terminal.clear();
         terminal.send("1c00");
-        QVERIFY(terminal.seen_signals().isEmpty());
+        QCOMPARE_EMPTY(terminal.seen_signals());
         terminal.send("1c02");
         QCOMPARE(terminal.seen_signals(),
                  (QList<Terminal::Signal>{

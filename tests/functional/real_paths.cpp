@@ -130,20 +130,20 @@ private Q_SLOTS:
         terminal.root.make_directory(QStringLiteral("media/usb0"));
         start(terminal);
         const QStringList lines = terminal.log.lines();
-        QVERIFY(lines.contains(QLatin1String("Timeout for low-power is 100")));
-        QVERIFY(lines.contains(QLatin1String("Configured OEM code for this system is 3")));
-        QVERIFY(terminal.log.datagrams().first().contains(QLatin1String(" orb-dbus: ====")));
-        QVERIFY(terminal.log.datagrams().first().startsWith(QLatin1String("<30>")));
-        QVERIFY(
-            terminal.daemon.output().contains("Media changed /media/\nAdded usb0\nCurrent usb0\n"));
+        QCOMPARE_CONTAINS(lines, QLatin1String("Timeout for low-power is 100"));
+        QCOMPARE_CONTAINS(lines, QLatin1String("Configured OEM code for this system is 3"));
+        QCOMPARE_CONTAINS(terminal.log.datagrams().first(), QLatin1String(" orb-dbus: ===="));
+        QCOMPARE_STARTS(terminal.log.datagrams().first(), QLatin1String("<30>"));
+        QCOMPARE_CONTAINS(terminal.daemon.output(),
+                          "Media changed /media/\nAdded usb0\nCurrent usb0\n");
         QCOMPARE(version(terminal, "serial_number"), QStringLiteral("1234\n"));
-        QVERIFY(version(terminal, "kernel").endsWith(QLatin1String("-v7.3\n")));
-        QVERIFY(version(terminal, "customer_part_number").startsWith(QLatin1String("PN-1\n")));
+        QCOMPARE_ENDS(version(terminal, "kernel"), QLatin1String("-v7.3\n"));
+        QCOMPARE_STARTS(version(terminal, "customer_part_number"), QLatin1String("PN-1\n"));
         QVERIFY(version(terminal, "customer_part_number").endsWith(QLatin1String("VP2\n,B3\n")) ||
                 version(terminal, "customer_part_number").endsWith(QLatin1String("VP2\n-e ,B3\n")));
         QVERIFY(ends_cleanly(terminal));
         QVERIFY(!QFile::exists(terminal.root.path(QStringLiteral("tmp/.buzzer_on"))));
-        QVERIFY(terminal.root.systemctl_calls().isEmpty());
+        QCOMPARE_EMPTY(terminal.root.systemctl_calls());
         QVERIFY(wait_for([&] {
             return terminal.log.lines().contains(
                 QLatin1String("=============== Exiting ================="));
@@ -160,9 +160,8 @@ private Q_SLOTS:
         QCOMPARE(terminal.root.systemctl_calls(),
                  QStringList{QStringLiteral("poweroff --no-block")});
         // The program's full path may stand before the message.
-        QVERIFY(version(terminal, "serial_number")
-                    .endsWith(
-                        QLatin1String("cat: /nv/info/SERIAL_NUMBER: No such file or directory\n")));
+        QCOMPARE_ENDS(version(terminal, "serial_number"),
+                      QLatin1String("cat: /nv/info/SERIAL_NUMBER: No such file or directory\n"));
         QCOMPARE(version(terminal, "kernel"),
                  QStringLiteral("cat: /etc/bsp_version_short: No such file or directory\n"));
         QVERIFY(ends_cleanly(terminal));

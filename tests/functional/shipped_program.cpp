@@ -36,8 +36,8 @@ private Q_SLOTS:
         QVERIFY(terminal.daemon.wait_for_end());
         QCOMPARE(terminal.daemon.exit_status(), 0);
         // A configuration of the machine's own would print what it lacks behind.
-        QVERIFY(terminal.daemon.output().startsWith("Bah\n" + output));
-        QVERIFY(!terminal.daemon.output().contains("Periodic"));
+        QCOMPARE_STARTS(terminal.daemon.output(), "Bah\n" + output);
+        QCOMPARE_LACKS(terminal.daemon.output(), "Periodic");
     }
 };
 

@@ -96,13 +96,13 @@ private Q_SLOTS:
         start();
         const qint64 asked = terminal().controller.now();
         ask("350100"); // every 50 ms
-        QVERIFY(wait_for([this] { return terminal().controller.requests().size() >= 4; }));
-        QVERIFY(terminal().daemon.output().endsWith("8:35\nRequest digest\n"));
+        WAIT_UNTIL(terminal().controller.requests().size(), >=, 4);
+        QCOMPARE_ENDS(terminal().daemon.output(), "8:35\nRequest digest\n");
         const auto& requests = terminal().controller.requests();
         QCOMPARE(requests[0].payload.toHex(), QByteArray("36007f8001800000"));
         QCOMPARE(requests[1].payload.toHex(), QByteArray("3600808002800000"));
         QCOMPARE(requests[2].payload.toHex(), QByteArray("3600818003800000"));
-        QVERIFY(requests[3].msecs - asked >= 3 * 300);
+        QCOMPARE_GE(requests[3].msecs - asked, 3 * 300);
     }
 
     void interval_is_counted_in_50_ms_and_repeats()
@@ -113,7 +113,7 @@ private Q_SLOTS:
         QVERIFY(two_reports_come_within(1500));
         const auto& requests = terminal().controller.requests();
         for (int i = 0; i < requests.size(); ++i)
-            QVERIFY(requests[i].msecs - asked >= (i + 1) * 950); // a timer may be early by 5 %
+            QCOMPARE_GE(requests[i].msecs - asked, (i + 1) * 950); // a timer may be early by 5 %
     }
 
     void each_digest_request_adds_a_timer()
@@ -132,7 +132,7 @@ private Q_SLOTS:
         ask("351400"); // every second
         ask("35ff00"); // every 12.75 s
         QVERIFY(wait_for([this] { return !terminal().controller.requests().isEmpty(); }));
-        QVERIFY(terminal().controller.requests()[0].msecs - asked < 10000);
+        QCOMPARE_LT(terminal().controller.requests()[0].msecs - asked, 10000);
     }
 
     void interval_0_fires_on_every_turn_and_other_requests_go_on()
@@ -151,8 +151,8 @@ private Q_SLOTS:
         for (int i = 0; i < 100; ++i)
             ask("350000");
         const auto timers = [this] { return terminal().daemon.output().count("Request digest\n"); };
-        QVERIFY(wait_for([&] { return timers() == 100; }));
-        QVERIFY(wait_for([this] { return terminal().controller.requests().size() >= 5; }));
+        WAIT_UNTIL(timers(), ==, 100);
+        WAIT_UNTIL(terminal().controller.requests().size(), >=, 5);
         QFile status(QStringLiteral("/proc/%1/statm").arg(terminal().daemon.pid()));
         QVERIFY(status.open(QIODevice::ReadOnly));
         const int resident_pages = status.readAll().split(' ')[1].toInt();
@@ -182,8 +182,8 @@ private Q_SLOTS:
                                  "    --baudrate <rate>   Set baud rate of serial port to <baud>\n"
                                  "    --debug             Turn on debugging\n"
                                  "    --help              This help text\n";
-        QVERIFY(text.contains("Simulate\nUnknown command debug\n" + usage +
-                              "Unknown command simulat\n" + usage + usage));
+        QCOMPARE_CONTAINS(text, "Simulate\nUnknown command debug\n" + usage +
+                                    "Unknown command simulat\n" + usage + usage);
     }
 
     void refused_start_data()

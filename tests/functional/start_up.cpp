@@ -251,11 +251,11 @@ private Q_SLOTS:
         other.controller.set_silent(true);
         const qint64 launched = other.controller.now();
         other.start();
-        QVERIFY(wait_for([&] { return other.controller.requests().size() >= 22; }));
+        WAIT_UNTIL(other.controller.requests().size(), >=, 22);
         // Two polls have been queued behind by now, at most.
         QCOMPARE(other.controller.payloads().mid(0, 22), conversation());
         const auto& requests = other.controller.requests();
-        QVERIFY(requests[21].msecs - launched >= 21 * 300);
+        QCOMPARE_GE(requests[21].msecs - launched, 21 * 300);
     }
 
     void poll_follows_every_3_seconds()
@@ -273,7 +273,7 @@ private Q_SLOTS:
         // held up.
         QVERIFY2(times[2] - times[1] >= 2000, qPrintable(QString::number(times[2] - times[1])));
         // Nothing looks for the marker of a touched screen by itself.
-        QVERIFY(!terminal().daemon.output().contains("activity"));
+        QCOMPARE_LACKS(terminal().daemon.output(), "activity");
     }
 };
 

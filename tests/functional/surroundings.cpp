@@ -87,7 +87,7 @@ private Q_SLOTS:
         terminal.controller.send(QByteArray::fromHex("1c01"));
         QVERIFY(wait_for([&] { return terminal.daemon.output().contains("Got message 1c\n"); }));
         QVERIFY(terminal.ends_cleanly());
-        QVERIFY(terminal.daemon.output().endsWith("Quiting\nBUZ cleaning up\n"));
+        QCOMPARE_ENDS(terminal.daemon.output(), "Quiting\nBUZ cleaning up\n");
     }
 
     void taken_service_name_changes_nothing_else()
@@ -107,7 +107,7 @@ private Q_SLOTS:
         const QString voltage = QStringLiteral("device/operating_voltage");
         terminal.call(voltage, QStringLiteral("set_operating_voltage"), {7U});
         QCOMPARE(terminal.get(voltage, QStringLiteral("get_operating_voltage")).toUInt(), 7U);
-        QVERIFY(!terminal.daemon.errors().contains("QIODevice"));
+        QCOMPARE_LACKS(terminal.daemon.errors(), "QIODevice");
         QVERIFY(terminal.ends_cleanly());
     }
 
@@ -123,8 +123,8 @@ private Q_SLOTS:
         QFile file(line);
         QVERIFY(file.open(QIODevice::ReadOnly));
         const QByteArray bytes = file.readAll();
-        QVERIFY(bytes.startsWith(QByteArray::fromHex("18ef7859290100000000000002")));
-        QVERIFY(bytes.endsWith(QByteArray::fromHex("18ef785935000000000000000d")));
+        QCOMPARE_STARTS(bytes, QByteArray::fromHex("18ef7859290100000000000002"));
+        QCOMPARE_ENDS(bytes, QByteArray::fromHex("18ef785935000000000000000d"));
         QCOMPARE(bytes.size() % 13, 0);
     }
 
@@ -137,7 +137,7 @@ private Q_SLOTS:
         terminal.call(voltage, QStringLiteral("set_operating_voltage"), {7U});
         QCOMPARE(terminal.get(voltage, QStringLiteral("get_operating_voltage")).toUInt(), 7U);
         QVERIFY(terminal.ends_cleanly());
-        QVERIFY(terminal.daemon.output().endsWith("Quiting\nBUZ cleaning up\n"));
+        QCOMPARE_ENDS(terminal.daemon.output(), "Quiting\nBUZ cleaning up\n");
     }
 
     void line_that_breaks_during_start_up()
@@ -159,8 +159,8 @@ private Q_SLOTS:
         Terminal terminal;
         terminal.root.write(power_configuration(), content);
         terminal.start();
-        QVERIFY(terminal.log.lines().filter(QStringLiteral("Timeout for")).isEmpty());
-        QVERIFY(terminal.log.lines().filter(QStringLiteral("PWR:")).isEmpty());
+        QCOMPARE_EMPTY(terminal.log.lines().filter(QStringLiteral("Timeout for")));
+        QCOMPARE_EMPTY(terminal.log.lines().filter(QStringLiteral("PWR:")));
         QCOMPARE(terminal.root.systemctl_calls(),
                  QStringList{QStringLiteral("poweroff --no-block")});
         QVERIFY2(peak_memory(terminal) < 400 * 1024,
@@ -174,7 +174,7 @@ private Q_SLOTS:
         Terminal terminal;
         terminal.root.write(oem_profile(), content);
         terminal.start();
-        QVERIFY(terminal.log.lines().filter(QStringLiteral("Configured OEM")).isEmpty());
+        QCOMPARE_EMPTY(terminal.log.lines().filter(QStringLiteral("Configured OEM")));
         QVERIFY2(peak_memory(terminal) < 400 * 1024,
                  qPrintable(QString::number(peak_memory(terminal))));
     }
@@ -198,7 +198,7 @@ private Q_SLOTS:
         QVERIFY(make(terminal.root.path(power_configuration())));
         QVERIFY(make(terminal.root.path(oem_profile())));
         terminal.start();
-        QVERIFY(terminal.log.lines().filter(QStringLiteral("Configured OEM")).isEmpty());
+        QCOMPARE_EMPTY(terminal.log.lines().filter(QStringLiteral("Configured OEM")));
         QCOMPARE(terminal.root.systemctl_calls(),
                  QStringList{QStringLiteral("poweroff --no-block")});
     }

@@ -30,15 +30,15 @@ private Q_SLOTS:
         terminal.clear();
         for (const char* name : {"bootloader", "hardware", "unique_device_id"}) {
             QCOMPARE(version(terminal, name), QStringLiteral("No PC Comms"));
-            QVERIFY(terminal.output().endsWith("Send No PC Comms\n"));
+            QCOMPARE_ENDS(terminal.output(), "Send No PC Comms\n");
         }
         terminal.send("1600070102");
-        QVERIFY(terminal.output().endsWith("Got message 16\nGot version\n"));
+        QCOMPARE_ENDS(terminal.output(), "Got message 16\nGot version\n");
         terminal.send("1a001fa0ff010203");
-        QVERIFY(terminal.output().endsWith("Got message 1a\nGot unique ID: 001FA0FF010203\n"));
+        QCOMPARE_ENDS(terminal.output(), "Got message 1a\nGot unique ID: 001FA0FF010203\n");
         QCOMPARE(version(terminal, "bootloader"), QStringLiteral("v2.1.7"));
         QCOMPARE(version(terminal, "unique_device_id"), QStringLiteral("001FA0FF010203"));
-        QVERIFY(terminal.output().contains("Send v2.1.7\nSend 001FA0FF010203\n"));
+        QCOMPARE_CONTAINS(terminal.output(), "Send v2.1.7\nSend 001FA0FF010203\n");
         const QList<QPair<QByteArray, QString>> revisions = {
             {"1200", QStringLiteral("v1.0")}, {"120a", QStringLiteral("v1.0")},
             {"120b", QStringLiteral("v1.1")}, {"1213", QStringLiteral("v1.1")},
@@ -66,8 +66,8 @@ private Q_SLOTS:
         Terminal terminal;
         terminal.root.remove(QStringLiteral("nv/info/BRAND_CODE"));
         terminal.start();
-        QVERIFY(version(terminal, "customer_part_number").startsWith(QLatin1String("cat: ")));
-        QVERIFY(version(terminal, "customer_part_number").endsWith(QLatin1Char('\n')));
+        QCOMPARE_STARTS(version(terminal, "customer_part_number"), QLatin1String("cat: "));
+        QCOMPARE_ENDS(version(terminal, "customer_part_number"), QLatin1Char('\n'));
     }
 
     void command_that_cannot_start_reads_as_failed()
@@ -124,7 +124,7 @@ private Q_SLOTS:
         terminal.start();
         const QStringList lines = terminal.log.lines().filter(QStringLiteral("Configured OEM"));
         if (logged.isEmpty())
-            QVERIFY(lines.isEmpty());
+            QCOMPARE_EMPTY(lines);
         else
             QCOMPARE(lines, QStringList{QStringLiteral("Configured OEM code for this system is ") +
                                         logged});
@@ -159,7 +159,7 @@ private Q_SLOTS:
                               QStringLiteral("Set Configuration for OEM code 3"),
                               QStringLiteral("Set Configuration for OEM code 256"),
                               QStringLiteral("Configuration was set")}));
-        QVERIFY(terminal.seen_signals().isEmpty());
+        QCOMPARE_EMPTY(terminal.seen_signals());
     }
 
     void oem_code_is_requested_and_reported()

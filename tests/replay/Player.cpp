@@ -214,7 +214,7 @@ void Player::finish()
     const bool done =
         wait_for([this] { return terminal_->controller.has_received(last_request.toHex()); });
     if (!done)
-        qFatal("the last request does not come");
+        report::give_up("the last request does not come");
 }
 
 Scenario::Outcome Player::outcome(const Scenario& scenario)

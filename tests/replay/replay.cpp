@@ -159,14 +159,14 @@ private:
         }
         qInfo("%d scenarios", played);
         QCOMPARE(failed, 0);
-        QVERIFY(played > 0);
+        QCOMPARE_GT(played, 0);
     }
 
 private Q_SLOTS:
     void initTestCase()
     {
         scenarios_ = read_scenarios();
-        QVERIFY(scenarios_.size() >= 200);
+        QCOMPARE_GE(scenarios_.size(), 200);
         shared_.start();
         QVERIFY(shared_.wait_for_detection());
     }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Captured_console.h"
 #include "DBus_daemon.h"
 #include "Power_controller_interface.h"
 #include "Syslog_receiver.h"
@@ -9,6 +10,11 @@
 #include <QVector>
 
 #include <functional>
+
+#include <unistd.h>
+
+/// In hexadecimal, one a message.
+using Payloads = QVector<QByteArray>;
 
 /// A link that keeps the payloads that are to be sent.
 class Recording_link : public Power_controller_interface {
@@ -28,7 +34,7 @@ public:
         Power_controller_interface::close();
     }
 
-    QVector<QByteArray> sent;
+    Payloads sent;
     std::function<void()> before_sending; ///< none to begin with
     std::function<void()> before_closing; ///< the same
 };
@@ -54,6 +60,26 @@ struct Test_daemon {
         log.clear();
         link->sent.clear();
     }
+};
+
+/// A test of what such a daemon owns.
+class Daemon_test : public QObject {
+public:
+    explicit Daemon_test(Test_daemon& world) : world_(world) {}
+
+protected:
+    /// An object of the given kind, which the daemon owns. What it prints, logs and sends when it
+    /// is made does not count.
+    template <class Object, class... More>
+    Object& make(More... more)
+    {
+        const Captured_descriptor output(STDOUT_FILENO);
+        auto* object = new Object(world_.daemon, QStringLiteral("object"), more...);
+        world_.clear();
+        return *object;
+    }
+
+    Test_daemon& world_;
 };
 
 /// Runs a test class that is constructed with a Test_daemon.

@@ -1,53 +1,26 @@
-// What the measured inputs share: decoding, thresholds and limits, of each kind
-// that has a voltage.
+// The measured inputs' decoding, thresholds and limits, and those of the one that
+// is a voltage.
 
 #include "Analog_input_interface.h"
 
-#include "Ambientlight_input_interface.h"
 #include "Captured_console.h"
-#include "Objects.h"
-#include "Temperature_input_interface.h"
-#include "Test_daemon.h"
-#include "Voltage_input_interface.h"
+#include "Input_test.h"
+#include "Waiting.h"
 
 #include <QSignalSpy>
+#include <QTimer>
 
 #include <cmath>
 
-class Analog_input : public QObject {
+class Analog_input : public Input_test {
     Q_OBJECT
 public:
-    explicit Analog_input(Test_daemon& world) : world_(world) {}
+    using Input_test::Input_test;
 
 private:
-    Test_daemon& world_;
-
-    /// An input object of the given kind, which the daemon owns.
-    template <class Object, class... More>
-    Object& make(More... more)
-    {
-        return *new Object(world_.daemon, QStringLiteral("input"), more...);
-    }
-
-    Analog_input_interface& make_input(const QString& kind, uint channel)
-    {
-        if (kind == QLatin1String("analog"))
-            return make<Analog_input_interface>(true);
-        if (kind == QLatin1String("light"))
-            return make<Ambientlight_input_interface>();
-        if (kind == QLatin1String("voltage"))
-            return make<Voltage_input_interface>(channel);
-        return make<Temperature_input_interface>(channel);
-    }
-
     static QByteArray millivolts(uint value)
     {
         return "1e" + QByteArray::number(value, 16).rightJustified(4, '0');
-    }
-
-    static double value_of(Analog_input_interface& input)
-    {
-        return output_of(input, &Analog_input_interface::get_value);
     }
 
 private Q_SLOTS:
@@ -55,99 +28,31 @@ private Q_SLOTS:
 
     void readings_data()
     {
-        QTest::addColumn<QString>("kind");
-        QTest::addColumn<uint>("channel");
-        QTest::addColumn<QByteArray>("message");
-        QTest::addColumn<double>("value");
-        const auto row = [](const char* kind, uint channel, const char* message, double value) {
-            QTest::addRow("%s %u %s", kind, channel, message)
-                << QString::fromLatin1(kind) << channel << QByteArray(message) << value;
-        };
-        row("analog", 0, "3600040100000000", 1.025);
-        row("analog", 0, "3600ffff00000000", 65.535);
-        row("analog", 0, "1e04010000000000", 1.025);
-        row("analog", 0, "1e0000", 0.0);
-        row("light", 0, "3600000009c40000", 2500 * 0.001 * 100 / 4.995);
-        row("light", 0, "2009c40000000000", 2500 * 0.001 * 100 / 4.995);
-        row("light", 0, "2013830000000000", 100.0); // 4995
-        row("light", 0, "2013880000000000", 100.0); // 5000
-        row("light", 0, "20ffff", 100.0);
-        row("light", 0, "200000", 0.0);
-        row("voltage", 0, "22010200000000ff", 0.258);
-        row("voltage", 1, "2200000102000000", 0.258);
-        row("voltage", 2, "2200000000010200", 0.258);
-        row("voltage", 3, "2401020000000000", 0.258);
-        row("voltage", 4, "2400000102000000", 0.258);
-        row("voltage", 5, "2400000000010200", 0.258);
-        row("voltage", 5, "2200000000010200", 0.258);
-        row("voltage", 0, "24010200000000ff", 0.258);
-        row("temperature", 0, "28f6000000000000", -10.0);
-        row("temperature", 1, "2800f60000000000", -10.0);
-        row("temperature", 2, "280000f600000000", -10.0);
-        row("temperature", 3, "28000000f6000000", -10.0);
-        row("temperature", 4, "2800000000f60000", -10.0);
-        row("temperature", 5, "280000000000f6", -10.0);
-        row("temperature", 0, "287f", 127.0);
-        row("temperature", 0, "2880", -128.0);
+        add_reading_columns();
+        add_reading(0, "3600040100000000", 1.025);
+        add_reading(0, "3600ffff00000000", 65.535);
+        add_reading(0, "1e04010000000000", 1.025);
+        add_reading(0, "1e0000", 0.0);
     }
-    void readings()
-    {
-        QFETCH(QString, kind);
-        QFETCH(uint, channel);
-        QFETCH(QByteArray, message);
-        const Captured_descriptor output(STDOUT_FILENO);
-        const Captured_descriptor errors(STDERR_FILENO);
-        Analog_input_interface& input = make_input(kind, channel);
-        QCOMPARE(value_of(input), -1000000.0);
-        QVERIFY(offer(input, message));
-        QTEST(value_of(input), "value");
-    }
+    void readings() { check_reading(make<Analog_input_interface>(true)); }
 
     void other_messages_are_refused_data()
     {
-        QTest::addColumn<QString>("kind");
-        QTest::addColumn<uint>("channel");
-        QTest::addColumn<QByteArray>("message");
-        const auto row = [](const char* kind, uint channel, const char* message) {
-            QTest::addRow("%s %u %s", kind, channel, message)
-                << QString::fromLatin1(kind) << channel << QByteArray(message);
-        };
-        row("analog", 0, "200000");
-        row("analog", 0, "1e00");
-        row("analog", 0, "360000");
-        row("light", 0, "1e0000");
-        row("light", 0, "2000");
-        row("light", 0, "3600000000");
-        row("voltage", 0, "280000000000000000");
-        row("voltage", 2, "220000000000");
-        row("temperature", 5, "280000000000");
-        row("temperature", 0, "2200000000000000");
+        add_refused_columns();
+        add_refused(0, "200000");
+        add_refused(0, "1e00");
+        add_refused(0, "360000");
     }
-    void other_messages_are_refused()
-    {
-        QFETCH(QString, kind);
-        QFETCH(uint, channel);
-        QFETCH(QByteArray, message);
-        Analog_input_interface& input = make_input(kind, channel);
-        Captured_descriptor errors(STDERR_FILENO);
-        QVERIFY(!offer(input, message));
-        QCOMPARE(value_of(input), -1000000.0);
-        const QByteArray bytes = QByteArray::fromHex(message);
-        QCOMPARE(errors.text(), "Unhandled id=" + QByteArray::number(uchar(bytes[0])) +
-                                    " len=" + QByteArray::number(bytes.size()) + "\n");
-    }
+    void other_messages_are_refused() { check_refused(make<Analog_input_interface>(true)); }
 
     void single_readings_are_traced_and_digests_are_not()
     {
         auto& analog = make<Analog_input_interface>(true);
-        auto& light = make<Ambientlight_input_interface>();
         const Captured_descriptor errors(STDERR_FILENO);
         Captured_descriptor output(STDOUT_FILENO);
         offer(analog, "1e0abc00000000ff");
-        offer(light, "200abc");
         offer(analog, "3600abcd00000000");
-        offer(light, "3600abcd00000000");
-        QCOMPARE(output.text(), QByteArray("ARAW: 1E0ABC00000000FF: 2.748\nLRAW: 200ABC: 2.748\n"));
+        QCOMPARE(output.text(), QByteArray("ARAW: 1E0ABC00000000FF: 2.748\n"));
     }
 
     void starting_values()
@@ -226,11 +131,11 @@ private Q_SLOTS:
         for (const uint reading : {5000U, 4750U, 4000U, 3500U, 5000U, 3250U, 5000U})
             offer(input, millivolts(reading));
         QCOMPARE(seen(above), (QList<QVariantList>{{5.0}, {5.0}}));
-        QVERIFY(errors.text().endsWith(
-            "Updated val=5 max=1 Changed\nUpdated val=4.75 max=0 !Changed\n"
-            "Updated val=4 Changed\nUpdated val=3.5 !Changed\nUpdated val=5 max=0 "
-            "Changed\n"
-            "Updated val=3.25 Changed\nUpdated val=5 max=1 Changed\n"));
+        QCOMPARE_ENDS(errors.text(),
+                      "Updated val=5 max=1 Changed\nUpdated val=4.75 max=0 !Changed\n"
+                      "Updated val=4 Changed\nUpdated val=3.5 !Changed\nUpdated val=5 max=0 "
+                      "Changed\n"
+                      "Updated val=3.25 Changed\nUpdated val=5 max=1 Changed\n");
     }
 
     void crossed_limits_are_both_passed()
@@ -249,7 +154,7 @@ private Q_SLOTS:
     }
 
     /// In the order of the text, and before the value is kept.
-    void analog_input_signals_between_its_words()
+    void it_signals_between_its_words()
     {
         auto& input = make<Analog_input_interface>(true);
         const Captured_descriptor output(STDOUT_FILENO);
@@ -309,6 +214,39 @@ private Q_SLOTS:
         offer(input, millivolts(2000));
         offer(input, millivolts(2000));
         QCOMPARE(changed.count(), 2);
+    }
+
+    void latched_limits_survive_new_limits()
+    {
+        const Captured_descriptor errors(STDERR_FILENO);
+        const Captured_descriptor output(STDOUT_FILENO);
+        auto& input = make<Analog_input_interface>(true);
+        QSignalSpy below(&input, &Analog_input_interface::min_pass);
+        input.set_min_value(2.0);
+        offer(input, "1e03e8");
+        input.set_min_value(3.0);
+        offer(input, "1e03e8");
+        QCOMPARE(below.count(), 1);
+    }
+
+    void reported_change_restarts_the_period()
+    {
+        const Captured_descriptor errors(STDERR_FILENO);
+        auto& input = make<Analog_input_interface>(true);
+        input.set_time_out(4000000000U);
+        QCOMPARE(output_of(input, &Analog_input_interface::get_time_out), 4000000000U);
+        const auto* timer = input.findChild<QTimer*>();
+        QCOMPARE(timer->interval(), 2147483647);
+        input.set_time_out(500000);
+        QCOMPARE(timer->interval(), 500000);
+        WAIT_UNTIL(timer->remainingTime(), <, 500000);
+        input.set_hysteresis(1.0);
+        const Captured_descriptor output(STDOUT_FILENO);
+        const int before = timer->remainingTime();
+        QVERIFY(offer(input, "1e1000"));
+        QCOMPARE_GT(timer->remainingTime(), before);
+        input.set_time_out(0);
+        QVERIFY(input.findChild<QTimer*>() == nullptr);
     }
 };
 

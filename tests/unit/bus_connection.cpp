@@ -231,7 +231,7 @@ private Q_SLOTS:
     void connection_comes_and_goes_back()
     {
         QThread* const own = bus_thread();
-        QVERIFY(own != thread());
+        QCOMPARE_NE(own, thread());
         const Other_internals internals(Lacking::nothing);
         {
             Bus_connection bus(internals);
@@ -297,7 +297,7 @@ private Q_SLOTS:
             for (int i = 0; i < in_a_batch; ++i)
                 Q_EMIT adaptor->happened();
         }
-        QVERIFY(wait_for([&] { return listener.counted() >= in_a_batch; }));
+        WAIT_UNTIL(listener.counted(), >=, in_a_batch);
         listener.call(QStringLiteral("answer"));
         QCOMPARE(listener.counted(), in_a_batch);
 
@@ -314,10 +314,10 @@ private Q_SLOTS:
         Bus_connection bus;
         bus.start(service);
         send_signal(bus);
-        QVERIFY(wait_for([&] { return listener.counted() == 1; }));
+        WAIT_UNTIL(listener.counted(), ==, 1);
         bus.leave_main_thread();
         send_signal(bus);
-        QVERIFY(wait_for([&] { return listener.counted() == 2; }));
+        WAIT_UNTIL(listener.counted(), ==, 2);
     }
 
     /// More than the socket and the daemon hold; the bus takes all of them.
@@ -329,7 +329,7 @@ private Q_SLOTS:
         bus.start(service);
         for (int i = 0; i < signals_sent; ++i)
             send_signal(bus);
-        QVERIFY(wait_for([&] { return listener.counted() == signals_sent; }));
+        WAIT_UNTIL(listener.counted(), ==, signals_sent);
     }
 
     void nothing_is_kept_for_a_bus_that_is_gone()

@@ -8,19 +8,10 @@
 
 #include <QSignalSpy>
 
-class Digital_input : public QObject {
+class Digital_input : public Daemon_test {
     Q_OBJECT
 public:
-    explicit Digital_input(Test_daemon& world) : world_(world) {}
-
-private:
-    Test_daemon& world_;
-
-    /// A digital input, which the daemon owns.
-    Digital_input_interface& make(uint channel)
-    {
-        return *new Digital_input_interface(world_.daemon, QStringLiteral("input"), channel);
-    }
+    using Daemon_test::Daemon_test;
 
 private Q_SLOTS:
     void cleanupTestCase() { world_.daemon->handle_quit(); }
@@ -41,7 +32,7 @@ private Q_SLOTS:
         QFETCH(QByteArray, on);
         QFETCH(QByteArray, off);
         for (const QByteArray id : {"10", "36"}) {
-            auto& input = make(channel);
+            auto& input = make<Digital_input_interface>(channel);
             QSignalSpy spy(&input, &Digital_input_interface::changed);
             const Captured_descriptor errors(STDERR_FILENO);
             QVERIFY(!output_of(input, &Digital_input_interface::is_on, true));
@@ -55,7 +46,7 @@ private Q_SLOTS:
 
     void digital_input_says_what_it_did()
     {
-        auto& input = make(2U);
+        auto& input = make<Digital_input_interface>(2U);
         Captured_descriptor errors(STDERR_FILENO);
         QVERIFY(offer(input, "3604000000000000")); // changed
         QVERIFY(offer(input, "3604000000000000")); // not, and silent
@@ -70,7 +61,7 @@ private Q_SLOTS:
 
     void digital_input_has_its_value_before_it_signals()
     {
-        auto& input = make(0U);
+        auto& input = make<Digital_input_interface>(0U);
         Captured_descriptor errors(STDERR_FILENO);
         QStringList seen_then;
         connect(&input, &Digital_input_interface::changed, this, [&](bool on) {
@@ -83,7 +74,7 @@ private Q_SLOTS:
 
     void digital_input_refuses_other_messages()
     {
-        auto& input = make(0U);
+        auto& input = make<Digital_input_interface>(0U);
         QSignalSpy spy(&input, &Digital_input_interface::changed);
         Captured_descriptor errors(STDERR_FILENO);
         QVERIFY(!offer(input, "06ff000000000000"));

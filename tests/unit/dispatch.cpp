@@ -54,13 +54,12 @@ QStringList one(const char* path)
 
 } // namespace
 
-class Dispatch_test : public QObject {
+class Dispatch_test : public Daemon_test {
     Q_OBJECT
 public:
-    explicit Dispatch_test(Test_daemon& world) : world_(world) {}
+    using Daemon_test::Daemon_test;
 
 private:
-    Test_daemon& world_;
     Device_objects objects_;
 
     Interface_base*& object_at(const QString& path)

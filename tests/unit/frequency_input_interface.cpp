@@ -8,26 +8,17 @@
 
 #include <QSignalSpy>
 
-class Frequency_input : public QObject {
+class Frequency_input : public Daemon_test {
     Q_OBJECT
 public:
-    explicit Frequency_input(Test_daemon& world) : world_(world) {}
-
-private:
-    Test_daemon& world_;
-
-    /// A frequency input, which the daemon owns.
-    Frequency_input_interface& make()
-    {
-        return *new Frequency_input_interface(world_.daemon, QStringLiteral("input"));
-    }
+    using Daemon_test::Daemon_test;
 
 private Q_SLOTS:
     void cleanupTestCase() { world_.daemon->handle_quit(); }
 
     void starting_values()
     {
-        auto& input = make();
+        auto& input = make<Frequency_input_interface>();
         QCOMPARE(output_of(input, &Frequency_input_interface::get_value), -1000000.0);
         QCOMPARE(output_of(input, &Frequency_input_interface::get_hysteresis), 1000000.0);
         QCOMPARE(output_of(input, &Frequency_input_interface::get_time_out, 1U), 0U);
@@ -35,7 +26,7 @@ private Q_SLOTS:
 
     void frequency_reads_the_last_two_bytes_of_the_digest()
     {
-        auto& input = make();
+        auto& input = make<Frequency_input_interface>();
         QSignalSpy changed(&input, &Frequency_input_interface::val_changed);
         Captured_descriptor errors(STDERR_FILENO);
         QVERIFY(offer(input, "3600000000000000"));

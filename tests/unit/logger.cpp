@@ -75,7 +75,7 @@ private Q_SLOTS:
     {
         const std::string text(254, 'x');
         channel_->stream(LOG_INFO) << text;
-        QVERIFY(datagrams().isEmpty());
+        QCOMPARE_EMPTY(datagrams());
         channel_->stream(LOG_INFO) << 'y' << std::flush;
         QCOMPARE(datagrams(), (QStringList{message(QString(254, QLatin1Char('x'))),
                                            message(QStringLiteral("y"))}));
@@ -94,7 +94,7 @@ private Q_SLOTS:
     void flush_of_nothing_sends_nothing()
     {
         channel_->stream(LOG_INFO) << std::flush << std::flush;
-        QVERIFY(datagrams().isEmpty());
+        QCOMPARE_EMPTY(datagrams());
     }
 
     void priority_is_the_callers()
@@ -121,7 +121,7 @@ private Q_SLOTS:
         QCOMPARE(buf.sync(), 0);
         QCOMPARE(buf.xsputn("abc", 0), std::streamsize{0});
         QCOMPARE(buf.xsputn("abc", 3), std::streamsize{3});
-        QVERIFY(datagrams().isEmpty());
+        QCOMPARE_EMPTY(datagrams());
         QCOMPARE(buf.xsputn("de\xff"
                             "f",
                             4),

@@ -5,6 +5,7 @@
 #include "Captured_console.h"
 #include "Expected_objects.h"
 #include "Object_catalogue.h"
+#include "Objects.h"
 #include "Power_interface.h"
 #include "Test_daemon.h"
 
@@ -13,14 +14,12 @@
 #include <QMetaClassInfo>
 #include <QMetaMethod>
 
-class Object_table_test : public QObject {
+class Object_table_test : public Daemon_test {
     Q_OBJECT
 public:
-    explicit Object_table_test(Test_daemon& world) : world_(world) {}
+    using Daemon_test::Daemon_test;
 
 private:
-    Test_daemon& world_;
-
     /// By object and identifier, for the messages that the object uses.
     static QHash<QPair<std::size_t, uint>, uint> least_lengths()
     {
@@ -290,6 +289,91 @@ private Q_SLOTS:
         world_.daemon->handle_quit();
         QCOMPARE(output.text(), QByteArray("Quiting\nBUZ cleaning up\n"));
         QVERIFY(world_.daemon->devices()[Device_object::buzzer] == nullptr);
+    }
+
+    void table_makes_every_object_in_order()
+    {
+        Captured_descriptor output(STDOUT_FILENO);
+        create_objects(world_.daemon);
+        QCOMPARE(std::size(expected_objects), std::size_t{74});
+        QCOMPARE(device_object_count, std::size_t{74});
+        QList<QByteArray> made;
+        QList<QByteArray> expected;
+        for (std::size_t i = 0; i < device_object_count; ++i) {
+            const Interface_base* object = world_.daemon->devices()[static_cast<Device_object>(i)];
+            QVERIFY2(object != nullptr, expected_objects[i].path);
+            Captured_descriptor dump(STDOUT_FILENO);
+            object->dump_interface();
+            const QList<QByteArray> lines = dump.text().split('\n');
+            made.append(lines.value(0) + lines.value(1));
+            expected.append(QByteArray("Path: /com/quorin/system/") + expected_objects[i].path +
+                            "  Class:   " + expected_objects[i].class_name);
+        }
+        QCOMPARE(made, expected);
+    }
+
+    /// Which object a name reaches is seen by switching it on alone.
+    void table_gives_the_channels_their_numbers()
+    {
+        const Captured_descriptor output(STDOUT_FILENO);
+        const Captured_descriptor errors(STDERR_FILENO);
+        create_objects(world_.daemon);
+        auto& devices = world_.daemon->devices();
+        const auto offer_to = [&devices](const QByteArray& kind, int channel,
+                                         const QByteArray& hex) {
+            const QByteArray path = "device/io/input/" + kind + '/' + QByteArray::number(channel);
+            return offer(*devices[static_cast<Device_object>(number_of(path.constData()))], hex);
+        };
+        // Each takes the message that is just long enough for its channel, and none shorter.
+        const QByteArray message = "00000000000000";
+        for (int channel = 0; channel < 6; ++channel) {
+            const QByteArray name = "channel " + QByteArray::number(channel);
+            const int temperature = 2 * channel + 2;
+            const int voltage = 4 * (channel % 3) + 4;
+            const auto takes = [&](const char* kind, const char* id, int digits) {
+                return offer_to(kind, channel, id + message.left(digits));
+            };
+            QVERIFY2(takes("temperature", "28", temperature), name);
+            QVERIFY2(!takes("temperature", "28", temperature - 2), name);
+            QVERIFY2(takes("voltage", "22", voltage), name);
+            QVERIFY2(!takes("voltage", "22", voltage - 2), name);
+        }
+        for (std::size_t channel = 0; channel < 4; ++channel) {
+            auto* input = devices[static_cast<Device_object>(channel)];
+            const QByteArray bit = QByteArray::number(1 << channel, 16).rightJustified(2, '0');
+            QSignalSpy changed(input, SIGNAL(changed(bool)));
+            QVERIFY(offer(*input, "36" + bit));
+            QCOMPARE(seen(changed), QList<QVariantList>{{true}});
+        }
+    }
+
+    void objects_are_deleted_in_the_order_of_their_creation()
+    {
+        const Captured_descriptor output(STDOUT_FILENO);
+        create_objects(world_.daemon);
+        QStringList created;
+        QStringList deleted;
+        for (std::size_t i = 0; i < device_object_count; ++i) {
+            const QString path = QString::fromLatin1(expected_objects[i].path);
+            connect(world_.daemon->devices()[static_cast<Device_object>(i)], &QObject::destroyed,
+                    this, [&deleted, path] { deleted.append(path); });
+            created.append(path);
+        }
+        world_.daemon->handle_quit();
+        QCOMPARE(deleted, created);
+    }
+
+    void objects_are_forgotten_when_they_are_deleted()
+    {
+        const Captured_descriptor output(STDOUT_FILENO);
+        create_objects(world_.daemon);
+        world_.daemon->handle_quit();
+        for (std::size_t i = 0; i < device_object_count; ++i)
+            QVERIFY2(world_.daemon->devices()[static_cast<Device_object>(i)] == nullptr,
+                     expected_objects[i].path);
+        world_.daemon->handle_quit(); // nothing is left
+        const uchar late[8] = {0x36};
+        world_.daemon->handle_packet(late, sizeof late);
     }
 };
 

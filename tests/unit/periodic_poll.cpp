@@ -10,16 +10,12 @@
 #include "Test_daemon.h"
 #include "UID_version_interface.h"
 
-using Payloads = QVector<QByteArray>;
-
-class Periodic_poll_test : public QObject {
+class Periodic_poll_test : public Daemon_test {
     Q_OBJECT
 public:
-    explicit Periodic_poll_test(Test_daemon& world) : world_(world) {}
+    using Daemon_test::Daemon_test;
 
 private:
-    Test_daemon& world_;
-
     const Payloads polls_ = {"1b00000000000000", "2100000000000000", "2300000000000000",
                              "2700000000000000"};
     const QByteArray hardware_1_1_ = "120b";
@@ -305,8 +301,8 @@ private Q_SLOTS:
         world_.clear();
         Captured_descriptor output(STDOUT_FILENO);
         world_.daemon->send_periodic_cmds();
-        QVERIFY(output.text().isEmpty());
-        QVERIFY(world_.link->sent.isEmpty());
+        QCOMPARE_EMPTY(output.text());
+        QCOMPARE_EMPTY(world_.link->sent);
     }
 };
 

@@ -33,7 +33,7 @@ private Q_SLOTS:
         QVERIFY(master_ >= 0 && grantpt(master_) == 0 && unlockpt(master_) == 0);
         port_ = std::make_unique<Port>();
         port_->descriptor = open(ptsname(master_), O_RDWR | O_NOCTTY);
-        QVERIFY(port_->descriptor >= 0);
+        QCOMPARE_GE(port_->descriptor, 0);
     }
     void cleanup()
     {

@@ -12,21 +12,12 @@
 #include <QSignalSpy>
 #include <QTimer>
 
-class Report_timer_test : public QObject {
+class Report_timer_test : public Daemon_test {
     Q_OBJECT
 public:
-    explicit Report_timer_test(Test_daemon& world) : world_(world) {}
+    using Daemon_test::Daemon_test;
 
 private:
-    Test_daemon& world_;
-
-    /// An input object of the given kind, which the daemon owns.
-    template <class Object, class... More>
-    Object& make(More... more)
-    {
-        return *new Object(world_.daemon, QStringLiteral("input"), more...);
-    }
-
     static QByteArray millivolts(uint value)
     {
         return "1e" + QByteArray::number(value, 16).rightJustified(4, '0');
@@ -73,13 +64,13 @@ private Q_SLOTS:
     {
         auto& input = make<Analog_input_interface>(true);
         input.set_time_out(0);
-        QVERIFY(input.findChildren<QTimer*>().isEmpty());
+        QCOMPARE_EMPTY(input.findChildren<QTimer*>());
         QCOMPARE(output_of(input, &Analog_input_interface::get_time_out, 1U), 0U);
         input.set_time_out(200);
         input.set_time_out(300);
         QCOMPARE(input.findChildren<QTimer*>().size(), 1);
         input.set_time_out(0);
-        QVERIFY(input.findChildren<QTimer*>().isEmpty());
+        QCOMPARE_EMPTY(input.findChildren<QTimer*>());
         QCOMPARE(output_of(input, &Analog_input_interface::get_time_out, 1U), 0U);
     }
 
@@ -121,10 +112,10 @@ private Q_SLOTS:
         analog.handle_timeout();
         offer(frequency, "3600000000000006");
         frequency.handle_timeout();
-        QVERIFY(analog_timer->remainingTime() < left);
-        QVERIFY(frequency_timer->remainingTime() < left);
+        QCOMPARE_LT(analog_timer->remainingTime(), left);
+        QCOMPARE_LT(frequency_timer->remainingTime(), left);
         analog.set_time_out(500000); // the same again begins a new one
-        QVERIFY(analog_timer->remainingTime() > left);
+        QCOMPARE_GT(analog_timer->remainingTime(), left);
     }
 
     void frequency_change_restarts_the_period()
@@ -137,10 +128,10 @@ private Q_SLOTS:
         const int before = timer->remainingTime();
         const Captured_descriptor errors(STDERR_FILENO);
         offer(input, "3600000000001000");
-        QVERIFY(timer->remainingTime() > before);
+        QCOMPARE_GT(timer->remainingTime(), before);
         QVERIFY(timer->isActive());
         input.set_time_out(0);
-        QVERIFY(input.findChildren<QTimer*>().isEmpty());
+        QCOMPARE_EMPTY(input.findChildren<QTimer*>());
     }
 };
 

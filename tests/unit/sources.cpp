@@ -1,9 +1,57 @@
-// Rules that the sources keep, checked on their text.
+// Rules that the sources and their tests keep, checked on their text.
 
 #include <QDirIterator>
 #include <QFile>
 #include <QRegularExpression>
+#include <QSet>
 #include <QTest>
+
+namespace {
+
+struct Exception {
+    const char* name; ///< as the test's file is called, or would be
+    const char* reason;
+};
+
+/// Tests that are not named after a source.
+constexpr Exception other_tests[] = {
+    {"dbus_daemon_run", "DBus_daemon::run(), which ends a process's only daemon"},
+    {"dbus_daemon_with_nothing", "DBus_daemon without a configuration and without a link"},
+    {"line_sequence", "the classes of the link together, by random steps"},
+    {"posix_serial_port_device", "Posix_serial_port, with a device in the C library's place"},
+    {"sources", "all sources, as text"},
+};
+
+/// Sources that have no test of their own.
+constexpr Exception untested_sources[] = {
+    {"bus_names", "names alone, which unit.object_catalogue and every functional test use"},
+    {"console", "its streams are unit.text_stream; their opening is functional.surroundings"},
+    {"device_object", "numbers alone, of unit.object_catalogue"},
+    {"device_objects", "an array of pointers, which unit.object_table reads and empties"},
+    {"field", "rows and their types, of unit.field_catalogue and unit.named_field"},
+    {"main", "the entry point: the functional tests"},
+    {"message", "eight bytes and a name for them"},
+    {"message_id", "numbers alone, of unit.message_catalogue"},
+    {"object_kind", "a row's type, of unit.object_kinds"},
+    {"paths", "a test has paths of its own: functional.real_paths"},
+    {"poll", "numbers alone, of unit.periodic_poll and the document of times"},
+    {"qt_bus_internals", "unit.bus_connection, with each of them there and lacking"},
+    {"reported_number", "what the inputs share: unit.analog_input_interface"},
+    {"shell", "unit.power_interface and unit.buzzer_interface; signals are functional.lifecycle"},
+    {"simulator", "functional.simulator, from the other end of its line"},
+    {"text_first", "the order of texts and signals is functional.output_order"},
+};
+
+template <std::size_t size>
+QStringList names_of(const Exception (&exceptions)[size])
+{
+    QStringList names;
+    for (const Exception& exception : exceptions)
+        names.append(QString::fromLatin1(exception.name));
+    return names;
+}
+
+} // namespace
 
 class Sources : public QObject {
     Q_OBJECT
@@ -34,8 +82,53 @@ class Sources : public QObject {
         return found;
     }
 
+    /// The files in a directory and below it, as tests are named after them; each once and sorted.
+    static QStringList base_names(const QString& below, const QStringList& patterns)
+    {
+        QSet<QString> names;
+        QDirIterator it(below, patterns, QDir::Files, QDirIterator::Subdirectories);
+        while (it.hasNext())
+            names.insert(QFileInfo(it.next()).completeBaseName().toLower());
+        QStringList sorted = names.values();
+        sorted.sort();
+        return sorted;
+    }
+
+    static QStringList without(QStringList names, const QStringList& others)
+    {
+        for (const QString& other : others)
+            names.removeAll(other);
+        return names;
+    }
+
 private Q_SLOTS:
-    void there_are_sources() { QVERIFY(files(QString()).size() > 60); }
+    void there_are_sources() { QCOMPARE_GT(files(QString()).size(), 60); }
+
+    void tests_are_named_after_sources()
+    {
+        const QStringList sources = base_names(QStringLiteral(DOV_SOURCES),
+                                               {QStringLiteral("*.cpp"), QStringLiteral("*.h")});
+        const QStringList tests =
+            base_names(QStringLiteral(DOV_UNIT_TESTS), {QStringLiteral("*.cpp")});
+        const QStringList others = names_of(other_tests);
+        const QStringList untested = names_of(untested_sources);
+        const auto named = [](const QStringList& names) { return names.join(QLatin1Char(' ')); };
+        QVERIFY2(
+            without(tests, sources + others).isEmpty(),
+            qPrintable(QStringLiteral("tests/unit has tests that are named after no source: ") +
+                       named(without(tests, sources + others)) +
+                       QStringLiteral("\nName each after the source that it tests, or say in "
+                                      "other_tests why it is not.")));
+        QVERIFY2(without(sources, tests + untested).isEmpty(),
+                 qPrintable(QStringLiteral("sources without a test in tests/unit: ") +
+                            named(without(sources, tests + untested)) +
+                            QStringLiteral("\nWrite one, or say in untested_sources what tests "
+                                           "it.")));
+        // What stands in a table and is true no longer.
+        QCOMPARE(without(others, tests), QStringList());
+        QCOMPARE(without(untested, sources), QStringList());
+        QCOMPARE(without(untested, without(untested, tests)), QStringList());
+    }
 
     void absolute_paths_stand_in_one_place()
     {

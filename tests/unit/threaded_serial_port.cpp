@@ -25,24 +25,6 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
-namespace {
-
-/// A device whose second read fails, and every later one.
-std::atomic<int> failing_descriptor{-1};
-std::atomic<int> reads_of_it{0};
-
-} // namespace
-
-/// As the C library's, but for that device.
-extern "C" ssize_t read(int descriptor, void* bytes, std::size_t size)
-{
-    if (descriptor == failing_descriptor && reads_of_it++ > 0) {
-        errno = EIO;
-        return -1;
-    }
-    return syscall(SYS_read, descriptor, bytes, size);
-}
-
 class Threaded_serial_port_test : public QObject {
     Q_OBJECT
 
@@ -132,10 +114,10 @@ private Q_SLOTS:
     {
         Threaded_serial_port port;
         port.open("/nonexistent/device");
-        QVERIFY(port.handle() < 0);
+        QCOMPARE_LT(port.handle(), 0);
         QVERIFY(!port.isOpen());
         port.open("/nonexistent"); // a second try is allowed
-        QVERIFY(port.handle() < 0);
+        QCOMPARE_LT(port.handle(), 0);
         port.close();
     }
 
@@ -145,12 +127,12 @@ private Q_SLOTS:
         auto* port = new Threaded_serial_port;
         port->open("/nonexistent/device");
         port->open(pty.name.constData());
-        QVERIFY(port->handle() >= 0);
+        QCOMPARE_GE(port->handle(), 0);
         port->write("x");
         QCOMPARE(read_master(pty, 1), QByteArray("x"));
         QSignalSpy spy(port, &QIODevice::readyRead);
         QCOMPARE(::write(pty.master, "y", 1), ssize_t{1});
-        QVERIFY(wait_for([&] { return spy.count() > 0; }));
+        WAIT_UNTIL(spy.count(), >, 0);
         QCOMPARE(port->readAll(), QByteArray("y"));
     }
 
@@ -196,7 +178,7 @@ private Q_SLOTS:
     {
         const Pty pty;
         auto* port = open_port(pty);
-        QVERIFY(port->handle() >= 0);
+        QCOMPARE_GE(port->handle(), 0);
         std::atomic<qint64> count{0};
         connect(
             port, &QIODevice::bytesWritten, port, [&count](qint64 bytes) { count += bytes; },
@@ -243,7 +225,7 @@ private Q_SLOTS:
         QVERIFY(ends[0] != descriptor && ends[1] != descriptor);
         QCOMPARE(::write(ends[1], "secret", 6), ssize_t{6});
         spy.wait(200);
-        QVERIFY(!port->readAll().contains("secret"));
+        QCOMPARE_LACKS(port->readAll(), "secret");
     }
 
     void closed_descriptor_is_an_empty_pipe()
@@ -332,68 +314,6 @@ private Q_SLOTS:
         QCOMPARE(received, sent);
     }
 
-    void writer_writes_13_bytes_at_a_time_and_counts_them()
-    {
-        int ends[2];
-        QCOMPARE(socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends), 0);
-        auto* writer = new Threaded_serial_port_writer;
-        std::mutex mutex;
-        QVector<int> counts;
-        connect(
-            writer, &Threaded_serial_port_writer::bytes_tx, writer,
-            [&](int count) {
-                const std::lock_guard<std::mutex> guard(mutex);
-                counts.append(count);
-            },
-            Qt::DirectConnection);
-        const auto counts_are = [&](const QVector<int>& wanted) {
-            const std::lock_guard<std::mutex> guard(mutex);
-            return counts == wanted;
-        };
-        writer->set_descriptor(ends[0]);
-        writer->start();
-        QVERIFY(wait_for([&] { return counts_are({0}); }));
-        writer->append("abcdefghijklmnopqrstuvwxyz1234", 30);
-        QVERIFY(wait_for([&] { return counts_are({0, 30}); }));
-        for (const char* piece : {"abcdefghijklm", "nopqrstuvwxyz", "1234"}) {
-            char bytes[64];
-            const ssize_t count = ::recv(ends[1], bytes, sizeof bytes, 0);
-            QCOMPARE(QByteArray(bytes, int(count)), QByteArray(piece));
-        }
-        writer->disconnect();
-    }
-
-    /// Each request to write wakes the writer once, also when there is nothing left to do.
-    void what_waits_for_the_writer_is_written_as_one()
-    {
-        int ends[2];
-        QCOMPARE(socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends), 0);
-        auto* writer = new Threaded_serial_port_writer;
-        std::mutex mutex;
-        QVector<int> counts;
-        const auto connection = connect(
-            writer, &Threaded_serial_port_writer::bytes_tx, writer,
-            [&](int count) {
-                const std::lock_guard<std::mutex> guard(mutex);
-                counts.append(count);
-            },
-            Qt::DirectConnection);
-        writer->set_descriptor(ends[0]);
-        for (const char* part : {"0123456", "789abcdefgh", "ijk"})
-            writer->append(part, int(qstrlen(part)));
-        writer->start();
-        QVERIFY(wait_for([&] {
-            const std::lock_guard<std::mutex> guard(mutex);
-            return counts == QVector<int>{21, 0, 0, 0};
-        }));
-        for (const char* piece : {"0123456789abc", "defghijk"}) {
-            char bytes[64];
-            const ssize_t count = ::recv(ends[1], bytes, sizeof bytes, 0);
-            QCOMPARE(QByteArray(bytes, int(count)), QByteArray(piece));
-        }
-        disconnect(connection);
-    }
-
     void arrival_is_announced_on_the_owners_thread_and_the_end_of_writing_on_the_writers()
     {
         const Pty pty;
@@ -416,7 +336,7 @@ private Q_SLOTS:
         QVERIFY(wait_for([&] { return announced != nullptr && count == 1; }));
         port->disconnect();
         QCOMPARE(announced.load(), QThread::currentThread());
-        QVERIFY(written.load() != QThread::currentThread());
+        QCOMPARE_NE(written.load(), QThread::currentThread());
     }
 
     void bytes_that_are_peeked_at_stay()
@@ -425,7 +345,7 @@ private Q_SLOTS:
         auto* port = open_port(pty);
         QSignalSpy spy(port, &QIODevice::readyRead);
         QCOMPARE(::write(pty.master, "abc", 3), ssize_t{3});
-        QVERIFY(wait_for([&] { return spy.count() > 0; }));
+        WAIT_UNTIL(spy.count(), >, 0);
         QCOMPARE(port->peek(2), QByteArray("ab"));
         QCOMPARE(port->peek(260), QByteArray("abc"));
         QCOMPARE(port->read(1), QByteArray("a"));
@@ -445,75 +365,6 @@ private Q_SLOTS:
         done = true;
         waker.join();
         QVERIFY(woken);
-    }
-
-    /// What a reader tells of, each time that it has something to tell, when so much is there from
-    /// the start.
-    static QVector<int> told_of(int size)
-    {
-        int ends[2];
-        if (pipe2(ends, O_CLOEXEC) != 0 ||
-            ::write(ends[1], QByteArray(size, 'r').constData(), std::size_t(size)) != size)
-            qFatal("no pipe");
-        auto* reader = new Threaded_serial_port_reader;
-        reader->set_descriptor(ends[0]);
-        std::mutex mutex;
-        QVector<int> sizes;
-        int left = size;
-        const auto take = [&] {
-            const std::lock_guard<std::mutex> guard(mutex);
-            QByteArray bytes;
-            reader->heard();
-            reader->take(bytes);
-            sizes.append(static_cast<int>(bytes.size()));
-            left -= static_cast<int>(bytes.size());
-        };
-        const auto connection = connect(reader, &Threaded_serial_port_reader::data_rx, reader, take,
-                                        Qt::DirectConnection);
-        reader->start();
-        (void)wait_for([&] {
-            const std::lock_guard<std::mutex> guard(mutex);
-            return left <= 0;
-        });
-        disconnect(connection);
-        const std::lock_guard<std::mutex> guard(mutex);
-        return sizes;
-    }
-
-    void reader_tells_of_full_batches_and_of_what_is_left()
-    {
-        // 16 reads of 255 bytes, and what remains.
-        QCOMPARE(told_of(3 * 4080 + 511), (QVector<int>{4080, 4080, 4080, 511}));
-    }
-
-    void reader_holds_a_mebibyte_at_most()
-    {
-        int ends[2];
-        QCOMPARE(pipe2(ends, O_CLOEXEC | O_DIRECT), 0); // what is written at once is read at once
-        auto* reader = new Threaded_serial_port_reader;
-        reader->set_descriptor(ends[0]);
-        reader->start();
-        constexpr char packet[128] = {};
-        constexpr int size = sizeof packet;
-        constexpr int held = 1024 * 1024;
-        constexpr int waiting = 7;
-        // One more is in the reader's hand.
-        for (int sent = 0; sent < held + size * (1 + waiting); sent += size)
-            QCOMPARE(::write(ends[1], packet, sizeof packet), ssize_t{size});
-        const auto is_waiting = [&] {
-            int left = -1;
-            return ioctl(ends[0], FIONREAD, &left) == 0 && left <= size * waiting;
-        };
-        QVERIFY(wait_for(is_waiting));
-        QByteArray bytes;
-        QCOMPARE(reader->size(), held);
-        QVERIFY(reader->take(bytes));
-        QCOMPARE(bytes.size(), held);
-        // It goes on once there is room.
-        QVERIFY(wait_for([&] {
-            reader->take(bytes);
-            return bytes.size() == held + size * (1 + waiting);
-        }));
     }
 
     void read_brings_all_that_has_arrived()
@@ -544,7 +395,7 @@ private Q_SLOTS:
         device.write("yz\n");
         QVERIFY(arrived(*link, 4));
         QVERIFY(link->canReadLine()); // with the reader
-        QVERIFY(packet(*link).isEmpty());
+        QCOMPARE_EMPTY(packet(*link));
         QCOMPARE(link->bytesAvailable(), qint64{2});
         QVERIFY(link->canReadLine()); // in the block
         QCOMPARE(link->peek(1), QByteArray("z"));
@@ -606,7 +457,7 @@ private Q_SLOTS:
             device.write("abc");
             QVERIFY(arrived(*port, 3));
             QCOMPARE(port->read(i), QByteArray("abc").left(i));
-            QVERIFY(wait_for([&] { return spy.count() >= i; }));
+            WAIT_UNTIL(spy.count(), >=, i);
             QCOMPARE(spy.count(), i);
             QCOMPARE(port->readAll(), QByteArray("abc").mid(i));
         }
@@ -619,26 +470,6 @@ private Q_SLOTS:
         port.notify_data_rx();
         port.notify_data_rx();
         QCOMPARE(spy.count(), 2);
-    }
-
-    void what_was_read_is_announced_when_the_next_read_fails()
-    {
-        int ends[2];
-        QCOMPARE(pipe2(ends, O_CLOEXEC), 0);
-        constexpr char bytes[600] = {};
-        QCOMPARE(::write(ends[1], bytes, sizeof bytes), ssize_t{sizeof bytes});
-        auto* reader = new Threaded_serial_port_reader;
-        QSignalSpy spy(reader, &Threaded_serial_port_reader::data_rx);
-        reads_of_it = 0;
-        failing_descriptor = ends[0];
-        reader->set_descriptor(ends[0]);
-        reader->start();
-        const bool told = wait_for([&] { return spy.count() > 0; });
-        failing_descriptor = -1; // or it would go on trying
-        QByteArray taken;
-        reader->take(taken);
-        QVERIFY2(told, "the device has failed, and nothing is told of the bytes before");
-        QVERIFY(taken.size() >= 255);
     }
 
     /// A device whose reads go on failing after a hang-up keeps a processor busy: the port is
@@ -680,7 +511,7 @@ private Q_SLOTS:
         connect(link, &QIODevice::readyRead, &context, [&] { turns.append(handled); });
         device.write(frame('A').repeated(3000));
         QVERIFY(arrived(*link, 39000));
-        QVERIFY(wait_for([&] { return handled == 3000; }));
+        WAIT_UNTIL(handled, ==, 3000);
         // 1260 frames are 4 bytes less than 16 KiB.
         QCOMPARE(turns.mid(0, 3), (QVector<int>{1261, 2522, 3000}));
         // Outside of an announcement there is no such limit.
@@ -734,8 +565,8 @@ private Q_SLOTS:
         sender.join();
         QVERIFY(all);
         QCOMPARE(handled, size);
-        QVERIFY(most <= 1261);
-        QVERIFY(turns > 1);
+        QCOMPARE_LE(most, 1261);
+        QCOMPARE_GT(turns, 1);
     }
 };
 

@@ -87,7 +87,7 @@ private Q_SLOTS:
         QFETCH(QString, words);
         QFETCH(QString, begin);
         const Tool_request request = parsed(plain(), qPrintable(words));
-        QVERIFY2(request.text.startsWith(begin), qPrintable(request.text));
+        QCOMPARE_STARTS(request.text, begin);
         QCOMPARE(request.status, int{tool_done});
         QCOMPARE(taken_, QStringList());
     }
@@ -95,9 +95,8 @@ private Q_SLOTS:
     void help_tells_the_options_and_what_follows_them()
     {
         const QString text = parsed(plain(), "dov-x --help").text;
-        QVERIFY2(text.contains(QLatin1String("\n  --rate <number>  Means something.\n")),
-                 qPrintable(text));
-        QVERIFY2(text.endsWith(QLatin1String("\nMore.\n")), qPrintable(text));
+        QCOMPARE_CONTAINS(text, QLatin1String("\n  --rate <number>  Means something.\n"));
+        QCOMPARE_ENDS(text, QLatin1String("\nMore.\n"));
     }
 
     void arguments_are_counted_data()
@@ -148,8 +147,8 @@ private Q_SLOTS:
                  QStringLiteral("a verb is missing; --help tells them"));
         QCOMPARE(parsed(line, "dov-x").status, int{tool_usage});
 
-        QVERIFY(parsed(line, "dov-x read --help")
-                    .text.startsWith(QLatin1String("Usage: dov-x read [options] file\nReads.\n")));
+        QCOMPARE_STARTS(parsed(line, "dov-x read --help").text,
+                        QLatin1String("Usage: dov-x read [options] file\nReads.\n"));
         const QString help = parsed(line, "dov-x --help").text;
         QVERIFY2(help.startsWith(QLatin1String("Usage: dov-x verb [options]\nDoes x.\n")) &&
                      help.contains(QLatin1String("\n  read file                Reads.\n")),

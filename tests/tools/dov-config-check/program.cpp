@@ -132,13 +132,13 @@ private Q_SLOTS:
     void good_files_are_good()
     {
         QCOMPARE(check(), 0);
-        QVERIFY(output_.startsWith("state on: time-out none (default, no entry)\n"
-                                   "  system   on  (line 3)\n"
-                                   "  display  on  (default, no entry)\n"));
+        QCOMPARE_STARTS(output_, "state on: time-out none (default, no entry)\n"
+                                 "  system   on  (line 3)\n"
+                                 "  display  on  (default, no entry)\n");
         QVERIFY(has_line("state low-power: time-out 100 s (default, no entry)"));
         QVERIFY(has_line("OEM code 3 (line 2)"));
         QVERIFY(has_line("remote-switch power-up time 20 (line 3)"));
-        QVERIFY(process_.readAllStandardError().isEmpty());
+        QCOMPARE_EMPTY(process_.readAllStandardError());
     }
 
     void the_examples_are_good()
@@ -264,11 +264,11 @@ private Q_SLOTS:
         write("power.conf", "<power>" + QByteArray(200, 'x').replace("x", "<x>") +
                                 QByteArray(200, 'x').replace("x", "</x>") + "</power>");
         QCOMPARE(check(), 5);
-        QVERIFY(output_.contains("power.conf:1: the terminal powers off at start: it is nested "
-                                 "deeper than 100 elements\n"));
+        QCOMPARE_CONTAINS(output_, "power.conf:1: the terminal powers off at start: it is nested "
+                                   "deeper than 100 elements\n");
         write("oem.conf", "<profile>" + QByteArray(1024 * 1024, ' ') + "</profile>");
         QCOMPARE(check(), 5);
-        QVERIFY(output_.contains("oem.conf: the file is rejected: it is larger than 1 MiB\n"));
+        QCOMPARE_CONTAINS(output_, "oem.conf: the file is rejected: it is larger than 1 MiB\n");
     }
 
     /// A pipe that nobody writes would be waited for, as the daemon does not.
@@ -279,7 +279,7 @@ private Q_SLOTS:
         const int status = check();
         QVERIFY(QFile::remove(path("power.conf"))); // or the next test's file would be the pipe
         QCOMPARE(status, 5);
-        QVERIFY(output_.contains("it is no regular file"));
+        QCOMPARE_CONTAINS(output_, "it is no regular file");
     }
 
     void without_a_file_everything_is_off()
@@ -290,7 +290,7 @@ private Q_SLOTS:
         QVERIFY(has_line("state on: time-out none (no file)"));
         QVERIFY(has_line("state sleep: time-out 100 s (no file)"));
         QVERIFY(has_line("  system   off (no file)"));
-        QVERIFY(!output_.contains("default, no entry"));
+        QCOMPARE_LACKS(output_, "default, no entry");
         QVERIFY(has_line("OEM code 255 (no file)"));
         QVERIFY(has_line("remote-switch power-up time 255 (no file)"));
     }
@@ -346,17 +346,17 @@ private Q_SLOTS:
     {
         write("power.conf", power(device("eth", "OFF") + device("system", "off")));
         check();
-        QVERIFY(!output_.contains('\033'));
+        QCOMPARE_LACKS(output_, '\033');
         Pseudo_terminal terminal;
         Bound_process process;
         process.redirect(STDOUT_FILENO, terminal.slave());
         QCOMPARE(run(process, program_, files()), 5);
         const QByteArray shown = terminal.take();
-        QVERIFY(shown.startsWith("\033[31m"));
-        QVERIFY(shown.contains("\033[33moff\033[0m"));
-        QVERIFY(shown.contains("\033[32mon \033[0m"));
+        QCOMPARE_STARTS(shown, "\033[31m");
+        QCOMPARE_CONTAINS(shown, "\033[33moff\033[0m");
+        QCOMPARE_CONTAINS(shown, "\033[32mon \033[0m");
         QCOMPARE(run(process, program_, files() << QStringLiteral("--json")), 5);
-        QVERIFY(!terminal.take().contains('\033'));
+        QCOMPARE_LACKS(terminal.take(), '\033');
     }
 
     void wrong_usage_and_a_full_disk_have_their_own_status()
@@ -367,7 +367,7 @@ private Q_SLOTS:
         QCOMPARE(run(process_, program_, {QStringLiteral("some.conf")}), 2);
         QCOMPARE(run(process_, program_, {QStringLiteral("--version")}), 0);
         QCOMPARE(run(process_, program_, {QStringLiteral("--help")}), 0);
-        QVERIFY(process_.readAllStandardOutput().contains("5 the terminal powers off at"));
+        QCOMPARE_CONTAINS(process_.readAllStandardOutput(), "5 the terminal powers off at");
         const int full = open("/dev/full", O_WRONLY | O_CLOEXEC);
         Bound_process process;
         process.redirect(STDOUT_FILENO, full);

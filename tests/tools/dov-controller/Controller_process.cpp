@@ -18,7 +18,7 @@ void Controller_process::start(const QStringList& arguments, bool open_line)
     if (!open_line)
         return;
     if (!wait_for([this] { return !devices().isEmpty(); }) || !host.open(devices().constLast()))
-        qFatal("no line: %s", errors().constData());
+        report::give_up("no line");
 }
 
 bool Controller_process::run(const QStringList& arguments)
@@ -33,7 +33,7 @@ void Controller_process::command(const QByteArray& text)
     const auto before = output().count("\ndigest ");
     write(text + "\nstate\n");
     if (!wait_for([this, before] { return output().count("\ndigest ") > before; }))
-        qFatal("\"%s\" is not done", text.constData());
+        report::give_up("\"" + text + "\" is not done");
 }
 
 QList<QByteArray> Controller_process::state()
@@ -60,7 +60,7 @@ void Controller_process::end()
 {
     process.terminate();
     if (!wait_for_end())
-        qFatal("it does not end");
+        report::give_up("it does not end");
 }
 
 const QByteArray& Controller_process::output()
@@ -84,6 +84,19 @@ QStringList Controller_process::devices()
             result.append(QString::fromLocal8Bit(line));
     }
     return result;
+}
+
+void Controller_process::testify()
+{
+    if (process.program().isEmpty())
+        return;
+    report::tell("dov-controller: standard output", output());
+    report::tell("dov-controller: standard error", errors());
+    report::tell("dov-controller: state",
+                 process.state() != QProcess::NotRunning ? QByteArray("it runs")
+                 : process.exitStatus() == QProcess::CrashExit
+                     ? QByteArray("a signal ended it")
+                     : "it has ended with status " + QByteArray::number(process.exitCode()));
 }
 
 QByteArray Controller_process::read(const QString& name) const

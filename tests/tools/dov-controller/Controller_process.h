@@ -1,13 +1,14 @@
 #pragma once
 
 #include "Host_end.h"
+#include "Report.h"
 
 #include <QProcess>
 #include <QStringList>
 #include <QTemporaryDir>
 
 /// dov-controller itself, with a directory of its own and the host's end of its line.
-class Controller_process {
+class Controller_process final : public report::Witness {
 public:
     ~Controller_process();
 
@@ -37,6 +38,9 @@ public:
 
     /// The devices that it has told of, oldest first.
     QStringList devices();
+
+    /// What it has printed, and whether it runs.
+    void testify() override;
 
     QString path(const QString& name) const { return directory_.filePath(name); }
     QByteArray read(const QString& name) const;

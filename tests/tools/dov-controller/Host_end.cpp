@@ -67,7 +67,7 @@ void Host_end::send_bytes(const QByteArray& bytes)
 {
     if (::write(descriptor_, bytes.constData(), static_cast<std::size_t>(bytes.size())) !=
         bytes.size())
-        qFatal("the controller does not take %d bytes", static_cast<int>(bytes.size()));
+        report::give_up("the controller does not take " + bytes.toHex());
 }
 
 QVector<QByteArray> Host_end::messages() const
@@ -94,6 +94,15 @@ int Host_end::count(const char* id) const
     return static_cast<int>(std::count_if(all.begin(), all.end(), [id](const QByteArray& message) {
         return message.startsWith(id);
     }));
+}
+
+void Host_end::testify()
+{
+    if (descriptor_ < 0)
+        return;
+    report::tell("messages to the host", messages().toList().join('\n'));
+    if (hung_up_)
+        report::tell("the host's end of the line", "the controller has hung up");
 }
 
 void Host_end::read_some()

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Report.h"
+
 #include <QByteArray>
 #include <QElapsedTimer>
 #include <QObject>
@@ -11,7 +13,7 @@
 
 /// The host's end of a controller's line, with frame code of its own that shares nothing with the
 /// controller's.
-class Host_end : public QObject {
+class Host_end final : public QObject, public report::Witness {
     Q_OBJECT
 public:
     ~Host_end() override;
@@ -37,6 +39,9 @@ public:
     int count(const char* id) const;
 
     void clear() { bytes_.clear(); }
+
+    /// What has come, and whether the line is there.
+    void testify() override;
 
     /// Whether the controller has hung up.
     bool is_hung_up() const { return hung_up_; }

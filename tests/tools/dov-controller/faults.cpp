@@ -1,9 +1,8 @@
-// What goes over the line: frames, found and built, and what faults make of them.
+// What goes over the line: frames, and what faults make of them.
 
 #include "Faults.h"
 
 #include "Frame.h"
-#include "Frame_reader.h"
 #include "Meaning.h"
 #include "Message_catalogue.h"
 #include "Schedule.h"
@@ -24,15 +23,6 @@ class Line_bytes : public QObject {
     }
 
     const QByteArray good_ = QByteArray::fromHex("18ef59781214000000000000fe");
-    const QByteArray from_host_ = QByteArray::fromHex("18ef785935000000000000000d");
-
-    static QByteArray joined(const QVector<Frame_reader::Found>& found)
-    {
-        QByteArray text;
-        for (const Frame_reader::Found& each : found)
-            text.append(each.is_frame ? "frame " : "noise ").append(each.bytes.toHex() + ";");
-        return text;
-    }
 
 private Q_SLOTS:
     void a_frame_has_the_controllers_addresses_and_a_checksum()
@@ -41,36 +31,6 @@ private Q_SLOTS:
         QVERIFY(Frame::is_whole(good_));
         QVERIFY(Frame::has_addresses(good_, 0x59, 0x78));
         QCOMPARE(Frame::message_of(good_), message(0x12, 0x14));
-    }
-
-    void frames_are_found_between_noise()
-    {
-        Frame_reader reader;
-        const QByteArray frame = "frame " + from_host_.toHex() + ";";
-        QCOMPARE(joined(reader.take("\x01\x18" + from_host_ + from_host_ + "\x02")),
-                 "noise 0118;" + frame + frame + "noise 02;");
-    }
-
-    void a_frame_may_come_byte_by_byte()
-    {
-        Frame_reader reader;
-        for (int i = 0; i < from_host_.size(); ++i)
-            QCOMPARE(reader.take(from_host_.mid(i, 1)).size(), i + 1 == from_host_.size() ? 1 : 0);
-    }
-
-    void a_frame_that_begins_in_a_bad_one_is_found()
-    {
-        Frame_reader reader;
-        QCOMPARE(joined(reader.take(from_host_.left(7) + from_host_)),
-                 "noise " + from_host_.left(7).toHex() + ";frame " + from_host_.toHex() + ";");
-    }
-
-    void a_wrong_checksum_is_noise()
-    {
-        Frame_reader reader;
-        QByteArray bad = from_host_;
-        bad[12] = '\0';
-        QCOMPARE(joined(reader.take(bad)), "noise " + bad.toHex() + ";");
     }
 
     void without_faults_a_message_is_one_whole_frame()
@@ -143,9 +103,9 @@ private Q_SLOTS:
         };
         QCOMPARE(run(1, 0).count('x'), 0);
         QCOMPARE(run(1, 100).count('x'), 1000);
-        QVERIFY(std::abs(run(1, 20).count('x') - 200) < 60);
+        QCOMPARE_LT(std::abs(run(1, 20).count('x') - 200), 60);
         QCOMPARE(run(1, 20), run(1, 20));
-        QVERIFY(run(1, 20) != run(2, 20));
+        QCOMPARE_NE(run(1, 20), run(2, 20));
     }
 
     void other_addresses_leave_the_checksum_right()
@@ -204,10 +164,10 @@ private Q_SLOTS:
         schedule.add({10, {"a", "b", "c"}, 20});
         schedule.add({15, {"x"}});
         schedule.add({15, {"y"}});
-        QVERIFY(schedule.take(9).isEmpty());
+        QCOMPARE_EMPTY(schedule.take(9));
         QCOMPARE(*schedule.next_time(), 10);
         QCOMPARE(schedule.take(10), QByteArray("a"));
-        QVERIFY(schedule.take(29).isEmpty()); // x waits for the end of a, b, c
+        QCOMPARE_EMPTY(schedule.take(29)); // x waits for the end of a, b, c
         QCOMPARE(schedule.take(30), QByteArray("b"));
         QCOMPARE(schedule.take(50), QByteArray("c"));
         QCOMPARE(schedule.take(50), QByteArray("x"));
@@ -220,7 +180,7 @@ private Q_SLOTS:
     void every_message_has_a_meaning()
     {
         for (const Message_kind& kind : message_catalogue)
-            QVERIFY(meaning_of(message(kind.id)).startsWith(QLatin1String(kind.label)));
+            QCOMPARE_STARTS(meaning_of(message(kind.id)), QLatin1String(kind.label));
         QCOMPARE(meaning_of(message(0x7d)), QStringLiteral("unknown 0x7d"));
     }
 

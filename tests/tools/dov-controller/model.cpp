@@ -152,7 +152,7 @@ private Q_SLOTS:
             forward.append(*one.report(Message_id::digest, time));
         for (int i = static_cast<int>(forward.size()) - 1; i >= 0; --i)
             QCOMPARE(*other.report(Message_id::digest, i * 100), forward[i]);
-        QVERIFY(forward[0] != forward[100]);
+        QCOMPARE_NE(forward[0], forward[100]);
     }
 
     void digests_come_at_the_interval_that_was_asked_for()

@@ -89,9 +89,9 @@ private Q_SLOTS:
                                                          "0607", "1c01", "2e04040a"}));
         host().clear();
         QVERIFY(controller().ask("27"));
-        QVERIFY(host().messages().constLast().startsWith("28f6"));
+        QCOMPARE_STARTS(host().messages().constLast(), "28f6");
         QVERIFY(controller().ask("21"));
-        QVERIFY(host().messages().constLast().startsWith("225dc0"));
+        QCOMPARE_STARTS(host().messages().constLast(), "225dc0");
     }
 
     void generations_data()
@@ -121,7 +121,7 @@ private Q_SLOTS:
         QElapsedTimer clock;
         clock.start();
         host().send("3501"); // every 50 ms
-        QVERIFY(wait_for([this] { return host().count("36") >= 11; }));
+        WAIT_UNTIL(host().count("36"), >=, 11);
         // The first one is the answer.
         QVERIFY2(clock.elapsed() >= 480, qPrintable(QString::number(clock.elapsed())));
         for (const QByteArray& message : host().messages())
@@ -160,7 +160,7 @@ private Q_SLOTS:
             host().send("11");
             return host().count("12") > 0;
         }));
-        QVERIFY(clock.elapsed() >= 200);
+        QCOMPARE_GE(clock.elapsed(), 200);
     }
 
     void late_answers_do_not_hold_up_digests()
@@ -181,11 +181,11 @@ private Q_SLOTS:
         QVERIFY(controller().ask("15"));
         QCOMPARE(host().messages(), (QVector<QByteArray>{"1600070102"}));
         const QByteArray spoiled = QByteArray::fromHex("18ef5978121400000000000001");
-        QVERIFY(host().bytes().startsWith(spoiled + spoiled));
+        QCOMPARE_STARTS(host().bytes(), spoiled + spoiled);
         host().clear();
         controller().command("corrupt rate 100");
         host().send("11");
-        QVERIFY(wait_for([this] { return host().bytes().size() == 13; }));
+        WAIT_UNTIL(host().bytes().size(), ==, 13);
         QCOMPARE(host().bytes(), spoiled);
     }
 
@@ -194,7 +194,7 @@ private Q_SLOTS:
         controller().start();
         controller().command("addresses 0x78 0x59");
         host().send("11");
-        QVERIFY(wait_for([this] { return host().bytes().size() == 13; }));
+        WAIT_UNTIL(host().bytes().size(), ==, 13);
         QCOMPARE(host().bytes(), QByteArray::fromHex("18ef78591214000000000000fe"));
         controller().command("addresses off");
         QVERIFY(controller().ask("11"));
@@ -211,7 +211,7 @@ private Q_SLOTS:
         // The same seed draws the same.
         controller().command("seed 5489");
         controller().command("garbage 500");
-        QVERIFY(wait_for([this] { return host().bytes().size() == 500; }));
+        WAIT_UNTIL(host().bytes().size(), ==, 500);
         QCOMPARE(host().bytes(), first);
     }
 
@@ -227,8 +227,8 @@ private Q_SLOTS:
         // Nothing comes between the pieces.
         controller().command("atx");
         QVERIFY(hears({"1214", "40"}));
-        QVERIFY(clock.elapsed() >= 400);
-        QVERIFY(first_size < 13);
+        QCOMPARE_GE(clock.elapsed(), 400);
+        QCOMPARE_LT(first_size, 13);
     }
 
     void double_answers()
@@ -255,7 +255,7 @@ private Q_SLOTS:
         QVERIFY(host().open(link));
         QVERIFY(controller().ask("11"));
         controller().write("disconnect 100ms\n");
-        QVERIFY(wait_for([this] { return controller().devices().size() == 3; }));
+        WAIT_UNTIL(controller().devices().size(), ==, 3);
         QVERIFY(host().open(link));
         QVERIFY(controller().ask("11"));
     }
@@ -280,7 +280,7 @@ private Q_SLOTS:
         for (const char* request : {"05020205", "3300aa", "3d09", "2d030414aa01", "3101", "0d01"})
             QVERIFY(controller().ask(request));
         QVERIFY(controller().ask("3501"));
-        QVERIFY(controller().state().mid(1) != before.mid(1));
+        QCOMPARE_NE(controller().state().mid(1), before.mid(1));
         controller().command("restart");
         QCOMPARE(controller().state().mid(1), before.mid(1));
     }
@@ -290,7 +290,7 @@ private Q_SLOTS:
         controller().start();
         controller().write("bogus\n\n# nothing\n  hardware 300\n");
         controller().command("hardware 11");
-        QVERIFY(wait_for([this] { return controller().errors().count('\n') == 2; }));
+        WAIT_UNTIL(controller().errors().count('\n'), ==, 2);
         QCOMPARE(controller().errors(),
                  QByteArray("standard input:1:1: there is no command \"bogus\"\n"
                             "standard input:4:12: \"300\" is not a revision from 0 to 255\n"));
@@ -337,8 +337,8 @@ private Q_SLOTS:
                             QStringLiteral("--script"),
                             controller().path(QStringLiteral("drive"))});
         QVERIFY(controller().ask("11"));
-        QVERIFY(wait_for([this] { return host().messages().size() == 4; }));
-        QVERIFY(clock.elapsed() >= 400);
+        WAIT_UNTIL(host().messages().size(), ==, 4);
+        QCOMPARE_GE(clock.elapsed(), 400);
         QVERIFY(controller().wait_for_end());
         // The step at 0 s comes before or after the answer, with the host's first bytes.
         QCOMPARE(host().count("7d01"), 1);
@@ -352,9 +352,9 @@ private Q_SLOTS:
         controller().start({QStringLiteral("--wait"), QStringLiteral("--loop"),
                             QStringLiteral("--script"), controller().path(QStringLiteral("loop"))});
         host().send("11");
-        QVERIFY(wait_for([this] { return host().count("7d") >= 8; }));
-        QVERIFY(host().count("7d01") >= 4);
-        QVERIFY(host().count("7d02") >= 3);
+        WAIT_UNTIL(host().count("7d"), >=, 8);
+        QCOMPARE_GE(host().count("7d01"), 4);
+        QCOMPARE_GE(host().count("7d02"), 3);
     }
 
     void a_bad_script_is_refused()
@@ -365,7 +365,7 @@ private Q_SLOTS:
         QCOMPARE(controller().process.exitCode(), 1);
         QCOMPARE(controller().errors(),
                  script.toLocal8Bit() + ":2:4: there is no command \"igniton\"\n");
-        QVERIFY(controller().output().isEmpty());
+        QCOMPARE_EMPTY(controller().output());
     }
 
     void replays_what_it_recorded()
@@ -380,7 +380,7 @@ private Q_SLOTS:
         host().send("11");
         controller().command("addresses off");
         QVERIFY(controller().ask("15"));
-        QVERIFY(wait_for([this] { return host().count("36") >= 10; }));
+        WAIT_UNTIL(host().count("36"), >=, 10);
         QVERIFY(controller().ask("3500"));
         controller().command("double off");
         QVERIFY(lets_time_pass());
@@ -388,9 +388,9 @@ private Q_SLOTS:
         controller().end();
 
         const QByteArray text = controller().read(QStringLiteral("recording"));
-        QVERIFY(text.contains(" host       18ef78591100000000000000e9  # hardware version "
-                              "request\n"));
-        QVERIFY(text.contains("# firmware version: firmware v2.1.7\n"));
+        QCOMPARE_CONTAINS(text, " host       18ef78591100000000000000e9  # hardware version "
+                                "request\n");
+        QCOMPARE_CONTAINS(text, "# firmware version: firmware v2.1.7\n");
         const QRegularExpression form(
             QStringLiteral("^(#.*|\\d+\\.\\d{6} (controller|host      ) ([0-9a-f]{2})+  # .*)$"));
         for (const QByteArray& line : text.trimmed().split('\n'))
@@ -406,7 +406,7 @@ private Q_SLOTS:
             player.host.send("11"); // not answered, but the sign to begin
             QVERIFY(player.wait_for_end());
             QCOMPARE(player.process.exitCode(), 0);
-            QVERIFY(wait_for([&] { return player.host.bytes().size() >= heard.size(); }));
+            WAIT_UNTIL(player.host.bytes().size(), >=, heard.size());
             QCOMPARE(player.host.bytes(), heard);
             const int factor = QByteArray(speed).toInt();
             QVERIFY(factor == 0 || clock.elapsed() >= 700 / factor);
@@ -427,7 +427,7 @@ private Q_SLOTS:
         // The host comes when the line has long been full.
         QVERIFY(wait_for([this] { return !controller().devices().isEmpty(); }));
         QVERIFY(host().open(controller().devices().constLast()));
-        QVERIFY(wait_for([this] { return host().bytes().size() == 3000 * 13; }));
+        WAIT_UNTIL(host().bytes().size(), ==, 3000 * 13);
         QVERIFY(controller().wait_for_end());
     }
 
@@ -488,7 +488,7 @@ private Q_SLOTS:
         QVERIFY(controller().run(arguments));
         QCOMPARE(controller().process.exitCode(), status);
         QCOMPARE(controller().errors(), error);
-        QVERIFY(controller().output().isEmpty());
+        QCOMPARE_EMPTY(controller().output());
     }
 
     void help_tells_every_command()
@@ -496,7 +496,7 @@ private Q_SLOTS:
         QVERIFY(controller().run({QStringLiteral("--help")}));
         QCOMPARE(controller().process.exitCode(), 0);
         for (const Command_kind& kind : command_kinds()) {
-            QVERIFY(controller().output().contains(QByteArray("\n  ") + kind.name + ' '));
+            QCOMPARE_CONTAINS(controller().output(), QByteArray("\n  ") + kind.name + ' ');
             QCOMPARE(controller().output().contains(QByteArray("\n  --") + kind.name + ' '),
                      kind.is_option);
         }
@@ -506,7 +506,7 @@ private Q_SLOTS:
     {
         QVERIFY(controller().run({QStringLiteral("--version")}));
         QCOMPARE(controller().process.exitCode(), 0);
-        QVERIFY(controller().output().startsWith("dov-controller "));
+        QCOMPARE_STARTS(controller().output(), "dov-controller ");
     }
 
     void the_examples_are_good()
@@ -530,7 +530,7 @@ private Q_SLOTS:
         const QByteArray text = manual.readAll();
         for (const Command_kind& kind : command_kinds()) {
             const QByteArray form = QByteArray(kind.name) + ' ' + kind.arguments;
-            QVERIFY2(text.contains("`" + form.trimmed().replace("|", "\\|") + "`"), kind.name);
+            QCOMPARE_CONTAINS(text, "`" + form.trimmed().replace("|", "\\|") + "`");
         }
     }
 };

@@ -26,7 +26,7 @@ private Q_SLOTS:
                                             "  1.5s   button press   # short\n"
                                             "+200ms atx\r\n"
                                             "1min quit");
-        QVERIFY(script.errors.isEmpty());
+        QCOMPARE_EMPTY(script.errors);
         QVector<qint64> times;
         for (const Script::Step& step : script.steps)
             times.append(step.at_ms);
@@ -182,7 +182,7 @@ private Q_SLOTS:
         Bench_controller other;
         run(other, one.state_text().toUtf8());
         QCOMPARE(other.state_text(), one.state_text());
-        QVERIFY(one.state_text() != Bench_controller().state_text());
+        QCOMPARE_NE(one.state_text(), Bench_controller().state_text());
     }
 
     void a_recording_is_read_as_it_was_written()
@@ -196,10 +196,10 @@ private Q_SLOTS:
         QByteArray text = "# a comment\n";
         for (const Trace_entry& entry : entries)
             text.append(entry.to_line().toUtf8().append('\n'));
-        QVERIFY(text.contains("1.234567 host       18ef785935000000000000000d  "
-                              "# digest request: interval in 50 ms 0\n"));
+        QCOMPARE_CONTAINS(text, "1.234567 host       18ef785935000000000000000d  "
+                                "# digest request: interval in 50 ms 0\n");
         const Trace trace = Trace::parse(text);
-        QVERIFY(trace.errors.isEmpty());
+        QCOMPARE_EMPTY(trace.errors);
         QCOMPARE(trace.entries.size(), entries.size());
         for (int i = 0; i < entries.size(); ++i) {
             QCOMPARE(trace.entries[i].time_us, entries[i].time_us);

@@ -67,7 +67,7 @@ private Q_SLOTS:
             sum += value;
         }
         QCOMPARE(differing, 1000);
-        QVERIFY(std::abs(sum / 1000 - 15) < 0.5);
+        QCOMPARE_LT(std::abs(sum / 1000 - 15), 0.5);
     }
 };
 

@@ -155,7 +155,7 @@ private Q_SLOTS:
         for (int i = 0; i < 4; ++i)
             terminal_->call(QStringLiteral("device/operating_voltage"),
                             QStringLiteral("set_operating_voltage"), {uint(i)});
-        QVERIFY(wait_for([&] { return commands() >= before + 4; }));
+        WAIT_UNTIL(commands(), >=, before + 4);
         controller_->command("healthy");
         QVERIFY(works());
     }
@@ -176,10 +176,10 @@ private Q_SLOTS:
         start();
         QVERIFY(works());
         controller_->command("disconnect 100ms");
-        QVERIFY(wait_for([this] { return controller_->devices().size() == 2; }));
+        WAIT_UNTIL(controller_->devices().size(), ==, 2);
         QVERIFY(analog().isValid());
         QVERIFY(terminal_->daemon.is_running());
-        QVERIFY(terminal_->root.systemctl_calls().isEmpty());
+        QCOMPARE_EMPTY(terminal_->root.systemctl_calls());
     }
 
     void pushed_messages_become_signals()

@@ -98,6 +98,18 @@ bool Terminal_screen::is_restored() const
            now.c_lflag == before_.c_lflag && !is_alternate_ && is_cursor_visible_;
 }
 
+void Terminal_screen::testify()
+{
+    QStringList rows = text().split(QLatin1Char('\n'));
+    for (QString& row : rows)
+        row = QLatin1Char('|') + row;
+    report::tell("screen", rows.join(QLatin1Char('\n')).toUtf8());
+    report::tell("program on it", !has_ended()          ? QByteArray("it runs")
+                                  : exit_status() == -1 ? QByteArray("a signal ended it")
+                                                        : "it has ended with status " +
+                                                              QByteArray::number(exit_status()));
+}
+
 void Terminal_screen::receive()
 {
     char bytes[4096];

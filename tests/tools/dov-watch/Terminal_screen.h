@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Report.h"
+
 #include <QByteArray>
 #include <QSocketNotifier>
 #include <QString>
@@ -12,7 +14,7 @@
 
 /// A program on a terminal: a pty of its own, and a small screen that understands what curses
 /// writes for TERM=xterm.
-class Terminal_screen {
+class Terminal_screen final : public report::Witness {
 public:
     Terminal_screen(const QString& program, const QStringList& arguments);
     ~Terminal_screen();
@@ -31,6 +33,9 @@ public:
     bool has_ended();
     /// Its exit status, or -1 when a signal ended it.
     int exit_status() const;
+
+    /// The screen, and whether the program runs.
+    void testify() override;
 
     /// Whether the terminal is as it was before the program: its modes, and its normal screen with
     /// a visible cursor.

@@ -100,7 +100,7 @@ private Q_SLOTS:
         QFETCH(QVariant, value);
         QFETCH(QByteArray, text);
         const QByteArray line = change_json({QString(), QString(), value}, {});
-        QVERIFY2(line.endsWith(",\"value\":" + text + "}\n"), line.constData());
+        QCOMPARE_ENDS(line, ",\"value\":" + text + "}\n");
     }
 
     void sparkline_of_nothing()

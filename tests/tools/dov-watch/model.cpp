@@ -47,8 +47,8 @@ private Q_SLOTS:
         QCOMPARE(paths.size(), static_cast<int>(catalogue().size()));
         QCOMPARE(model.backlight(),
                  model.find(prefix_ + QStringLiteral("device/display/backlight")));
-        QVERIFY(model.find(prefix_ + QStringLiteral("multi_led/19")) >= 0);
-        QVERIFY(model.find(prefix_ + QStringLiteral("multi_led/20")) < 0);
+        QCOMPARE_GE(model.find(prefix_ + QStringLiteral("multi_led/19")), 0);
+        QCOMPARE_LT(model.find(prefix_ + QStringLiteral("multi_led/20")), 0);
     }
 
     void signal_changes_a_value()
@@ -111,7 +111,7 @@ private Q_SLOTS:
     void nothing_is_read_without_the_service()
     {
         Watch_model model;
-        QVERIFY(due(model).isEmpty());
+        QCOMPARE_EMPTY(due(model));
     }
 
     void what_is_signalled_is_read_once()
@@ -121,19 +121,19 @@ private Q_SLOTS:
         const QStringList first = due(model);
         for (const char* path : {"device/io/input/digital/0", "power/ignition", "device/buzzer",
                                  "version/kernel", "device/io/output/digital/3", "multi_led/7"})
-            QVERIFY2(first.contains(QLatin1String(path)), path);
+            QCOMPARE_CONTAINS(first, QLatin1String(path));
         for (const char* path : {"power/button", "atx", "media", "device/io/output/frequency/0"})
-            QVERIFY2(!first.contains(QLatin1String(path)), path);
+            QCOMPARE_LACKS(first, QLatin1String(path));
         answer_all(model, 1.0);
         const QStringList then = due(model);
         for (const char* path :
              {"device/io/output/digital/3", "device/display/backlight", "device/usb/power",
               "version/bootloader", "configuration", "oem_profile", "device/io/input/voltage/5"})
-            QVERIFY2(then.contains(QLatin1String(path)), path);
+            QCOMPARE_CONTAINS(then, QLatin1String(path));
         for (const char* path :
              {"device/io/input/digital/0", "device/buzzer", "version/kernel", "power/lock"})
-            QVERIFY2(!then.contains(QLatin1String(path)), path);
-        QVERIFY(due(model, Watch_model::Due::unknown).isEmpty());
+            QCOMPARE_LACKS(then, QLatin1String(path));
+        QCOMPARE_EMPTY(due(model, Watch_model::Due::unknown));
     }
 
     void inputs_are_read_only_while_they_do_not_signal()
@@ -144,8 +144,8 @@ private Q_SLOTS:
         const QString relative = QStringLiteral("device/io/input/analog/0");
         model.take_signal(prefix_ + relative, analog_, QStringLiteral("val_changed"), {2.0, true},
                           1);
-        QVERIFY(!due(model).contains(relative));
-        QVERIFY(due(model).contains(relative));
+        QCOMPARE_LACKS(due(model), relative);
+        QCOMPARE_CONTAINS(due(model), relative);
     }
 
     void event_makes_the_object_be_read_again()
@@ -165,10 +165,10 @@ private Q_SLOTS:
         model.set_owner(QStringLiteral(":1.1"), 0);
         answer_all(model, 1.0);
         model.set_owner(QString(), 10);
-        QVERIFY(due(model).isEmpty());
+        QCOMPARE_EMPTY(due(model));
         QCOMPARE(model.health(10).owner, QString());
         model.set_owner(QStringLiteral(":1.9"), 20);
-        QVERIFY(due(model).contains(QStringLiteral("device/io/input/digital/0")));
+        QCOMPARE_CONTAINS(due(model), QStringLiteral("device/io/input/digital/0"));
         QCOMPARE(model.health(30).owner, QStringLiteral(":1.9"));
         QCOMPARE(model.health(30).since_ms, 20);
     }

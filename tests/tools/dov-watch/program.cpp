@@ -141,7 +141,7 @@ private Q_SLOTS:
         terminal().daemon.signal(SIGTERM);
         QVERIFY(watch.wait_for_end());
         QCOMPARE(watch.exit_status(), 0);
-        QVERIFY(watch.output().endsWith(" com.quorin.system owner none\n"));
+        QCOMPARE_ENDS(watch.output(), " com.quorin.system owner none\n");
         QCOMPARE(watch.errors(), QByteArray("dov-watch: the service has left the bus\n"));
     }
 
@@ -275,7 +275,7 @@ private Q_SLOTS:
              QStringLiteral("unix:path=") + terminal().root.path(QStringLiteral("nothing"))});
         QVERIFY(watch.wait_for_end());
         QCOMPARE(watch.exit_status(), 1);
-        QVERIFY(watch.errors().startsWith("dov-watch: no bus: "));
+        QCOMPARE_STARTS(watch.errors(), "dov-watch: no bus: ");
     }
 
     void usage_errors_data()
@@ -296,7 +296,7 @@ private Q_SLOTS:
         QVERIFY(watch.wait_for_end());
         QCOMPARE(watch.exit_status(), 2);
         QVERIFY(!watch.errors().isEmpty());
-        QVERIFY(watch.output().isEmpty());
+        QCOMPARE_EMPTY(watch.output());
     }
 
     void screen_shows_values_and_operates_outputs()
@@ -362,7 +362,7 @@ private Q_SLOTS:
         QVERIFY(shows(screen, "DIGITAL INPUTS"));
         const QString tasks = QStringLiteral("/proc/%1/task").arg(screen.pid());
         const QStringList threads = QDir(tasks).entryList(QDir::Dirs | QDir::NoDotAndDotDot);
-        QVERIFY(threads.size() > 1);
+        QCOMPARE_GT(threads.size(), 1);
         for (const QString& thread : threads) {
             QVERIFY2(blocks(tasks + QLatin1Char('/') + thread, {SIGINT, SIGTERM, SIGHUP, SIGWINCH}),
                      qPrintable(thread));

@@ -79,11 +79,11 @@ private Q_SLOTS:
         Screen_view view(model, Glyphs::utf8(), QString());
         const QString text = drawn(view, 160, 50);
         for (const Watched_object& each : model.objects())
-            QVERIFY2(text.contains(each.entry.title), qPrintable(each.entry.title));
-        QVERIFY(text.contains(QStringLiteral("12.500 V")));
-        QVERIFY(text.contains(QStringLiteral("service :1.5")));
-        QVERIFY(text.contains(QStringLiteral("versions known")));
-        QVERIFY(text.contains(prefix_ + QStringLiteral("device/io/input/digital/0")));
+            QCOMPARE_CONTAINS(text, each.entry.title);
+        QCOMPARE_CONTAINS(text, QStringLiteral("12.500 V"));
+        QCOMPARE_CONTAINS(text, QStringLiteral("service :1.5"));
+        QCOMPARE_CONTAINS(text, QStringLiteral("versions known"));
+        QCOMPARE_CONTAINS(text, prefix_ + QStringLiteral("device/io/input/digital/0"));
     }
 
     void the_screen_is_as_kept()
@@ -127,7 +127,7 @@ private Q_SLOTS:
             view.handle_key({Key::Code::down, {}});
             const QString first = drawn(view, width, height).split(QLatin1Char('\n'))[3];
             const QString column = first.section(Glyphs::utf8().divider, 0, 0).trimmed();
-            QVERIFY2(headings.contains(column), qPrintable(first));
+            QCOMPARE_CONTAINS(headings, column);
         }
     }
 
@@ -161,12 +161,11 @@ private Q_SLOTS:
         Screen_view view(model, Glyphs::ascii(), QString());
         for (std::size_t i = 0; i < model.objects().size(); ++i) {
             const QString text = drawn(view, 80, 12);
-            QVERIFY2(text.contains(QLatin1Char('>') + model.objects().at(i).entry.title),
-                     qPrintable(text));
+            QCOMPARE_CONTAINS(text, QLatin1Char('>') + model.objects().at(i).entry.title);
             view.handle_key({Key::Code::down, {}});
         }
         view.handle_key({Key::Code::home, {}});
-        QVERIFY(drawn(view, 80, 12).contains(QStringLiteral(">input 0")));
+        QCOMPARE_CONTAINS(drawn(view, 80, 12), QStringLiteral(">input 0"));
     }
 
     void filter_shows_only_what_matches()
@@ -175,16 +174,16 @@ private Q_SLOTS:
         fill(model);
         Screen_view view(model, Glyphs::ascii(), QString());
         press(view, "/VOLT");
-        QVERIFY(drawn(view, 80, 24).contains(QStringLiteral("Show only: VOLT")));
+        QCOMPARE_CONTAINS(drawn(view, 80, 24), QStringLiteral("Show only: VOLT"));
         view.handle_key({Key::Code::enter, {}});
         QString text = drawn(view, 80, 24);
-        QVERIFY(text.contains(QStringLiteral(">voltage 0")));
-        QVERIFY(!text.contains(QStringLiteral("temperature")));
+        QCOMPARE_CONTAINS(text, QStringLiteral(">voltage 0"));
+        QCOMPARE_LACKS(text, QStringLiteral("temperature"));
         view.handle_key({Key::Code::escape, {}});
         text = drawn(view, 80, 24);
-        QVERIFY(text.contains(QStringLiteral("temperature 0")));
+        QCOMPARE_CONTAINS(text, QStringLiteral("temperature 0"));
         press(view, "/nothing like it");
-        QVERIFY(drawn(view, 80, 24).contains(QStringLiteral("Nothing matches")));
+        QCOMPARE_CONTAINS(drawn(view, 80, 24), QStringLiteral("Nothing matches"));
         view.handle_key({Key::Code::enter, {}});
         QCOMPARE(press(view, " ").kind, Action::Kind::none);
     }
@@ -223,14 +222,14 @@ private Q_SLOTS:
         Screen_view view(model, Glyphs::utf8(), QString());
         press(view, "b42.x");
         view.handle_key({Key::Code::backspace, {}});
-        QVERIFY(drawn(view, 80, 24).contains(QStringLiteral("42._")));
+        QCOMPARE_CONTAINS(drawn(view, 80, 24), QStringLiteral("42._"));
         press(view, "5");
         const Action action = view.handle_key({Key::Code::enter, {}});
         QCOMPARE(action.kind, Action::Kind::set_brightness);
         QCOMPARE(action.level, 42.5);
         press(view, "b101");
         QCOMPARE(view.handle_key({Key::Code::enter, {}}).kind, Action::Kind::none);
-        QVERIFY(drawn(view, 80, 24).contains(QStringLiteral("Not a number from 0 to 100: 101")));
+        QCOMPARE_CONTAINS(drawn(view, 80, 24), QStringLiteral("Not a number from 0 to 100: 101"));
         press(view, "b7");
         QCOMPARE(view.handle_key({Key::Code::escape, {}}).kind, Action::Kind::none);
         QCOMPARE(press(view, "+").level, 17.5);
@@ -244,7 +243,8 @@ private Q_SLOTS:
         QCOMPARE(press(view, "/q").kind, Action::Kind::none);
         view.handle_key({Key::Code::escape, {}});
         QCOMPARE(press(view, "?").kind, Action::Kind::none);
-        QVERIFY(drawn(view, 80, 24).contains(QStringLiteral("switch the selected digital output")));
+        QCOMPARE_CONTAINS(drawn(view, 80, 24),
+                          QStringLiteral("switch the selected digital output"));
         QCOMPARE(press(view, "q").kind, Action::Kind::none);
         QCOMPARE(press(view, "q").kind, Action::Kind::quit);
     }
@@ -254,16 +254,16 @@ private Q_SLOTS:
         Watch_model model;
         Screen_view view(model, Glyphs::utf8(), QString());
         Screen_facts facts;
-        QVERIFY(drawn(view, 100, 30, facts).contains(QStringLiteral("no service, waiting")));
+        QCOMPARE_CONTAINS(drawn(view, 100, 30, facts), QStringLiteral("no service, waiting"));
         facts.bus_connected = false;
-        QVERIFY(drawn(view, 100, 30, facts).contains(QStringLiteral("no bus")));
+        QCOMPARE_CONTAINS(drawn(view, 100, 30, facts), QStringLiteral("no bus"));
         facts.bus_connected = true;
         model.set_owner(QStringLiteral(":1.5"), 0);
-        QVERIFY(drawn(view, 100, 30, facts).contains(QStringLiteral("No PC Comms")));
+        QCOMPARE_CONTAINS(drawn(view, 100, 30, facts), QStringLiteral("No PC Comms"));
         fill(model);
         const QString output = prefix_ + QStringLiteral("device/io/output/digital/0");
         model.take_reading({model.find(output), 1}, false, 0);
-        QVERIFY(drawn(view, 100, 30, facts).contains(QStringLiteral("disabled")));
+        QCOMPARE_CONTAINS(drawn(view, 100, 30, facts), QStringLiteral("disabled"));
     }
 
     void texts_cannot_disturb_the_screen()
@@ -274,7 +274,7 @@ private Q_SLOTS:
         const QString text = QStringLiteral("a") + QChar(0x6F22) + QChar(0x0301) + QChar(27);
         model.take_reading({kernel, 0}, text, 0);
         Screen_view view(model, Glyphs::utf8(), QStringLiteral("kernel"));
-        QVERIFY(drawn(view, 80, 24).contains(QStringLiteral("a??\\x1b")));
+        QCOMPARE_CONTAINS(drawn(view, 80, 24), QStringLiteral("a??\\x1b"));
     }
 };
 

@@ -34,4 +34,4 @@ private Q_SLOTS:
 };
 
 QTEST_APPLESS_MAIN(Send_queue_test)
-#include "send_queue.moc"
+#include "sendqueue.moc"

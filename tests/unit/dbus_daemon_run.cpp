@@ -8,14 +8,12 @@
 
 #include <climits>
 
-class Run : public QObject {
+class Run : public Daemon_test {
     Q_OBJECT
 public:
-    explicit Run(Test_daemon& world) : world_(world) {}
+    using Daemon_test::Daemon_test;
 
 private:
-    Test_daemon& world_;
-
     QTimer* timer(bool single_shot)
     {
         for (auto* each :
@@ -69,7 +67,7 @@ private Q_SLOTS:
             QCOMPARE(power->timerType(), Qt::PreciseTimer);
             const uchar message[] = {0x7d, 0, 0, 0, 0, 0, 0, 0};
             Q_EMIT world_.daemon->link()->handle_packet(message, sizeof message);
-            QVERIFY(output.text().endsWith("Got message 7d\nUnhandled message default\n"));
+            QCOMPARE_ENDS(output.text(), "Got message 7d\nUnhandled message default\n");
             poll->start(0);
         };
         const auto finish = [&] {
@@ -82,7 +80,7 @@ private Q_SLOTS:
         often.start(1);
         world_.daemon->run();
         QVERIFY(poll != nullptr);
-        QVERIFY(output.text().contains("\nQuiting\n"));
+        QCOMPARE_CONTAINS(output.text(), "\nQuiting\n");
         QVERIFY(world_.daemon->is_exiting());
     }
 };
@@ -93,4 +91,4 @@ int main(int count, char** arguments)
         count, arguments,
         R"(<power><state name="on"><param name="timeout">4294968</param></state></power>)");
 }
-#include "run.moc"
+#include "dbus_daemon_run.moc"

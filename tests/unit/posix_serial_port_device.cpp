@@ -294,14 +294,14 @@ private Q_SLOTS:
         device.has_lines = false;
         QVERIFY(port_->set_rts(true));
         QVERIFY(port_->set_rts(false));
-        QVERIFY(device.lines_set.isEmpty());
+        QCOMPARE_EMPTY(device.lines_set);
     }
 
     void hardware_flow_control_raises_rts()
     {
         for (const int mode : {0, 2, 3})
             QVERIFY(port_->set_flow(mode));
-        QVERIFY(device.lines_set.isEmpty());
+        QCOMPARE_EMPTY(device.lines_set);
         QVERIFY(port_->set_flow(1));
         QCOMPARE(device.lines_set, QVector<int>{TIOCM_RTS});
     }
@@ -405,4 +405,4 @@ private Q_SLOTS:
 };
 
 QTEST_APPLESS_MAIN(Serial_device)
-#include "serial_device.moc"
+#include "posix_serial_port_device.moc"

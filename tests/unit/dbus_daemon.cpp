@@ -1,4 +1,7 @@
-// The power state machine, in process: "low-power" and "sleep" cannot be reached from outside.
+// The power states of the daemon, in process: "low-power" and "sleep" cannot be reached from
+// outside.
+
+#include "DBus_daemon.h"
 
 #include "Captured_console.h"
 #include "Interface_base.h"
@@ -43,13 +46,12 @@ private:
 
 } // namespace
 
-class Power_states : public QObject {
+class DBus_daemon_test : public Daemon_test {
     Q_OBJECT
 public:
-    explicit Power_states(Test_daemon& world) : world_(world) {}
+    using Daemon_test::Daemon_test;
 
 private:
-    Test_daemon& world_;
     QStringList told_;
     Told_object* teller_ = nullptr;
 
@@ -108,9 +110,9 @@ private Q_SLOTS:
         QVERIFY(QTest::qWaitFor([this] { return power_timer().remainingTime() < 30000; }));
         const int remaining = power_timer().remainingTime();
         daemon().set_power_state(state_on);
-        QVERIFY(power_timer().remainingTime() <= remaining);
-        QVERIFY(world_.lines().isEmpty());
-        QVERIFY(told_.isEmpty());
+        QCOMPARE_LE(power_timer().remainingTime(), remaining);
+        QCOMPARE_EMPTY(world_.lines());
+        QCOMPARE_EMPTY(told_);
     }
 
     void state_and_its_time_begin_when_all_have_been_told()
@@ -179,7 +181,7 @@ private Q_SLOTS:
         go_to(state_on);
         daemon().handle_power_timeout();
         QCOMPARE(world_.lines(), QStringList{QStringLiteral("Timeout in state on")});
-        QVERIFY(world_.root.systemctl_calls().isEmpty());
+        QCOMPARE_EMPTY(world_.root.systemctl_calls());
     }
 
     void marker_is_removed_on_the_way_into_low_power()
@@ -237,7 +239,7 @@ private Q_SLOTS:
         Captured_descriptor output(STDOUT_FILENO);
         daemon().handle_check_touch_timeout();
         QCOMPARE(output.text(), QByteArray("no-activity\n"));
-        QVERIFY(!world_.lines().contains(QLatin1String("Touch activity ")));
+        QCOMPARE_LACKS(world_.lines(), QLatin1String("Touch activity "));
     }
 
     void system_off_in_sleep_shuts_down_twice()
@@ -297,7 +299,7 @@ private Q_SLOTS:
                  QStringList{QStringLiteral("=============== Exiting =================")});
         Captured_descriptor output(STDOUT_FILENO);
         daemon().send_periodic_cmds(); // nothing any more
-        QVERIFY(world_.link->sent.isEmpty());
+        QCOMPARE_EMPTY(world_.link->sent);
         daemon().handle_quit();
         QCOMPARE(output.text(), QByteArray("Quiting\n"));
     }
@@ -305,11 +307,11 @@ private Q_SLOTS:
 
 int main(int count, char** arguments)
 {
-    return run_with_daemon<Power_states>(
+    return run_with_daemon<DBus_daemon_test>(
         count, arguments,
         R"(<power><state name="on"><param name="timeout">30</param></state>
 <state name="low-power"><param name="timeout">0</param></state>
 <state name="sleep"><param name="timeout">-7</param><device name="system">off</device></state>
 </power>)");
 }
-#include "power_states.moc"
+#include "dbus_daemon.moc"

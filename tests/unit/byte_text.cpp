@@ -1,0 +1,28 @@
+#include "Byte_text.h"
+
+class Byte_text_test : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void styles_data()
+    {
+        QTest::addColumn<int>("style");
+        QTest::addColumn<QByteArray>("text");
+        QTest::newRow("lower spaced") << int(Byte_style::lower_spaced) << QByteArray("00 0a ff ");
+        QTest::newRow("lower joined") << int(Byte_style::lower_joined) << QByteArray("000aff");
+        QTest::newRow("padded spaced") << int(Byte_style::padded_spaced) << QByteArray(" 0  a ff ");
+        QTest::newRow("padded joined") << int(Byte_style::padded_joined) << QByteArray(" 0 aff");
+        QTest::newRow("upper joined") << int(Byte_style::upper_joined) << QByteArray("000AFF");
+    }
+    void styles()
+    {
+        QFETCH(int, style);
+        QFETCH(QByteArray, text);
+        const uchar data[] = {0x00, 0x0a, 0xff};
+        const Byte_text bytes(static_cast<Byte_style>(style), data, 3);
+        QCOMPARE(QByteArray(bytes.view().data(), int(bytes.view().size())), text);
+    }
+};
+
+QTEST_APPLESS_MAIN(Byte_text_test)
+#include "byte_text.moc"

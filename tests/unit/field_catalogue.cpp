@@ -1,0 +1,68 @@
+#include "Field_catalogue.h"
+
+#include "Message_catalogue.h"
+
+namespace {
+
+template <class... Bytes>
+Message some(Bytes... bytes)
+{
+    return {static_cast<uchar>(bytes)...};
+}
+
+} // namespace
+
+class Field_catalogue_test : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void every_field_lies_in_its_message_and_none_in_another()
+    {
+        uint last_id = 0;
+        uint end = 1;
+        for (const Field& field : field_catalogue) {
+            const QByteArray what = QByteArray::number(field.id, 16) + ' ' + field.name;
+            QVERIFY2(find_message(field.id) != nullptr, what);
+            QVERIFY2(field.id >= last_id, what);
+            if (field.id != last_id)
+                end = 1;
+            QVERIFY2(field.first >= end, what);
+            QVERIFY2(field.end() <= message_size, what);
+            QCOMPARE(find_field(field.id, field.name), &field);
+            last_id = field.id;
+            end = field.end();
+        }
+    }
+
+    void every_field_reads_what_it_has_written()
+    {
+        for (const Field& field : field_catalogue) {
+            const qint64 numbers[] = {field.least, field.most, (field.least + field.most) / 2};
+            for (const qint64 number : numbers) {
+                if (!field.may_be(number))
+                    continue;
+                Message message = blank_message(field.id);
+                field.put(message, number);
+                QCOMPARE(field.get(message.data()), number);
+            }
+        }
+    }
+
+    void a_blank_message_has_what_is_always_the_same()
+    {
+        QCOMPARE(blank_message(0x29), some(0x29, 1));
+        QCOMPARE(blank_message(0x2d), some(0x2d, 0, 0, 0, 0, 1));
+        QCOMPARE(blank_message(0x36), some(0x36));
+        QCOMPARE(blank_message(0x7d), some(0x7d));
+    }
+
+    void scales_are_exact()
+    {
+        QVERIFY(find_field(0x36, "analog")->unit.scale == 0.001);
+        QVERIFY(find_field(0x32, "level")->unit.scale == 0.3937007874015748);
+        QVERIFY(find_field(0x35, "interval")->unit.scale == 50);
+    }
+};
+
+QTEST_APPLESS_MAIN(Field_catalogue_test)
+#include "field_catalogue.moc"

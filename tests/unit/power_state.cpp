@@ -1,0 +1,21 @@
+#include "Power_state.h"
+
+class Power_state_test : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void names_and_times()
+    {
+        QCOMPARE(power_state_name(0), "on");
+        QCOMPARE(power_state_name(1), "low-power");
+        QCOMPARE(power_state_name(2), "sleep");
+        QCOMPARE(power_state_name(3), "null");
+        QCOMPARE(power_state_name(-1), "null");
+        QCOMPARE(default_state_timeouts[0], -1);
+        QCOMPARE(default_state_timeouts[1], 100);
+        QCOMPARE(default_state_timeouts[2], 100);
+    }
+};
+
+QTEST_APPLESS_MAIN(Power_state_test)
+#include "power_state.moc"

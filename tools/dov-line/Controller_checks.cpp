@@ -119,10 +119,13 @@ QString milliseconds(double ms)
 
 QString unanswered(const Examiner& examiner, const Message& request)
 {
-    return QStringLiteral("no %1 within %2 ms of %3")
-        .arg(name_of(answer_to(request[0])))
-        .arg(examiner.wait_ms())
-        .arg(name_of(request[0]));
+    const QString text = QStringLiteral("no %1 within %2 ms of %3")
+                             .arg(name_of(answer_to(request[0])))
+                             .arg(examiner.wait_ms())
+                             .arg(name_of(request[0]));
+    return examiner.answer_ms() < 0
+               ? text
+               : text + QStringLiteral(", but after ") + milliseconds(examiner.answer_ms());
 }
 
 QString hex(const Message& message)

@@ -10,6 +10,9 @@ namespace {
 
 constexpr double us_per_ms = 1000;
 
+/// How much longer a late answer is waited for.
+constexpr int late_ms = 900;
+
 bool is_message(const Line_event& event, uchar id)
 {
     return event.is_frame() && event.id() == id;
@@ -36,9 +39,22 @@ std::optional<Message> Examiner::ask(const QByteArray& bytes, uchar answer)
     const std::size_t from = heard_.size();
     const qint64 begin_us = conversation.now_us();
     conversation.send(bytes);
-    conversation.wait_until([&] { return find(answer, from).has_value(); }, wait_ms_);
-    answer_ms_ = static_cast<double>(conversation.now_us() - begin_us) / us_per_ms;
-    return find(answer, from);
+    const auto has_come = [&] { return find(answer, from).has_value(); };
+    const bool is_in_time = conversation.wait_until(has_come, wait_ms_);
+    // One that is late must not be taken for the answer to what is asked next.
+    const bool has_answer =
+        is_in_time || (may_be_late() && conversation.wait_until(has_come, late_ms));
+    answer_ms_ =
+        has_answer ? static_cast<double>(conversation.now_us() - begin_us) / us_per_ms : -1;
+    return is_in_time ? find(answer, from) : std::nullopt;
+}
+
+/// Whether it makes sense to wait longer: not for a controller that is silent.
+bool Examiner::may_be_late()
+{
+    constexpr int patience = 2;
+    asked_in_vain_ = heard_.empty() ? asked_in_vain_ + 1 : 0;
+    return asked_in_vain_ <= patience;
 }
 
 std::optional<Message> Examiner::answer_to_once(const Message& request)

@@ -28,7 +28,8 @@ public:
     /// The answer to a request that several checks look at: asked for once.
     std::optional<Message> answer_to_once(const Message& request);
 
-    /// How long the last answer took, in milliseconds.
+    /// How long the last answer took, in milliseconds, also when that was too long; -1 when none
+    /// came.
     double answer_ms() const { return answer_ms_; }
 
     /// Waits until so many messages with an identifier have come from now on, or a time is over;
@@ -51,6 +52,7 @@ public:
 
 private:
     std::optional<Message> find(uchar id, std::size_t from) const;
+    bool may_be_late();
 
     std::vector<Line_event> heard_;
     std::map<uchar, std::optional<Message>> answers_; ///< by request
@@ -58,6 +60,7 @@ private:
     QSet<uchar> excused_;
     double answer_ms_ = 0;
     int wait_ms_;
+    int asked_in_vain_ = 0; ///< of a controller that has never said anything
 };
 
 /// A request in the host's frame.

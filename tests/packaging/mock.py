@@ -207,10 +207,13 @@ def random_report(rng: random.Random, values: dict[str, int]) -> tuple[Any, ...]
 
 
 def random_call(rng: random.Random) -> tuple[Any, ...]:
-    path = rng.choice(sorted(path for path, interface in INTERFACE_OF.items()
-                             if ".input." in interface or "output.digital" in interface
-                             or path in ("device/buzzer", "device/camera/power", "multi_led/7",
-                                         "device/operating_voltage", "power/lock")))
+    """Of every interface equally often, but of those whose calls a controller answers."""
+    paths = sorted(path for path, interface in INTERFACE_OF.items()
+                   if ".input." in interface or "output.digital" in interface
+                   or path in ("device/buzzer", "device/camera/power", "multi_led/7",
+                               "device/operating_voltage", "power/lock"))
+    chosen = rng.choice(sorted({INTERFACE_OF[path] for path in paths}))
+    path = rng.choice([path for path in paths if INTERFACE_OF[path] == chosen])
     interface = ET.parse(INTERFACES / f"{INTERFACE_OF[path]}.xml").getroot()[0]
     methods = [method for method in interface.findall("method")
                if method.attrib["name"] != "set_time_out"]

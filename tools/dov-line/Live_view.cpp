@@ -88,13 +88,14 @@ QStringList live_lines(const QJsonObject& status)
                                                              {"addresses", "address_errors"},
                                                              {"identifiers", "unknown_identifiers"},
                                                              {"skipped bytes", "skipped_bytes"}}));
-    lines.append(QStringLiteral("missing: ") + counts(status, {{"answers", "unanswered"},
-                                                               {"in time", "late_answers"},
-                                                               {"hang-ups", "hang_ups"},
-                                                               {"records", "missing_records"}}));
-    lines.append(QStringLiteral("not recorded: ") + counts(tap, {{"records", "unwritten_records"},
-                                                                 {"incidents", "incidents"},
-                                                                 {"kept files", "kept_files"}}));
+    lines.append(QStringLiteral("requests: ") +
+                 counts(status, {{"unanswered", "unanswered"}, {"answered late", "late_answers"}}));
+    lines.append(QStringLiteral("line: ") + counts(status, {{"hang-ups", "hang_ups"}}) +
+                 QStringLiteral("   ") + counts(tap, {{"bytes without a host", "unheard_bytes"}}));
+    lines.append(QStringLiteral("records: ") + counts(tap, {{"not seen", "unseen_records"},
+                                                            {"not written", "unwritten_records"},
+                                                            {"incidents", "incidents"},
+                                                            {"kept files", "kept_files"}}));
     if (!digest.isEmpty())
         lines.append(QStringLiteral("digests: asked every %1 ms, come every %2 ms")
                          .arg(number(digest[QStringLiteral("asked_ms")]),

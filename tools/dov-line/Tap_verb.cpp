@@ -1,5 +1,6 @@
 #include "Tap_verb.h"
 
+#include "Device_holder.h"
 #include "Posix_signals.h"
 #include "Service_manager.h"
 
@@ -143,6 +144,10 @@ int Tap_verb::run(const QStringList& /*arguments*/)
     // is not replaced by one of nothing.
     if (fails(tap.open(order_.device, order_.link)))
         return status_input;
+    const QString holder = holder_of(tap.device_descriptor());
+    if (!holder.isEmpty())
+        complain(QStringLiteral("%1: %2 has it open as well, and takes some of its bytes")
+                     .arg(order_.device, holder));
     if (fails(observer.start(order_)))
         return status_output;
     if (fails(tap.start()))

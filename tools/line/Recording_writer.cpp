@@ -30,7 +30,7 @@ public:
 
     QString open()
     {
-        const QString error = file_.open(order_.path, order_.rotation);
+        QString error = file_.open(order_.path, order_.rotation);
         if (error.isEmpty())
             begin();
         return error;

@@ -24,7 +24,7 @@ QString Host_terminal::open(const termios& device)
     own_ = posix_openpt(open_flags);
     if (own_ < 0 || grantpt(own_) != 0 || unlockpt(own_) != 0 ||
         ptsname_r(own_, name, sizeof name) != 0 || ioctl(own_, TIOCPKT, &packet_mode) != 0) {
-        const QString error =
+        QString error =
             QStringLiteral("no pseudo terminal: ") + QString::fromLocal8Bit(std::strerror(errno));
         close();
         return error;

@@ -11,8 +11,8 @@ namespace {
 
 constexpr qint64 us_per_ms = 1000;
 
-/// Between two files, if nobody asks.
-constexpr qint64 least_distance_us = 1000000;
+/// Between two files of one reason, if nobody asks.
+constexpr qint64 least_distance_us = 60000000;
 
 /// By Incident_keeper::Reason.
 constexpr const char* reason_texts[] = {"checksum", "unanswered", "unknown", "hang-up", "asked"};
@@ -48,10 +48,11 @@ void Incident_keeper::keep(Reason reason, qint64 now_us)
 {
     ++incidents_;
     writers_.remove_if([](const Recording_writer& writer) { return writer.has_finished(); });
-    const bool is_too_soon = last_us_ && now_us - *last_us_ < least_distance_us;
+    std::optional<qint64>& last_us = last_us_[static_cast<std::size_t>(reason)];
+    const bool is_too_soon = last_us && now_us - *last_us < least_distance_us;
     if (is_too_soon && reason != Reason::asked)
         return;
-    last_us_ = now_us;
+    last_us = now_us;
     Recording_writer::Order order;
     order.path = name_of(reason, now_us);
     order.buffer = ring_.cost() + sizeof(Line_record);

@@ -7,6 +7,7 @@
 #include <QString>
 #include <QStringList>
 
+#include <array>
 #include <functional>
 #include <list>
 #include <optional>
@@ -14,8 +15,9 @@
 /// Keeps what led to something worth to be looked at: the newest records, as a recording of their
 /// own.
 ///
-/// Its files are PATH-TIME-REASON.txt, with the time in UTC. There is one a second at most, except
-/// for those that are asked for, and of all a number: the oldest ones are removed.
+/// Its files are PATH-TIME-REASON.txt, with the time in UTC. There is one a minute at most for each
+/// reason, so that what goes on and on does not push everything else out, except for those that are
+/// asked for; and of all a number: the oldest ones are removed.
 class Incident_keeper {
 public:
     /// What makes it keep.
@@ -52,8 +54,8 @@ private:
 
     Order order_;
     Record_ring ring_;
-    std::list<Recording_writer> writers_; ///< those that are not done
-    std::optional<qint64> last_us_;
+    std::list<Recording_writer> writers_;          ///< those that are not done
+    std::array<std::optional<qint64>, 5> last_us_; ///< by Reason
     quint64 kept_ = 0;
     quint64 incidents_ = 0;
 };

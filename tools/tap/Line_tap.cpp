@@ -103,6 +103,8 @@ QString Line_tap::make_link()
     host_has_news_ = true;
     device_has_news_ = true;
     lines_dropped_ = false;
+    had_host_ = false;
+    held_.clear();
     note(Sender::controller, Line_record::Kind::connection);
     return {};
 }
@@ -121,11 +123,20 @@ void Line_tap::run()
             pass();
         else if (open_ends().isEmpty() && make_link().isEmpty())
             continue; // what is there already is no news
-        const bool waits = !to_device_.empty() || !to_host_.empty();
-        wait(!device_.is_open() ? look_again_ms : waits ? write_again_ms : -1);
+        if (!held_.empty() && host_.has_host())
+            note_host();
+        wait(patience_ms());
     }
     if (device_.is_open())
         pass();
+}
+
+/// How long to wait for news; -1 for as long as it takes.
+int Line_tap::patience_ms() const
+{
+    if (!to_device_.empty() || !to_host_.empty())
+        return write_again_ms;
+    return !device_.is_open() || !held_.empty() ? look_again_ms : -1;
 }
 
 void Line_tap::wait(int timeout_ms)
@@ -142,12 +153,12 @@ void Line_tap::wait(int timeout_ms)
 /// nothing of the other's waiting.
 void Line_tap::pass()
 {
-    bool more = true;
-    while (more && device_.is_open()) {
+    bool more = false;
+    do {
         more = pass_from_device();
         if (device_.is_open())
             more = pass_from_host() || more;
-    }
+    } while (more && device_.is_open() && !is_to_stop_);
 }
 
 /// Whether there may be more.
@@ -202,7 +213,7 @@ bool Line_tap::pass_from_device()
     if (has_host_ || host_.has_host())
         note_host();
     else
-        unheard_bytes_ += static_cast<quint64>(count);
+        hold(to_host_.bytes.data(), static_cast<std::size_t>(count));
     const bool is_written = write_to_host();
     note_bytes(Sender::controller, to_host_.bytes.data(), static_cast<int>(count), now_us);
     return is_written;
@@ -272,7 +283,26 @@ void Line_tap::note_host()
     if (lines_dropped_)
         device_.set_modem_lines(true);
     lines_dropped_ = false;
+    had_host_ = true;
+    // A new pseudo terminal has room for all of it.
+    (void)!::write(host_.descriptor(), held_.data(), held_.size());
+    held_.clear();
     note(Sender::host, Line_record::Kind::connection);
+}
+
+/// Bytes that no host hears, or only the first one.
+void Line_tap::hold(const char* bytes, std::size_t count)
+{
+    if (had_host_) {
+        unheard_bytes_ += count;
+        return;
+    }
+    held_.insert(held_.end(), bytes, bytes + count);
+    if (held_.size() <= most_held)
+        return;
+    const std::size_t surplus = held_.size() - most_held;
+    held_.erase(held_.begin(), held_.begin() + static_cast<std::ptrdiff_t>(surplus));
+    unheard_bytes_ += surplus;
 }
 
 void Line_tap::follow_settings()
@@ -302,6 +332,7 @@ void Line_tap::device_lost()
     close_ends();
     to_host_.begin = to_host_.end;
     to_device_.begin = to_device_.end;
+    held_.clear();
     note(Sender::controller, Line_record::Kind::hang_up);
     if (had_host)
         note(Sender::host, Line_record::Kind::hang_up);

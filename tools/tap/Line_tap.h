@@ -11,20 +11,25 @@
 #include <array>
 #include <atomic>
 #include <thread>
+#include <vector>
 
 /// Stands between a serial device and its host: every byte that comes from one side goes to the
 /// other, unchanged and at once, in a thread that does nothing else. Others hear of it by records,
 /// behind it.
 ///
 /// What one side does not take is not read from the other: it waits where it would wait without a
-/// tap. Without a host the device's bytes are read and dropped, as by a port that nobody has open.
+/// tap. Without a host the device's bytes are read and dropped, as by a port that nobody has open;
+/// only the newest of those that come before the first host wait for it, as in a pseudo terminal.
 ///
 /// A device that goes away hangs up on the host and takes the link with it; when its path can be
 /// opened again, the link leads to a new pseudo terminal.
 class Line_tap {
 public:
-    /// How often a device that is gone is looked for.
+    /// How often a device that is gone is looked for, and the first host.
     static constexpr int look_again_ms = 100;
+
+    /// How many bytes wait for the first host, as many as a terminal keeps for its reader.
+    static constexpr std::size_t most_held = 4096;
 
     /// `seen` takes what passes; both have to outlive this.
     Line_tap(const Line_clock& clock, Record_buffer& seen) : clock_(clock), seen_(seen) {}
@@ -34,6 +39,9 @@ public:
 
     /// Opens the device. Returns an error's text, or nothing.
     QString open(const QString& device, const QString& link);
+
+    /// Of the device that has been opened.
+    int device_descriptor() const { return device_.descriptor(); }
 
     /// Makes the link and begins. Returns an error's text, or nothing.
     QString start();
@@ -79,6 +87,8 @@ private:
     void note(Sender sender, Line_record::Kind kind);
     void note_bytes(Sender sender, const char* bytes, int count, qint64 time_us);
     void note_host();
+    void hold(const char* bytes, std::size_t count);
+    int patience_ms() const;
     void follow_settings();
     void host_closed();
     void device_lost();
@@ -92,6 +102,8 @@ private:
     Device_link link_;
     Pending to_device_;
     Pending to_host_;
+    std::vector<char> held_;       ///< for the first host
+    bool had_host_ = false;        ///< since the device was opened
     bool host_has_news_ = false;   ///< until a read finds nothing
     bool device_has_news_ = false; ///< until a read finds nothing
     bool lines_dropped_ = false;

@@ -53,8 +53,7 @@ QString Serial_device::open(const QString& path)
         if (tcsetattr(descriptor_, TCSANOW, &working_) == 0)
             return {};
     }
-    const QString error =
-        path + QStringLiteral(": ") + QString::fromLocal8Bit(std::strerror(errno));
+    QString error = path + QStringLiteral(": ") + QString::fromLocal8Bit(std::strerror(errno));
     if (descriptor_ >= 0)
         ::close(descriptor_);
     descriptor_ = -1;

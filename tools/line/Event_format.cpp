@@ -51,7 +51,7 @@ QString seconds_text(qint64 us)
 
 QString wall_text(qint64 clock_us)
 {
-    const QDateTime time = QDateTime::fromMSecsSinceEpoch(clock_us / whole_us_per_ms, Qt::UTC);
+    const QDateTime time = QDateTime::fromMSecsSinceEpoch(clock_us / whole_us_per_ms).toUTC();
     return time.toString(QStringLiteral("yyyy-MM-ddTHH:mm:ss.zzz")) +
            QStringLiteral("%1Z").arg(clock_us % whole_us_per_ms, 3, 10, QLatin1Char('0'));
 }

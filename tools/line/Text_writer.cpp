@@ -35,7 +35,7 @@ QByteArray Text_writer::header(qint64 wall_clock_us)
 QByteArray Text_writer::beginning(qint64 wall_clock_us)
 {
     const QDateTime time =
-        QDateTime::fromMSecsSinceEpoch((wall_clock_us + us_per_ms / 2) / us_per_ms, Qt::UTC);
+        QDateTime::fromMSecsSinceEpoch((wall_clock_us + us_per_ms / 2) / us_per_ms).toUTC();
     return "#! began " + time.toString(QStringLiteral("yyyy-MM-ddTHH:mm:ss.zzzZ")).toLatin1() +
            '\n';
 }

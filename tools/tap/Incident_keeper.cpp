@@ -74,7 +74,7 @@ void Incident_keeper::keep(Reason reason, qint64 now_us)
 QString Incident_keeper::name_of(Reason reason, qint64 now_us) const
 {
     const QDateTime time =
-        QDateTime::fromMSecsSinceEpoch((order_.wall_clock_us() + now_us) / us_per_ms, Qt::UTC);
+        QDateTime::fromMSecsSinceEpoch((order_.wall_clock_us() + now_us) / us_per_ms).toUTC();
     return QStringLiteral("%1-%2-%3.txt")
         .arg(order_.path, time.toString(QStringLiteral("yyyyMMddTHHmmss.zzzZ")),
              QLatin1String(reason_texts[static_cast<std::size_t>(reason)]));

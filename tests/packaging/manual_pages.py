@@ -1,5 +1,6 @@
 #!/usr/bin/python3
-"""The manual pages: well-formed, with the options of the programs, and an example that holds.
+"""The manual pages: well-formed, with the options of the programs, and an example that holds; and
+the table of options in the README.
 
     manual_pages.py DIRECTORY DAEMON
 
@@ -15,7 +16,9 @@ import sys
 import tempfile
 from pathlib import Path
 
-PAGES = Path(__file__).resolve().parents[2] / "data/man"
+SOURCES = Path(__file__).resolve().parents[2]
+PAGES = SOURCES / "data/man"
+README = SOURCES / "README.md"
 TOOLS = ("dov-config-check", "dov-controller", "dov-report", "dov-watch")
 # What has options of its own behind the verb.
 VERBS = {"dov-line": ("read", "stats", "compare", "tap", "send", "poll", "listen", "check",
@@ -68,6 +71,14 @@ def check_options(program: Path, page: Path, further: set[str]) -> None:
            f"{page.name} and --help differ in: {sorted(of_program ^ of_page)}")
 
 
+def check_table(program: Path, document: Path, further: set[str]) -> None:
+    """The daemon's options in the table of a document."""
+    of_program = options_of_program(program) | further
+    of_table = set(re.findall(r"^\| `(--[a-z0-9-]+)", document.read_text(), re.MULTILINE))
+    expect(len(of_program) > 2 and of_program == of_table,
+           f"the table of {document.name} and --help differ in: {sorted(of_program ^ of_table)}")
+
+
 def check_commands(program: Path, page: Path) -> None:
     """Commands and their arguments, and the names of the inputs, which --help has as well."""
     usage = run(str(program), "--help").stdout
@@ -118,6 +129,7 @@ def main() -> None:
         of_verbs = set().union(*(options_of_program(programs / tool, verb) for verb in verbs))
         check_options(programs / tool, PAGES / f"{tool}.1", of_verbs)
     check_options(daemon, PAGES / "dov-dbus.8", DAEMON_OPTIONS)
+    check_table(daemon, README, DAEMON_OPTIONS)
     checker = programs / "dov-config-check"
     check_example(checker, PAGES / "power_manage.conf.5", "--power")
     check_example(checker, PAGES / "oem_profile.conf.5", "--oem")

@@ -142,6 +142,15 @@ Verdict answers_after(Examiner& examiner, const QString& what)
                : failed(unanswered(examiner, a_request) + QStringLiteral(", ") + what);
 }
 
+/// The answer to a request, when what it says matters: one that is given twice must not be taken
+/// for the next one.
+std::optional<Message> fresh_answer(Examiner& examiner, const Message& request)
+{
+    constexpr int pause_ms = 50;
+    examiner.conversation.pass(pause_ms);
+    return examiner.ask(request);
+}
+
 // answer, layout
 
 std::optional<Message> answer_to_probe(Examiner& examiner, const Probe& probe)
@@ -213,7 +222,7 @@ Verdict configuration_read(Examiner& examiner)
 {
     for (const uchar at : {power_up_delay_offset, uchar{0}}) {
         const Message request = read_of_byte(at);
-        const auto told = examiner.ask(request);
+        const auto told = fresh_answer(examiner, request);
         if (!told)
             return failed(unanswered(examiner, request));
         if (told_oem_code.of(*told) != no_profile || told_offset.of(*told) != at)
@@ -407,7 +416,7 @@ Verdict outputs_follow(Examiner& examiner)
         examiner.put_back(message_with(outputs.is(output_bits(old, output))));
         for (const Output_code code : {Output_code::on, Output_code::off}) {
             const Message command = message_with(outputs.is(output_bits(code, output)));
-            const auto told = examiner.ask(command);
+            const auto told = fresh_answer(examiner, command);
             if (!told)
                 return failed(unanswered(examiner, command));
             if (output_code(told_outputs.of(*told), output) != code)
@@ -430,7 +439,7 @@ Verdict backlight_follows(Examiner& examiner)
     const uchar wanted = told_level.of(*before) == half ? half + 1 : half;
     const Message command = message_with(level.is(wanted), second_level.is(uchar{0}));
     for (const Message& request : {command, backlight_query}) {
-        const auto told = examiner.ask(request);
+        const auto told = fresh_answer(examiner, request);
         if (!told)
             return failed(unanswered(examiner, request));
         if (told_level.of(*told) != wanted)
@@ -451,7 +460,7 @@ Verdict configuration_follows(Examiner& examiner)
     examiner.put_back(write_of_byte(power_up_delay_offset, old));
     const auto wanted = static_cast<uchar>(old + 1);
     for (const Message& request : {write_of_byte(power_up_delay_offset, wanted), read}) {
-        const auto told = examiner.ask(request);
+        const auto told = fresh_answer(examiner, request);
         if (!told)
             return failed(unanswered(examiner, request));
         if (told_value.of(*told) != wanted)

@@ -146,7 +146,7 @@ private Q_SLOTS:
     {
         start();
         QVERIFY(line_->open_host());
-        for (const speed_t speed : {B9600, B460800, B115200}) {
+        for (const speed_t speed : {speed_t{B9600}, speed_t{B460800}, speed_t{B115200}}) {
             termios settings{};
             QCOMPARE(tcgetattr(line_->host(), &settings), 0);
             cfsetispeed(&settings, speed);
@@ -167,7 +167,7 @@ private Q_SLOTS:
     {
         start();
         QVERIFY(line_->open_host());
-        for (const speed_t speed : {B9600, B57600}) {
+        for (const speed_t speed : {speed_t{B9600}, speed_t{B57600}}) {
             termios settings{}; // without EXTPROC
             cfmakeraw(&settings);
             settings.c_cflag = CS8 | CREAD | CLOCAL;

@@ -149,14 +149,17 @@ async def hear_changes(terminal: dov.Terminal, side: Side) -> None:
     analog, found = terminal.inputs.analog[0], []
     levels: list[Any] = []
     await analog.set_hysteresis(9.0)
+    side.report_digest(counted(analog=2000))
+    await until("a first value", lambda: equals(analog.get_value(), 2.0))
     tasks = [asyncio.create_task(collect(analog.changes(hysteresis=0.05), found)),
              asyncio.create_task(collect(terminal.inputs.digital[1].changes(), levels))]
-    await until("hysteresis", lambda: equals(analog.get_hysteresis(), 0.05))
-    await until("level", lambda: true(bool(levels)))
+    # What is told from here on has been asked for.
+    await until("the values as they are", lambda: true(bool(found) and bool(levels)))
+    expect("hysteresis", await analog.get_hysteresis(), 0.05)
     for millivolts in (2500, 2520, 2600):
         side.report_digest(counted(analog=millivolts, digital=1))
-    await until("changes", lambda: true(len(found) > 1 and len(levels) > 1))
-    expect("changes", found, [dov.Change(2.5, False), dov.Change(2.6, False)])
+    await until("changes", lambda: true(len(found) > 2 and len(levels) > 1))
+    expect("changes", found, [dov.Change(value, False) for value in (2.0, 2.5, 2.6)])
     expect("levels", levels, [False, True])
     expect("the value", await analog.get_value(), 2.6)
     later: list[Any] = []

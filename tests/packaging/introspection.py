@@ -14,11 +14,10 @@ import xml.etree.ElementTree as ET
 from pathlib import Path
 
 import dbus
+import describe
 from world import PREFIX, SERVICE, SOURCES, World, open_policy
 
 INTERFACES = SOURCES / "data/interfaces"
-sys.path.insert(0, str(INTERFACES))
-import describe  # noqa: E402 (found by the line above)
 
 HEADER = """<!DOCTYPE node PUBLIC "-//freedesktop//DTD D-BUS Object Introspection 1.0//EN"
  "http://www.freedesktop.org/standards/dbus/1.0/introspect.dtd">

@@ -1,7 +1,9 @@
 #!/usr/bin/python3
 """Boots systemd with the shipped unit in a sandbox and reports what driver.py has seen there.
 
-    boot.py PROGRAM UNIT
+    boot.py PROGRAM UNIT [TAP_PROGRAM TAP_UNIT]
+
+With the tap's, the daemon also runs over it, by the drop-in beside its unit.
 
 The sandbox has process, network, mount and control-group namespaces of its own, a file system
 put together from temporary directories and read-only parts of /usr, an invented /sys, and a stub
@@ -180,7 +182,14 @@ def make_sysfs(sysfs: Path) -> None:
     (device / "subsystem").symlink_to("../../../../class/tty")
 
 
-def make_world(root: Path, program: str, unit: str) -> None:
+def make_tap(root: Path, program: str, unit: Path) -> None:
+    """Its program is in a directory of the sandbox's own."""
+    shutil.copy(program, root / "sbin/dov-line")
+    write(root / "units" / unit.name, unit.read_text().replace("/usr/bin/", "/usr/sbin/"))
+    shutil.copy(unit.parent / "tap.conf.example", root / "etc/tap.conf")
+
+
+def make_world(root: Path, program: str, unit: str, *tap: str) -> None:
     (root / "units").mkdir()
     make_units(root / "units", Path(unit).read_text())
     make_bus(root / "bus")
@@ -189,6 +198,8 @@ def make_world(root: Path, program: str, unit: str) -> None:
     write(root / "nv/info/SERIAL_NUMBER", "SN-1\n")
     (root / "sbin").mkdir()
     shutil.copy(program, root / "sbin/dov-dbus")
+    if tap:
+        make_tap(root, tap[0], Path(tap[1]))
     write(root / "stub", STUB, 0o755)
     write(root / "udev-control", "")
     (root / "report").mkdir()

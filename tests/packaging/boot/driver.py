@@ -3,6 +3,7 @@ from __future__ import annotations
 
 import os
 import pty
+import select
 import socket
 import struct
 import subprocess
@@ -13,6 +14,7 @@ from typing import Callable
 
 SYSTEMCTL = "/driver/systemctl"
 UNIT = "dov-dbus.service"
+TAP = "dov-line-tap.service"
 SERVICE = "com.quorin.system"
 PREFIX = "/com/quorin/system"
 PORT = Path("/dev/dov/controller")
@@ -43,7 +45,7 @@ def wait_for(what: str, happened: Callable[[], bool]) -> None:
     end = time.monotonic() + DEADLINE
     while not happened():
         if time.monotonic() > end:
-            raise TimeoutError(f"{what}: {systemctl('status', UNIT)}")
+            raise TimeoutError(f"{what}: {systemctl('status', UNIT)} {systemctl('status', TAP)}")
         time.sleep(0.05)
     print(f"seen: {what}", flush=True)
 
@@ -139,6 +141,11 @@ class Adapter:
         self._make_line()
         os.close(old)
 
+    def hears(self) -> bool:
+        """Whether a request of the daemon's is there."""
+        ready, _, _ = select.select([self.master], [], [], 0)
+        return bool(ready) and b"\x18\xef\x78\x59" in os.read(self.master, 65536)
+
     def _make_line(self) -> None:
         self.master, slave = pty.openpty()
         tty.setraw(slave)
@@ -218,6 +225,51 @@ def obeys_its_group(adapter: Adapter) -> None:
     expect("nobody else does", "denied" in dimming("games"))
 
 
+def reload_units() -> None:
+    """Which devices there are systemd asks the udev database then, and here there is none."""
+    systemctl("daemon-reload")
+    tell_of_device("add")
+
+
+def serves_by_the_tap(adapter: Adapter) -> bool:
+    """Whether the daemon has the tap's line, and its requests reach the adapter."""
+    if not (serves() and state("ActiveState", TAP) == "active"):
+        return False
+    line = os.readlink("/run/dov-line/controller")
+    has_line = any(os.readlink(opened) == line
+                   for opened in Path(f"/proc/{owner()}/fd").iterdir())
+    return has_line and adapter.hears()
+
+
+def can_be_tapped(adapter: Adapter) -> None:
+    if not Path("/etc/tap.conf").exists():
+        return
+    drop_in = Path("/etc/systemd/system", f"{UNIT}.d", "tap.conf")
+    drop_in.parent.mkdir()
+    Path("/var/tmp").mkdir()  # what the tap's unit has a private one of
+    drop_in.write_text(Path("/etc/tap.conf").read_text())
+    reload_units()
+    systemctl("restart", UNIT)
+    wait_for("serves by the tap", lambda: serves_by_the_tap(adapter))
+    expect("the line is recorded", b"host" in Path("/var/log/dov-line/line.txt").read_bytes())
+    wait_for("the line is counted",
+             lambda: '"has_host": true' in Path("/run/dov-line/status.json").read_text())
+    before = owner()
+    systemctl("kill", "--signal=KILL", TAP)
+    wait_for("back after the tap was killed",
+             lambda: owner() != before and serves_by_the_tap(adapter))
+    adapter.unplug()
+    wait_for("neither runs without the device",
+             lambda: {state("ActiveState"), state("ActiveState", TAP)} == {"inactive"})
+    adapter.plug()
+    wait_for("both are back with the device", lambda: serves_by_the_tap(adapter))
+    drop_in.unlink()
+    reload_units()
+    systemctl("stop", TAP)
+    systemctl("restart", UNIT)
+    wait_for("back without the tap", lambda: serves() and adapter.hears())
+
+
 def can_do_its_work(adapter: Adapter) -> None:
     del adapter
     expect("nothing was switched off", not Path("/tmp/systemctl.calls").exists())
@@ -244,7 +296,8 @@ def can_do_its_work(adapter: Adapter) -> None:
 def main() -> None:
     adapter = Adapter()
     for part in (starts_with_its_device, survives_the_bus, survives_the_line,
-                 survives_its_own_end, stops_cleanly, obeys_its_group, can_do_its_work):
+                 survives_its_own_end, stops_cleanly, obeys_its_group, can_be_tapped,
+                 can_do_its_work):
         part(adapter)
 
 

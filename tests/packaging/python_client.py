@@ -171,6 +171,24 @@ async def hear_changes(terminal: dov.Terminal, side: Side) -> None:
     await ended(*tasks)
 
 
+async def hear_nothing_older(terminal: dov.Terminal, side: Side) -> None:
+    """The value as it is comes first also while it changes all the time."""
+    analog = terminal.inputs.analog[0]
+    await analog.set_hysteresis(0.0)
+    for _ in range(20):
+        side.report_digest(counted(analog=999))
+        await until("the first value", lambda: equals(analog.get_value(), 0.999))
+        found: list[dov.Change] = []
+        task = asyncio.create_task(collect(analog.changes(), found))
+        for millivolts in range(1000, 1010):
+            side.report_digest(counted(analog=millivolts))
+            await asyncio.sleep(0)
+        await until("the last value", lambda: true(bool(found) and found[-1].value > 1.0085))
+        await ended(task)
+        told = [change.value for change in found]
+        expect("rising values", told, sorted(set(told)))
+
+
 async def hear_signals(terminal: dov.Terminal, side: Side) -> None:
     with terminal.button.short_press() as presses, terminal.media.connection() as media, \
             terminal.atx.received() as received, terminal.buzzer.volume_changed() as volumes, \
@@ -273,7 +291,7 @@ async def against(side: Side) -> list[Any]:
     """All of it. Returns what every method answered."""
     async with dov.Terminal(side.world.address) as terminal:
         await without_values(terminal, side)
-        for test in (hear_changes, hear_signals, set_and_read):
+        for test in (hear_changes, hear_nothing_older, hear_signals, set_and_read):
             await test(terminal, side)
         answers = await every_method(terminal, side)
         await follow_restart(terminal, side)

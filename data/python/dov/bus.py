@@ -29,25 +29,35 @@ class Listener:
     def __init__(self, bus: Bus, key: Key) -> None:
         self._bus = bus
         self._key = key
-        self._queue: asyncio.Queue[Optional[list[Any]]] = asyncio.Queue()
+        self._queue: asyncio.Queue[Optional[Message]] = asyncio.Queue()
+        self._first_serial = 0
         bus.add(key, self)
 
-    def put(self, arguments: Optional[list[Any]]) -> None:
-        self._queue.put_nowait(arguments)
+    def put(self, signal: Optional[Message]) -> None:
+        self._queue.put_nowait(signal)
 
     async def get(self) -> Optional[list[Any]]:
         """Raises No_bus when the bus has ended and everything before that was taken."""
-        if self._queue.empty():
-            self._bus.check()
-        arguments = await self._queue.get()
-        if arguments is None:
-            self._bus.check()
-        return arguments
+        while True:
+            if self._queue.empty():
+                self._bus.check()
+            signal = await self._queue.get()
+            if signal is None:
+                self._bus.check()
+                self._first_serial = 0
+                return None
+            if signal.serial >= self._first_serial:
+                return list(signal.body)
 
     def clear(self) -> None:
         """Forgets what has come until now."""
         while not self._queue.empty():
             self._queue.get_nowait()
+
+    def forget_before(self, answer: Message) -> None:
+        """Leaves out what the service has sent before this answer, which is newer. Its messages
+        are numbered in the order in which they were sent."""
+        self._first_serial = answer.serial
 
     def close(self) -> None:
         self._bus.remove(self._key, self)
@@ -83,7 +93,7 @@ class Bus:
                     f"interface='{_DBUS}',member='NameOwnerChanged',arg0='{SERVICE}'")
         try:
             self._own(str((await self._send(_DBUS, _DBUS_PATH, _DBUS, "GetNameOwner", "s",
-                                            [SERVICE]))[0]))
+                                            [SERVICE])).body[0]))
         except No_service:
             pass
 
@@ -104,8 +114,8 @@ class Bus:
             await self._changed.wait()
 
     async def call(self, path: str, interface: str, member: str, signature: str = "",
-                   *arguments: Any) -> list[Any]:
-        """The outputs of a method of the service."""
+                   *arguments: Any) -> Message:
+        """The answer of a method of the service, whose body are its outputs."""
         return await self._send(SERVICE, PREFIX + path, interface, member, signature,
                                 list(arguments))
 
@@ -124,7 +134,7 @@ class Bus:
                 self._match("RemoveMatch", self._rule(key))
 
     async def _send(self, destination: str, path: str, interface: str, member: str, signature: str,
-                    body: list[Any]) -> list[Any]:
+                    body: list[Any]) -> Message:
         self.check()
         assert self._bus is not None
         # Calling does not start the service: it switches a terminal off that is not configured.
@@ -140,7 +150,7 @@ class Bus:
             raise No_bus("the message bus has ended")
         if answer.message_type is MessageType.ERROR:
             raise _error(str(answer.error_name), str(answer.body[0] if answer.body else ""))
-        return list(answer.body)
+        return answer
 
     def _match(self, method: str, rule: str) -> None:
         """The bus takes it before everything that is sent later."""
@@ -164,7 +174,7 @@ class Bus:
         elif message.sender == self._owner and str(message.path).startswith(PREFIX):
             key = (str(message.path)[len(PREFIX):], str(message.interface), str(message.member))
             for listener in self._listeners.get(key, set()):
-                listener.put(list(message.body))
+                listener.put(message)
         return None
 
     def _own(self, owner: Optional[str]) -> None:
@@ -173,7 +183,7 @@ class Bus:
         self._owner = owner
         self._changed.set()
         if owner is not None:
-            self._tell_all(None)
+            self._tell_all_of_owner()
 
     async def _wait_for_end(self, bus: Any) -> None:
         try:
@@ -182,12 +192,12 @@ class Bus:
             pass
         self._owner = None
         self._changed.set()
-        self._tell_all(None)
+        self._tell_all_of_owner()
 
-    def _tell_all(self, arguments: Optional[list[Any]]) -> None:
+    def _tell_all_of_owner(self) -> None:
         for listeners in self._listeners.values():
             for listener in listeners:
-                listener.put(arguments)
+                listener.put(None)
 
 
 def _ignore(sent: asyncio.Future[Any]) -> None:

@@ -54,7 +54,8 @@ class Remote:
         self.path = path
 
     async def _call(self, member: str, signature: str = "", *arguments: Any) -> list[Any]:
-        return await self._bus.call(self.path, self.INTERFACE, member, signature, *arguments)
+        answer = await self._bus.call(self.path, self.INTERFACE, member, signature, *arguments)
+        return list(answer.body)
 
     def _listener(self, member: str) -> Listener:
         return Listener(self._bus, (self.path, self.INTERFACE, member))
@@ -80,10 +81,11 @@ class Remote:
                 try:
                     if prepare is not None:
                         await prepare()
-                    first = await self._call(getter)
+                    first = await self._bus.call(self.path, self.INTERFACE, getter)
                 except No_service:
                     continue
-                yield first
+                listener.forget_before(first)
+                yield list(first.body)
                 while (arguments := await listener.get()) is not None:
                     yield arguments
         finally:

@@ -15,6 +15,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <memory>
 #include <thread>
 
 #include <fcntl.h>
@@ -163,7 +164,8 @@ private Q_SLOTS:
         const Pty pty;
         auto* port = open_port(pty);
         QByteArray received;
-        connect(port, &QIODevice::readyRead, port, [&] { received += port->readAll(); });
+        const QObject context; // the port outlives the test
+        connect(port, &QIODevice::readyRead, &context, [&] { received += port->readAll(); });
         QByteArray sent;
         for (int i = 0; i < 1000; ++i)
             sent += QByteArray::number(i) + ',';
@@ -179,9 +181,10 @@ private Q_SLOTS:
         const Pty pty;
         auto* port = open_port(pty);
         QCOMPARE_GE(port->handle(), 0);
-        std::atomic<qint64> count{0};
+        // The port outlives the test, and its writer may be in the middle of telling.
+        const auto count = std::make_shared<std::atomic<qint64>>(0);
         connect(
-            port, &QIODevice::bytesWritten, port, [&count](qint64 bytes) { count += bytes; },
+            port, &QIODevice::bytesWritten, port, [count](qint64 bytes) { *count += bytes; },
             Qt::DirectConnection);
         QByteArray sent;
         for (int i = 0; i < 50; ++i) {
@@ -190,19 +193,19 @@ private Q_SLOTS:
             sent += piece;
         }
         QCOMPARE(read_master(pty, static_cast<int>(sent.size())), sent);
-        QVERIFY(QTest::qWaitFor([&] { return count == sent.size(); }, patience_ms));
+        QVERIFY(QTest::qWaitFor([&] { return *count == sent.size(); }, patience_ms));
     }
 
     void waiting_for_a_quiet_writer_ends_without_a_wake_up()
     {
         const Pty pty;
         auto* port = new Threaded_serial_port;
-        QSemaphore quiet;
+        const auto quiet = std::make_shared<QSemaphore>(); // the port outlives the test
         connect(
-            port, &QIODevice::bytesWritten, port, [&quiet] { quiet.release(); },
+            port, &QIODevice::bytesWritten, port, [quiet] { quiet->release(); },
             Qt::DirectConnection);
         port->open(pty.name.constData());
-        QVERIFY(quiet.tryAcquire(1, patience_ms));
+        QVERIFY(quiet->tryAcquire(1, patience_ms));
         // The wake-up that belongs to it may still come.
         const bool first = port->waitForBytesWritten(10);
         const bool second = port->waitForBytesWritten(10);
@@ -303,7 +306,8 @@ private Q_SLOTS:
         const Pty pty;
         auto* port = open_port(pty);
         QByteArray received;
-        connect(port, &QIODevice::readyRead, port, [&] { received += port->readAll(); });
+        const QObject context; // the port outlives the test
+        connect(port, &QIODevice::readyRead, &context, [&] { received += port->readAll(); });
         QByteArray sent;
         for (const int size : {255, 510, 1, 2550, 255, 254, 256}) {
             const QByteArray part(size, char('a' + sent.size() % 26));

@@ -181,7 +181,7 @@ void expect_field(Shark::Packet& packet, const Field& field, const QJsonObject& 
         packet[name].append(plain(text.toLower()));
     else
         packet[name].append(plain(number));
-    const auto bits = static_cast<uchar>(number);
+    const auto bits = static_cast<uchar>(has_parts(field) ? number : 0); // else it may be larger
     for (uint i = 0; has_parts(field) && i < field.count; ++i) {
         const int part = field.type == Field_type::bits ? int{input_bit(bits, i)}
                                                         : static_cast<int>(output_code(bits, i));

@@ -7,6 +7,8 @@
 #include <QFileInfo>
 #include <QRegularExpression>
 
+#include <algorithm>
+
 namespace {
 
 constexpr qint64 us_per_ms = 1000;
@@ -71,10 +73,11 @@ void Incident_keeper::keep(Reason reason, qint64 now_us)
     remove_oldest();
 }
 
-QString Incident_keeper::name_of(Reason reason, qint64 now_us) const
+/// A later one than before: two of one millisecond would be one file.
+QString Incident_keeper::name_of(Reason reason, qint64 now_us)
 {
-    const QDateTime time =
-        QDateTime::fromMSecsSinceEpoch((order_.wall_clock_us() + now_us) / us_per_ms).toUTC();
+    last_name_ms_ = std::max((order_.wall_clock_us() + now_us) / us_per_ms, last_name_ms_ + 1);
+    const QDateTime time = QDateTime::fromMSecsSinceEpoch(last_name_ms_).toUTC();
     return QStringLiteral("%1-%2-%3.txt")
         .arg(order_.path, time.toString(QStringLiteral("yyyyMMddTHHmmss.zzzZ")),
              QLatin1String(reason_texts[static_cast<std::size_t>(reason)]));

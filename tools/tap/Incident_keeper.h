@@ -15,9 +15,10 @@
 /// Keeps what led to something worth to be looked at: the newest records, as a recording of their
 /// own.
 ///
-/// Its files are PATH-TIME-REASON.txt, with the time in UTC. There is one a minute at most for each
-/// reason, so that what goes on and on does not push everything else out, except for those that are
-/// asked for; and of all a number: the oldest ones are removed.
+/// Its files are PATH-TIME-REASON.txt, with the time in UTC, each a millisecond later than the one
+/// before at least: their names are in the order in which they were kept. There is one a minute at
+/// most for each reason, so that what goes on and on does not push everything else out, except for
+/// those that are asked for; and of all a number: the oldest ones are removed.
 class Incident_keeper {
 public:
     /// What makes it keep.
@@ -49,13 +50,14 @@ public:
     quint64 incidents() const { return incidents_; }
 
 private:
-    QString name_of(Reason reason, qint64 now_us) const;
+    QString name_of(Reason reason, qint64 now_us);
     void remove_oldest() const;
 
     Order order_;
     Record_ring ring_;
     std::list<Recording_writer> writers_;          ///< those that are not done
     std::array<std::optional<qint64>, 5> last_us_; ///< by Reason
+    qint64 last_name_ms_ = 0;                      ///< since 1970
     quint64 kept_ = 0;
     quint64 incidents_ = 0;
 };

@@ -159,6 +159,19 @@ private Q_SLOTS:
                                        QStringLiteral("kept-20231114T221421.000Z-checksum.txt")}));
     }
 
+    void two_of_one_moment_are_two_files_in_their_order()
+    {
+        using Reason = Incident_keeper::Reason;
+        Incident_keeper keeper(order());
+        for (const Reason reason : {Reason::hang_up, Reason::asked, Reason::asked})
+            keeper.keep(reason, 1000000);
+        keeper.keep(Reason::checksum, 999000); // a clock that was put back
+        QCOMPARE(files(), (QStringList{QStringLiteral("kept-20231114T221321.000Z-hang-up.txt"),
+                                       QStringLiteral("kept-20231114T221321.001Z-asked.txt"),
+                                       QStringLiteral("kept-20231114T221321.002Z-asked.txt"),
+                                       QStringLiteral("kept-20231114T221321.003Z-checksum.txt")}));
+    }
+
     void the_oldest_files_are_removed_and_no_others()
     {
         const QStringList others = {QStringLiteral("kept"), QStringLiteral("kept-notes.txt"),

@@ -102,13 +102,36 @@ bool Bench_controller::is_idle() const
     return !schedule_.next_time() && line_.is_drained();
 }
 
+Bench_controller::Counters Bench_controller::counters() const
+{
+    Counters result = counters_;
+    result.lost = line_.lost_bytes();
+    return result;
+}
+
+void Bench_controller::carry_out(const Action& action, const Printer& printer)
+{
+    printer_ = printer;
+    action(*this);
+    printer_ = nullptr;
+}
+
+void Bench_controller::print(const QString& text)
+{
+    if (printer_)
+        printer_(text);
+    else
+        Q_EMIT text_printed(text);
+}
+
 QString Bench_controller::state_text() const
 {
+    const Counters passed = counters();
     return QStringLiteral("# %1 commands, %2 bytes sent, %3 bytes ignored, %4 bytes lost\n%5")
-        .arg(commands_)
-        .arg(sent_)
-        .arg(ignored_)
-        .arg(line_.lost_bytes())
+        .arg(passed.commands)
+        .arg(passed.sent)
+        .arg(passed.ignored)
+        .arg(passed.lost)
         .arg(state_as_commands(model.state));
 }
 
@@ -137,13 +160,13 @@ void Bench_controller::take(const QByteArray& bytes)
         if (is_for_us)
             take_frame(found.bytes);
         else
-            ignored_ += found.bytes.size();
+            counters_.ignored += found.bytes.size();
     }
 }
 
 void Bench_controller::take_frame(const QByteArray& frame)
 {
-    ++commands_;
+    ++counters_.commands;
     if (!answering_)
         return;
     const Message command = Frame::message_of(frame);
@@ -168,7 +191,7 @@ void Bench_controller::send_due()
         if (!line_.is_open())
             continue;
         line_.write(piece);
-        sent_ += piece.size();
+        counters_.sent += piece.size();
         note(true, piece);
     }
     const auto next = schedule_.next_time();

@@ -11,12 +11,17 @@
 #include <QObject>
 #include <QTimer>
 
+#include <functional>
+
 /// A controller at work: the model on a line, with its faults and its clock.
 ///
 /// Thread: the one of its event loop.
 class Bench_controller : public QObject {
     Q_OBJECT
 public:
+    using Action = std::function<void(Bench_controller&)>;
+    using Printer = std::function<void(const QString& text)>;
+
     /// Where the line is.
     struct Place {
         QString link;   ///< symbolic link to the pseudo terminal, or empty
@@ -67,8 +72,23 @@ public:
     /// Whether all that is to be sent has been sent and taken.
     bool is_idle() const;
 
+    /// What has passed since the start.
+    struct Counters {
+        qint64 commands = 0; ///< frames for the controller
+        qint64 sent = 0;     ///< bytes
+        qint64 ignored = 0;  ///< bytes that are none of a frame's for the controller
+        qint64 lost = 0;     ///< bytes that the host did not read
+    };
+    Counters counters() const;
+
     /// What the controller keeps and what has passed, in the form of commands and comments.
     QString state_text() const;
+
+    /// Does a command for somebody whom what it prints is for.
+    void carry_out(const Action& action, const Printer& printer);
+
+    /// Prints a text for whoever has given the command that is being done, or on standard output.
+    void print(const QString& text);
 
 Q_SIGNALS:
     /// The host can open this device now.
@@ -81,6 +101,7 @@ Q_SIGNALS:
     void passed(const Trace_entry& entry);
     /// Something asks for the end.
     void quit_asked();
+    /// For standard output.
     void text_printed(const QString& text);
 
 private:
@@ -104,7 +125,6 @@ private:
     qint64 digest_due_ms_ = -1;
     bool answering_ = true;
     bool heard_ = false;
-    qint64 commands_ = 0; ///< frames for the controller
-    qint64 ignored_ = 0;  ///< bytes that are none
-    qint64 sent_ = 0;     ///< bytes
+    Counters counters_; ///< but for those that the line counts
+    Printer printer_;   ///< of the command that is being done
 };

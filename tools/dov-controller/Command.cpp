@@ -3,6 +3,7 @@
 #include "Bench_controller.h"
 #include "Frame.h"
 #include "Named_field.h"
+#include "State_json.h"
 
 #include <algorithm>
 
@@ -172,12 +173,10 @@ Action parse_digest(Words& words)
 
 Waveform parse_waveform(Words& words, double least, double most)
 {
-    // In the order of Shape.
-    static const QVector<QByteArray> names = {"constant", "sine", "triangle",
-                                              "square",   "ramp", "random"};
     bool is_number = false;
     (void)words.peek().toDouble(&is_number);
-    const auto shape = is_number ? Shape::constant : static_cast<Shape>(words.one_of(names));
+    const auto shape =
+        is_number ? Shape::constant : static_cast<Shape>(words.one_of(Waveform::shape_names()));
     const double low = words.number("a value", least, most);
     if (shape == Shape::constant)
         return Waveform::constant(low);
@@ -333,9 +332,12 @@ Action parse_seed(Words& words)
     return [seed](Bench_controller& bench) { bench.faults.set_seed(static_cast<quint32>(seed)); };
 }
 
-Action parse_state(Words&)
+Action parse_state(Words& words)
 {
-    return [](Bench_controller& bench) { Q_EMIT bench.text_printed(bench.state_text()); };
+    if (words.at_end())
+        return [](Bench_controller& bench) { bench.print(bench.state_text()); };
+    (void)words.one_of({"json"});
+    return [](Bench_controller& bench) { bench.print(QString::fromUtf8(state_json(bench))); };
 }
 
 Action parse_quit(Words&)
@@ -389,7 +391,8 @@ const std::vector<Command_kind>& command_kinds()
          parse_connect},
         {"healthy", "", "ends all faults, also a disconnection", false, parse_healthy},
         {"seed", "NUMBER", "what corruption and garbage are drawn from", true, parse_seed},
-        {"state", "", "prints the state, in the form of commands", false, parse_state},
+        {"state", "[json]", "prints the state, as commands or as one line of JSON", false,
+         parse_state},
         {"quit", "", "ends the program", false, parse_quit},
     };
     return kinds;

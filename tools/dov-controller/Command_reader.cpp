@@ -2,13 +2,16 @@
 
 #include "Text_error.h"
 
+#include <limits>
+
 #include <unistd.h>
 
 Command_reader::Command_reader(int descriptor, const QString& name, Bench_controller& bench)
     : descriptor_(descriptor),
       name_(name),
       bench_(bench),
-      notifier_(descriptor, QSocketNotifier::Read)
+      notifier_(descriptor, QSocketNotifier::Read),
+      lines_(std::numeric_limits<int>::max())
 {
     connect(&notifier_, &QSocketNotifier::activated, this, &Command_reader::read_some);
 }
@@ -18,16 +21,14 @@ void Command_reader::read_some()
     char bytes[4096];
     const ssize_t count = ::read(descriptor_, bytes, sizeof bytes);
     if (count > 0)
-        pending_.append(bytes, static_cast<int>(count));
+        lines_.add(QByteArray(bytes, static_cast<int>(count)));
     else
         notifier_.setEnabled(false);
-    for (auto end = pending_.indexOf('\n'); end >= 0; end = pending_.indexOf('\n')) {
-        const QByteArray line = pending_.left(end);
-        pending_.remove(0, end + 1);
-        take_line(line);
-    }
-    if (count <= 0 && !pending_.isEmpty())
-        take_line(pending_);
+    while (const auto line = lines_.next())
+        take_line(*line);
+    const QByteArray rest = count > 0 ? QByteArray() : lines_.take_rest();
+    if (!rest.isEmpty())
+        take_line(rest);
 }
 
 void Command_reader::take_line(const QByteArray& line)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Command.h"
+#include "Line_splitter.h"
 
 #include <QByteArray>
 #include <QObject>
@@ -25,6 +26,6 @@ private:
     QString name_;
     Bench_controller& bench_;
     QSocketNotifier notifier_;
-    QByteArray pending_;
+    Line_splitter lines_;
     int line_number_ = 0;
 };

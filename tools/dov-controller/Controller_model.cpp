@@ -199,12 +199,17 @@ void Controller_model::set_digest_interval(qint64 interval_ms, qint64 now_ms)
     state.digest_since_ms = now_ms;
 }
 
-int Controller_model::input(int position, qint64 now_ms) const
+const Waveform& Controller_model::waveform(int position) const
 {
     const auto index = static_cast<std::size_t>(position);
-    const Input_kind& kind = input_kinds()[index];
-    const Waveform& waveform = state.inputs[index] ? *state.inputs[index] : kind.at_start;
-    return static_cast<int>(std::lround(std::clamp(waveform.at(now_ms), kind.least, kind.most)));
+    return state.inputs[index] ? *state.inputs[index] : input_kinds()[index].at_start;
+}
+
+int Controller_model::input(int position, qint64 now_ms) const
+{
+    const Input_kind& kind = input_kinds()[static_cast<std::size_t>(position)];
+    const double value = waveform(position).at(now_ms);
+    return static_cast<int>(std::lround(std::clamp(value, kind.least, kind.most)));
 }
 
 Message Controller_model::configuration_byte(uchar code, uchar offset) const

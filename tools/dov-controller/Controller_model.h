@@ -77,6 +77,9 @@ public:
 
     void set_digest_interval(qint64 interval_ms, qint64 now_ms);
 
+    /// What an input's value is taken from.
+    const Waveform& waveform(int position) const;
+
     /// An input's value at a time, rounded and cut to what the messages can carry.
     int input(int position, qint64 now_ms) const;
 

@@ -22,26 +22,47 @@ class Faults {
 public:
     enum class Origin { answer, report };
 
+    /// What is wrong.
+    struct Settings {
+        bool silent = false;
+        qint64 silent_until_ms = 0;
+        qint64 late_ms = 0;
+        int corrupt_next = 0; ///< frames
+        double corrupt_percent = 0;
+        std::optional<QPair<uchar, uchar>> addresses; ///< source and destination
+        int split_size = 0;                           ///< 0: not at all
+        qint64 split_gap_ms = 0;
+        bool doubled = false;
+    };
+
+    const Settings& settings() const { return settings_; }
+
     /// Nothing at all is said; until a time, or until it is switched off.
     void set_silence(bool silent);
     void set_silence_until(qint64 time_ms);
-    bool is_silent(qint64 now_ms) const { return silent_ || now_ms < silent_until_ms_; }
+    bool is_silent(qint64 now_ms) const
+    {
+        return settings_.silent || now_ms < settings_.silent_until_ms;
+    }
 
     /// Answers, and only they, come so much later.
-    void set_late(qint64 late_ms) { late_ms_ = late_ms; }
+    void set_late(qint64 late_ms) { settings_.late_ms = late_ms; }
 
     /// Wrong checksums: in the next frames, or in so many of a hundred. 0 ends it.
-    void set_corrupt_next(int frames) { corrupt_next_ = frames; }
-    void set_corrupt_percent(double percent) { corrupt_percent_ = percent; }
+    void set_corrupt_next(int frames) { settings_.corrupt_next = frames; }
+    void set_corrupt_percent(double percent) { settings_.corrupt_percent = percent; }
 
     /// Source and destination address of every frame; none for the right ones.
-    void set_addresses(std::optional<QPair<uchar, uchar>> addresses) { addresses_ = addresses; }
+    void set_addresses(std::optional<QPair<uchar, uchar>> addresses)
+    {
+        settings_.addresses = addresses;
+    }
 
     /// Every frame goes out in pieces of `size` bytes, `gap_ms` apart. 0 ends it.
     void set_split(int size, qint64 gap_ms);
 
     /// Every answer is given twice.
-    void set_double(bool doubled) { double_ = doubled; }
+    void set_double(bool doubled) { settings_.doubled = doubled; }
 
     /// What corruption and garbage are drawn from; the same for the same seed.
     void set_seed(quint32 seed) { random_.seed(seed); }
@@ -59,13 +80,5 @@ private:
     bool draws_corruption();
 
     std::mt19937 random_; // NOLINT(cert-msc51-cpp): the same faults on each run
-    bool silent_ = false;
-    qint64 silent_until_ms_ = 0;
-    qint64 late_ms_ = 0;
-    int corrupt_next_ = 0;
-    double corrupt_percent_ = 0;
-    std::optional<QPair<uchar, uchar>> addresses_;
-    int split_size_ = 0;
-    qint64 split_gap_ms_ = 0;
-    bool double_ = false;
+    Settings settings_;
 };

@@ -27,6 +27,8 @@ constexpr Option_row option_rows[] = {
      [](Options& options, const QString& value) { options.place.device = value; }},
     {"baudrate", "rate", "Speed of the device; 115200 by default.",
      [](Options& options, const QString& value) { options.place.baud = value.toInt(); }},
+    {"socket", "path", "Takes commands at a local socket, too, and tells there what it prints.",
+     [](Options& options, const QString& value) { options.socket = value; }},
     {"script", "file", "Plays a script: a time and a command a line.",
      [](Options& options, const QString& value) { options.script = value; }},
     {"loop", nullptr, "Plays the script again and again.",

@@ -11,6 +11,7 @@
 /// The command line of dov-controller.
 struct Options {
     Bench_controller::Place place;
+    QString socket; ///< where commands are taken as well; empty for nowhere
     QString script;
     QString record;
     QString replay;

@@ -37,6 +37,13 @@ Waveform Waveform::random(double low, double high, qint64 period_ms, quint32 see
     return {Shape::random, low, high, period_ms, seed};
 }
 
+const QVector<QByteArray>& Waveform::shape_names()
+{
+    static const QVector<QByteArray> names = {"constant", "sine", "triangle",
+                                              "square",   "ramp", "random"};
+    return names;
+}
+
 double Waveform::at(qint64 time_ms) const
 {
     return low_ + (high_ - low_) * level_at(time_ms);

@@ -1,6 +1,7 @@
 #pragma once
 
-#include <QtGlobal>
+#include <QByteArray>
+#include <QVector>
 
 /// A value that changes with time: a pure function, so that every run shows the same.
 ///
@@ -23,7 +24,14 @@ public:
     /// The value at a time, which is 0 or more.
     double at(qint64 time_ms) const;
 
+    /// What commands call the shapes, in the order of Shape.
+    static const QVector<QByteArray>& shape_names();
+
     Shape shape() const { return shape_; }
+    double low() const { return low_; }
+    double high() const { return high_; }
+    qint64 period_ms() const { return period_ms_; }
+    quint32 seed() const { return seed_; }
 
 private:
     Waveform(Shape shape, double low, double high, qint64 period_ms, quint32 seed);

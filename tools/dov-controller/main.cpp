@@ -1,5 +1,6 @@
 #include "Bench_controller.h"
 #include "Command_reader.h"
+#include "Command_server.h"
 #include "Options.h"
 #include "Players.h"
 #include "Posix_signals.h"
@@ -110,6 +111,16 @@ void connect_texts(Bench_controller& bench, Recording_writer& recording, bool ve
                          [](const Trace_entry& entry) { (void)say(stdout, entry.to_line()); });
 }
 
+/// Has those at the socket told what standard output is told.
+void connect_server(Bench_controller& bench, Command_server& server, bool verbose)
+{
+    QObject::connect(&bench, &Bench_controller::line_opened, &server, &Command_server::tell);
+    QObject::connect(&bench, &Bench_controller::text_printed, &server, &Command_server::tell);
+    if (verbose)
+        QObject::connect(&bench, &Bench_controller::passed, &server,
+                         [&server](const Trace_entry& entry) { server.tell(entry.to_line()); });
+}
+
 /// Ends the program once everything has gone out and been taken, or has had its time for that.
 void quit_when_idle(const Bench_controller& bench, QTimer& timer)
 {
@@ -152,7 +163,11 @@ int serve(Bench_controller& bench, Player* player, const Options& options)
     QObject::connect(&signals, &Posix_signals::end_asked, qApp, &QCoreApplication::quit);
     QObject::connect(&bench, &Bench_controller::quit_asked, qApp, &QCoreApplication::quit,
                      Qt::QueuedConnection);
-    const QString error = bench.start(options.place);
+    Command_server server(bench);
+    connect_server(bench, server, options.verbose);
+    QString error = options.socket.isEmpty() ? QString() : server.open(options.socket);
+    if (error.isEmpty())
+        error = bench.start(options.place);
     if (!error.isEmpty()) {
         complain(error);
         return tool_failed;

@@ -1,8 +1,8 @@
 #pragma once
 
+#include "Local_listener.h"
 #include "Recording_writer.h"
 
-#include <QSocketNotifier>
 #include <QString>
 
 #include <list>
@@ -32,12 +32,10 @@ public:
     int readers() const { return static_cast<int>(readers_.size()); }
 
 private:
-    void accept_reader();
+    void take_reader(int descriptor);
     void forget_gone();
 
-    QString path_;
     Recording_writer::Order order_;
-    int descriptor_ = -1;
-    std::unique_ptr<QSocketNotifier> notifier_;
+    std::unique_ptr<Local_listener> listener_;
     std::list<Recording_writer> readers_;
 };

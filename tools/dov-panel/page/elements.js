@@ -36,6 +36,28 @@ export function put_attribute(to, name, value) {
         to.setAttribute(name, value);
 }
 
+/**
+ * The sizes of elements, told by the browser whenever they change: to ask for them would have it lay
+ * out the page at once. `changed` is called then.
+ */
+export class Sizes {
+    constructor(changed) {
+        this.sizes_ = new WeakMap();
+        this.observer_ = new ResizeObserver((entries) => {
+            for (const { target, contentRect } of entries)
+                this.sizes_.set(target, { width: contentRect.width, height: contentRect.height });
+            changed();
+        });
+    }
+
+    watch(of) { this.observer_.observe(of); }
+
+    forget(of) { this.observer_.unobserve(of); }
+
+    /** The room inside an element; none before the browser has told it. */
+    of(of) { return this.sizes_.get(of) ?? { width: 0, height: 0 }; }
+}
+
 /** Lets the reader save a text or a picture as a file. */
 export function save_file(name, blob) {
     const address = URL.createObjectURL(blob);

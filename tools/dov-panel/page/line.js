@@ -1,10 +1,11 @@
 // The line: frames as they pass, decoded and filtered, and what is counted of them.
 
 import { clock_text, count_text, dash, identifier_text, number_text } from "./format.js";
-import { by_id, element, put_attribute, put_text } from "./elements.js";
+import { Sizes, by_id, element, put_attribute, put_text } from "./elements.js";
 import { Frame_store } from "./frame_store.js";
 
-const redraw_ms = 100;
+/** So many rows can be scrolled back before it holds; then all of them. */
+const rows_above = 100;
 
 /** What is counted, in the names of "dov-line stats --json"; the second kind is wrong above 0. */
 const counters = [
@@ -63,9 +64,12 @@ export class Line_view {
         this.counters_ = null;
         this.dropped_ = 0;
         this.is_dirty_ = false;
-        this.drawn_ms_ = 0;
+        this.row_height_ = 24;
+        this.heights_ = "";
         this.rows_ = [];
         this.place_ = by_id("frames-place");
+        this.sizes_ = new Sizes(() => this.resized_());
+        this.sizes_.watch(this.place_);
         this.body_ = document.querySelector("#frames tbody");
         this.above_ = this.spacer_();
         this.below_ = this.spacer_();
@@ -89,16 +93,6 @@ export class Line_view {
     draw() {
         if (!this.is_dirty_)
             return;
-        // Nobody reads faster.
-        const now = performance.now();
-        if (now - this.drawn_ms_ < redraw_ms) {
-            this.later_ = this.later_ ?? setTimeout(() => {
-                this.later_ = null;
-                this.changed_();
-            }, redraw_ms);
-            return;
-        }
-        this.drawn_ms_ = now;
         this.is_dirty_ = false;
         this.draw_counters_();
         this.draw_frames_();
@@ -161,26 +155,46 @@ export class Line_view {
     /** Shows the frames that are in sight, in rows that are used again. */
     draw_frames_() {
         const frames = this.store_.shown;
-        const height = this.row_height_();
-        const room = Math.ceil(this.place_.clientHeight / height) + 2;
-        const is_following = !this.store_.is_held;
+        const room = Math.ceil(this.sizes_.of(this.place_).height / this.row_height_) + 2;
         const newest = Math.max(frames.length - room, 0);
-        const wanted = Math.floor(this.place_.scrollTop / height);
-        const first = is_following ? newest : Math.min(Math.max(wanted - 1, 0), newest);
+        const first = this.store_.is_held ? Math.min(this.first_in_sight_(), newest) : newest;
         const shown = frames.slice(first, first + room);
-        this.above_.cell.style.height = `${first * height}px`;
-        this.below_.cell.style.height = `${(frames.length - first - shown.length) * height}px`;
         this.fit_rows_(shown.length);
         shown.forEach((frame, i) => this.show_frame_(this.rows_[i], frame, first + i));
         put_attribute(by_id("frames"), "aria-rowcount", String(frames.length + 1));
-        if (is_following)
-            this.place_.scrollTop = this.place_.scrollHeight;
+        if (this.store_.is_held)
+            this.set_heights_(first, frames.length - first - shown.length);
+        else
+            this.follow_(first, shown.length);
         this.tell_frames_(frames.length);
     }
 
-    row_height_() {
+    first_in_sight_() {
+        return Math.max(Math.floor(this.place_.scrollTop / this.row_height_) - 1, 0);
+    }
+
+    /** The newest are at the end. Where nothing has changed there is nothing to scroll. */
+    follow_(first, count) {
+        if (this.set_heights_(Math.min(first, rows_above), 0, count))
+            this.place_.scrollTop = this.place_.scrollHeight;
+    }
+
+    /** Leaves room for the rows that are not there. Whether that is another one than before. */
+    set_heights_(above, below, count = 0) {
+        const heights = `${above} ${below} ${count} ${this.row_height_}`;
+        if (heights === this.heights_)
+            return false;
+        this.heights_ = heights;
+        this.above_.cell.style.height = `${above * this.row_height_}px`;
+        this.below_.cell.style.height = `${below * this.row_height_}px`;
+        return true;
+    }
+
+    resized_() {
         const text = getComputedStyle(this.place_).getPropertyValue("--row-height");
-        return Number.parseFloat(text) || 24;
+        this.row_height_ = Number.parseFloat(text) || this.row_height_;
+        this.heights_ = "";
+        this.ask_for_drawing_();
     }
 
     fit_rows_(count) {
@@ -239,7 +253,12 @@ export class Line_view {
         follow("frame-from", (input) => { filter.from = input.value; });
         follow("frame-name", (input) => { filter.name = input.value; });
         follow("frame-faults", (input) => { filter.only_faults = input.checked; });
-        by_id("frame-hold").addEventListener("click", () => this.hold_(!this.store_.is_held));
+        by_id("frame-hold").addEventListener("click", () => {
+            if (this.store_.is_held)
+                this.hold_(false);
+            else
+                this.hold_at_(0);
+        });
         by_id("frame-bytes").addEventListener("input", (event) =>
             by_id("frames").classList.toggle("with-bytes", event.target.checked));
         by_id("frame-clear").addEventListener("click", () => {
@@ -248,7 +267,6 @@ export class Line_view {
         });
         this.place_.addEventListener("scroll", () => this.scrolled_());
         by_id("answers-block").addEventListener("toggle", () => this.ask_for_drawing_());
-        new ResizeObserver(() => this.ask_for_drawing_()).observe(this.place_);
     }
 
     hold_(is_held) {
@@ -259,17 +277,26 @@ export class Line_view {
         const button = by_id("frame-hold");
         put_attribute(button, "aria-pressed", String(is_held));
         put_text(button, is_held ? "Follow" : "Hold");
+        this.heights_ = "";
         this.ask_for_drawing_();
     }
 
     /** Whoever scrolls up wants to read. */
     scrolled_() {
         const { scrollTop, scrollHeight, clientHeight } = this.place_;
-        const is_at_end = scrollTop + clientHeight >= scrollHeight - 2 * this.row_height_();
-        if (!this.store_.is_held && !is_at_end && this.store_.shown.length > 0)
-            this.hold_(true);
-        else if (this.store_.is_held)
+        const below = scrollHeight - scrollTop - clientHeight;
+        if (this.store_.is_held)
             this.ask_for_drawing_();
+        else if (below > 2 * this.row_height_ && this.store_.shown.length > 0)
+            this.hold_at_(below);
+    }
+
+    /** Holds, with the same frames in sight: now there is room for all that are above them. */
+    hold_at_(below) {
+        this.hold_(true);
+        const count = this.store_.shown.length;
+        this.set_heights_(count - this.rows_.length, 0);
+        this.place_.scrollTop = this.place_.scrollHeight - this.place_.clientHeight - below;
     }
 }
 

@@ -1,7 +1,7 @@
 // Live plots: lanes one below the other over one axis of time, drawn on canvases.
 
 import { clock_text, csv_cell, file_time, number_text } from "./format.js";
-import { by_id, element, put_attribute, put_text, save_file } from "./elements.js";
+import { Sizes, by_id, element, put_attribute, put_text, save_file } from "./elements.js";
 import {
     View, columns, nice_step, padded_range, plot_rows, tick_decimals, ticks, time_step, value_range,
 } from "./plot_maths.js";
@@ -12,6 +12,7 @@ const axis_height = 22;
 const most_lanes = 12;
 const picture_lane_height = 120;
 const label_interval_ms = 5000;
+const redraw_ms = 90;
 
 /** The colours of the page as it is now, for canvases know no style sheet. */
 function page_colours() {
@@ -30,10 +31,8 @@ function page_colours() {
 }
 
 /** A canvas's context, its room as large as its place on the screen; null while it has none. */
-function fitted(canvas) {
+function fitted(canvas, { width, height }) {
     const ratio = window.devicePixelRatio || 1;
-    const width = canvas.clientWidth;
-    const height = canvas.clientHeight;
     if (width === 0 || height === 0)
         return null;
     if (canvas.width !== Math.round(width * ratio) || canvas.height !== Math.round(height * ratio)) {
@@ -69,8 +68,8 @@ function trace_columns(context, made, x, y_of) {
 }
 
 /** A small line without axes: the last minute. */
-export function draw_spark(canvas, series, now_ms, least_span, colours) {
-    const place = fitted(canvas);
+export function draw_spark(canvas, size, series, now_ms, least_span, colours) {
+    const place = fitted(canvas, size);
     if (place === null)
         return;
     const { context, width, height } = place;
@@ -99,10 +98,13 @@ export class Plots {
         this.lanes_ = new Map();
         this.cross_ = null;
         this.drag_ = null;
+        this.drawn_ms_ = 0;
+        this.sizes_ = new Sizes(() => this.draw_soon_());
         this.colours = page_colours();
         this.place_ = by_id("plot-lanes");
         this.axis_ = by_id("plot-axis");
         this.removed = () => {};
+        this.sizes_.watch(this.axis_);
         this.listen_();
     }
 
@@ -127,6 +129,7 @@ export class Plots {
                 element("span", { class: "lane-title" }, item.title), lane.value, lane.range, close),
             lane.canvas);
         this.place_.append(lane.root);
+        this.sizes_.watch(lane.canvas);
         this.lanes_.set(item.key, lane);
         this.show_count_();
     }
@@ -135,6 +138,7 @@ export class Plots {
         const lane = this.lanes_.get(key);
         if (lane === undefined)
             return;
+        this.sizes_.forget(lane.canvas);
         lane.root.remove();
         this.lanes_.delete(key);
         this.removed(key);
@@ -144,21 +148,30 @@ export class Plots {
     show_count_() {
         by_id("plot-none").hidden = this.lanes_.size > 0;
         this.axis_.hidden = this.lanes_.size === 0;
+        this.draw_soon_();
+    }
+
+    /** What a person does is seen at once. */
+    draw_soon_() {
+        this.drawn_ms_ = 0;
         this.changed_();
     }
 
-    /** Draws everything as it is now. */
+    /** Draws everything as it is now, but not more often than anybody can follow. */
     draw() {
+        if (performance.now() - this.drawn_ms_ < redraw_ms)
+            return;
+        this.drawn_ms_ = performance.now();
         const now = this.now_();
         const from = this.view.begin(now);
         const to = this.view.end(now);
         for (const lane of this.lanes_.values()) {
-            const place = fitted(lane.canvas);
+            const place = fitted(lane.canvas, this.sizes_.of(lane.canvas));
             if (place !== null)
                 this.draw_lane_(place.context, lane, { x: 0, y: 0, ...place }, from, to);
             this.tell_lane_(lane, from, to, now);
         }
-        const place = fitted(this.axis_);
+        const place = fitted(this.axis_, this.sizes_.of(this.axis_));
         if (place !== null)
             this.draw_axis_(place.context, { x: 0, y: 0, ...place }, from, to);
     }
@@ -297,9 +310,8 @@ export class Plots {
         }
         window.matchMedia("(prefers-color-scheme: dark)").addEventListener("change", () => {
             this.colours = page_colours();
-            this.changed_();
+            this.draw_soon_();
         });
-        new ResizeObserver(() => this.changed_()).observe(place);
         this.show_view_();
     }
 
@@ -342,7 +354,7 @@ export class Plots {
             const is_it = Math.abs(Number(button.dataset.span) * 1000 - this.view.span_ms) < 1;
             put_attribute(button, "aria-pressed", String(is_it));
         }
-        this.changed_();
+        this.draw_soon_();
     }
 
     take_key_(event) {
@@ -389,7 +401,7 @@ export class Plots {
 
     set_cross_(part) {
         this.cross_ = part;
-        this.changed_();
+        this.draw_soon_();
     }
 
     take_wheel_(event) {

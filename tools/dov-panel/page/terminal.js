@@ -1,7 +1,7 @@
 // The terminal: every object of the catalogue with its values, and what of it can be switched.
 
 import { age_text, dash, value_text } from "./format.js";
-import { by_id, element, put_attribute, put_text, Paced } from "./elements.js";
+import { Paced, Sizes, by_id, element, put_attribute, put_text } from "./elements.js";
 import { draw_spark } from "./plots.js";
 import { Series } from "./series.js";
 
@@ -34,6 +34,7 @@ export class Terminal {
         this.controls_ = [];
         this.catalogue_ = "";
         this.drawn_ms_ = 0;
+        this.sizes_ = new Sizes(changed);
         plots.removed = (key) => this.show_plotted_(key, false);
         by_id("object-filter").addEventListener("input", (event) => this.filter_(event.target.value));
     }
@@ -132,8 +133,8 @@ export class Terminal {
     draw_sparks_(now) {
         for (const object of this.objects_) {
             if (object.spark !== null && object.first.series.size > 0)
-                draw_spark(object.spark, object.first.series, now, object.kind.spark_span,
-                    this.plots_.colours);
+                draw_spark(object.spark, this.sizes_.of(object.spark), object.first.series, now,
+                    object.kind.spark_span, this.plots_.colours);
         }
     }
 
@@ -223,6 +224,7 @@ export class Terminal {
         }
         if (kind.spark_span > 0) {
             object.spark = element("canvas", { class: "spark", "aria-hidden": "true" });
+            this.sizes_.watch(object.spark);
             root.append(object.spark);
         }
         const put = (shown, ...after) => {

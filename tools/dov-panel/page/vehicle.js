@@ -4,7 +4,7 @@
 // the state that it tells.
 
 import { milliseconds_word, number_text } from "./format.js";
-import { by_id, element, put_attribute, put_text, Paced } from "./elements.js";
+import { Paced, by_id, element, put_attribute, put_text } from "./elements.js";
 
 const held_ms = 400;
 
@@ -112,6 +112,9 @@ class Held_control {
         this.changed_ = changed;
         this.touched_ms_ = -Infinity;
         this.shown_ = undefined;
+        this.is_typed_ = input.type === "text" || input.type === "number";
+        if (this.is_typed_)
+            input.addEventListener("focus", () => input.select());
         input.addEventListener("blur", () => this.let_go());
     }
 
@@ -128,8 +131,7 @@ class Held_control {
     }
 
     show(value) {
-        const is_typed = this.input_.type === "text" || this.input_.type === "number";
-        if ((is_typed && document.activeElement === this.input_) ||
+        if ((this.is_typed_ && document.activeElement === this.input_) ||
             this.input_.matches(":active") ||
             performance.now() - this.touched_ms_ < held_ms || value === this.shown_)
             return;

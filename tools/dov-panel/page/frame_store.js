@@ -38,6 +38,7 @@ export class Frame_store {
         this.passing_ = [];
         this.held_ = null;
         this.arrived_ = 0;
+        this.next_place_ = 0;
         this.names = new Set();
     }
 
@@ -55,6 +56,7 @@ export class Frame_store {
     add(frames) {
         const names_before = this.names.size;
         for (const frame of frames) {
+            frame.place = this.next_place_++;
             this.all_.push(frame);
             if (frame.name)
                 this.names.add(frame.name);
@@ -97,8 +99,8 @@ export class Frame_store {
         if (this.all_.length < this.most_ * 1.25)
             return;
         this.all_ = this.all_.slice(-this.most_);
-        const oldest = this.all_[0].n;
-        const first = this.passing_.findIndex((frame) => frame.n >= oldest);
+        const oldest = this.all_[0].place;
+        const first = this.passing_.findIndex((frame) => frame.place >= oldest);
         this.passing_ = first < 0 ? [] : this.passing_.slice(first);
     }
 }

@@ -31,7 +31,7 @@ const counters = [
 const fault_texts = {
     checksum: "wrong checksum",
     skipped: "skipped bytes",
-    addresses: "wrong addresses",
+    address: "wrong addresses",
     unknown: "unknown message",
     unanswered: "no answer",
     late: "late answer",

@@ -34,6 +34,8 @@ class Panel {
         this.clock_ = new Server_clock();
         this.refresh_ = new Refresh(() => this.draw_());
         this.control_ = false;
+        this.is_changing_ = false;
+        this.is_greeted_ = false;
         const changed = () => this.refresh_.ask();
         const said = (text, is_bad = false) => this.say_(text, is_bad);
         const now = () => this.clock_.now();
@@ -105,6 +107,10 @@ class Panel {
         put_text(by_id("version"), message.version);
         this.control_ = message.control;
         this.terminal_.set_catalogue(message.objects, message.kinds);
+        // A second one comes when the token is taken.
+        if (!this.is_greeted_)
+            this.terminal_.renew_history();
+        this.is_greeted_ = true;
         this.allow_(message.changing);
         if (!message.changing)
             this.send_token_();
@@ -113,6 +119,7 @@ class Panel {
 
     connection_changed_(state) {
         this.partners_.set("panel", state);
+        this.is_greeted_ = false;
         if (state === "away")
             this.allow_(false);
     }

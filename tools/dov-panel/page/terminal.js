@@ -51,6 +51,10 @@ export class Terminal {
                     this.plot_(object);
             }
         }
+    }
+
+    /** A connection has come, and with it somebody who has listened all the while. */
+    renew_history() {
         for (const object of this.objects_)
             object.has_history = false;
         this.fetch_histories_();

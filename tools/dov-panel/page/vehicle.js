@@ -10,13 +10,6 @@ const held_ms = 400;
 
 const waveforms = ["constant", "sine", "triangle", "square", "ramp", "random"];
 
-const generations = {
-    legacy: "legacy: v1.1, v1.5.0",
-    "legacy-hardware": "legacy-hardware: v1.1, v2.1.0",
-    "legacy-firmware": "legacy-firmware: v2.0, v1.5.0",
-    profile: "profile: v2.0, v2.1.7",
-};
-
 /**
  * The inputs by the beginning of their names, in the order in which they are shown: what a slider spans as long as
  * nobody asks for more, and the object of the bus that tells the same.
@@ -45,15 +38,15 @@ const faults = [
     },
     {
         name: "corrupt", title: "Wrong checksums", help: "In so many frames of a hundred.",
-        fields: [{ name: "corrupt", unit: "%", least: 0.1, most: 100, start: 20, of: "corrupt_rate" }],
+        fields: [{ name: "corrupt", unit: "%", least: 0.1, most: 100, start: 20, of: "corrupt_percent" }],
         on: ([percent]) => `corrupt rate ${percent}`, off: "corrupt off",
-        is_on: (state) => state.corrupt_rate > 0,
+        is_on: (state) => state.corrupt_percent > 0,
     },
     {
         name: "split", title: "Frames in pieces", help: "Of so many bytes, so long apart.",
         fields: [
             { name: "split", unit: "bytes", least: 1, most: 12, start: 5, of: "split_size" },
-            { name: "split gap", unit: "ms", least: 0, most: 60000, start: 20, of: "split_ms" },
+            { name: "split gap", unit: "ms", least: 0, most: 60000, start: 20, of: "split_gap_ms" },
         ],
         on: ([size, gap]) => `split ${size} ${milliseconds_word(gap)}`, off: "split off",
         is_on: (state) => state.split_size > 0,
@@ -161,8 +154,10 @@ export class Vehicle {
 
     take_state(state) {
         this.state_ = state;
-        if (this.inputs_.size === 0)
+        if (this.inputs_.size === 0) {
             this.build_inputs_(state.inputs);
+            this.offer_generations_(state.generations);
+        }
         this.ask_for_drawing_();
     }
 
@@ -217,7 +212,7 @@ export class Vehicle {
     build_controls_() {
         for (const [word, of, yes, no] of [
             ["ignition", (state) => state.ignition, "on", "off"],
-            ["button", (state) => state.button === "down", "down", "up"],
+            ["button", (state) => state.button_down, "down", "up"],
         ]) {
             const input = document.querySelector(`[data-word="${word}"]`);
             const control = this.bind_(input, of, (value) => { input.checked = value; });
@@ -235,13 +230,13 @@ export class Vehicle {
             put_attribute(lamp, "data-on", is_on);
             put_text(lamp.lastElementChild, output.enabled ? (output.on ? "on" : "off") : "disabled");
         });
-        const percent = state.backlight.levels.map((level) => number_text(level / 2.54, 0));
+        const percent = state.backlight.map((level) => number_text(level / 2.54, 0));
         const text = percent[0] === percent[1] ? `${percent[0]} %` : `${percent.join(" and ")} %`;
-        put_text(by_id("lamp-backlight"), state.backlight.on ? text : `off (${text})`);
+        put_text(by_id("lamp-backlight"), state.backlight_power ? text : `off (${text})`);
         put_text(by_id("lamp-frequency"), String(state.frequency_output));
         put_text(by_id("lamp-digest"), state.digest_ms > 0 ? `every ${state.digest_ms} ms` : "off");
         put_text(by_id("lamp-device"), state.device || "closed");
-        const bytes = state.configuration.map((byte) => `${byte.code}/${byte.offset}: ${byte.value}`);
+        const bytes = state.configuration.map(([code, offset, value]) => `${code}/${offset}: ${value}`);
         put_text(by_id("lamp-configuration"), bytes.join(", ") || "all 0");
     }
 
@@ -371,13 +366,13 @@ export class Vehicle {
             this.send_(wave.control, `${word} ${input.value}`);
             return;
         }
-        const was_constant = input.shape === "constant";
+        const was_constant = input.waveform.shape === "constant";
         const number = (field, otherwise) =>
             (was_constant || field.value === "" ? otherwise : Number(field.value));
         const [low, high] = made.is_truth ? [0, 1]
             : [number(wave.low, made.usual[0]), number(wave.high, made.usual[1])];
         const period = milliseconds_word(number(wave.period, 10) * 1000);
-        const seed = shape === "random" && input.seed ? ` ${input.seed}` : "";
+        const seed = shape === "random" ? ` ${input.waveform.seed ?? 0}` : "";
         this.send_(wave.control, `${word} ${shape} ${low} ${high} ${period}${seed}`);
     }
 
@@ -386,15 +381,16 @@ export class Vehicle {
         if (made === undefined)
             return;
         const { wave } = made;
+        const { shape, low, high, period_ms } = input.waveform;
         made.show(input.value);
-        wave.control.show(input.shape);
-        const is_moving = input.shape !== "constant";
+        wave.control.show(shape);
+        const is_moving = shape !== "constant";
         wave.fields.hidden = !is_moving;
         if (!is_moving)
             return;
-        wave.low_control.show(input.low);
-        wave.high_control.show(input.high);
-        wave.period_control.show(input.period_ms / 1000);
+        wave.low_control.show(low);
+        wave.high_control.show(high);
+        wave.period_control.show(period_ms / 1000);
     }
 
     draw_bus_() {
@@ -467,8 +463,7 @@ export class Vehicle {
         const picker = element("select", {
             id: "generation", "data-word": "generation",
             change: () => this.send_(control, `generation ${picker.value}`),
-        }, element("option", { value: "", disabled: true }, "its own"),
-        ...Object.entries(generations).map(([value, text]) => element("option", { value }, text)));
+        }, element("option", { value: "", disabled: true }, "none of them"));
         const control = this.bind_(picker, (state) => state.generation ?? "",
             (value) => { picker.value = value; });
         place.append(element("label", { for: "generation" }, "Generation"), picker);
@@ -477,11 +472,18 @@ export class Vehicle {
             const input = element("input", {
                 id, "data-word": row.word, type: row.most === undefined ? "text" : "number", min: "0",
                 max: row.most, spellcheck: "false", autocomplete: "off",
-                change: () => this.send_(own, `${row.word} ${input.value.trim()}`),
+                change: () => {
+                    if (input.value.trim() !== "")
+                        this.send_(own, `${row.word} ${input.value.trim()}`);
+                },
             });
             const own = this.bind_(input, row.of, (value) => { input.value = value; });
             place.append(element("label", { for: id }, row.title), input);
         }
+    }
+
+    offer_generations_(names) {
+        by_id("generation").append(...names.map((name) => element("option", { value: name }, name)));
     }
 
     listen_() {

@@ -7,7 +7,7 @@
 #include <cstring>
 
 #include <fcntl.h>
-#include <sys/ioctl.h>
+#include <poll.h>
 #include <unistd.h>
 
 namespace {
@@ -18,6 +18,14 @@ constexpr int pending_limit = 4096;
 QString failure(const QString& what)
 {
     return what + QStringLiteral(": ") + QString::fromLocal8Bit(std::strerror(errno));
+}
+
+/// Whether a terminal has bytes for its reader. Not by FIONREAD, which does not see those that are
+/// still on their way between the two ends; poll() waits until these have come.
+bool has_unread(int terminal)
+{
+    pollfd news = {terminal, POLLIN, 0};
+    return poll(&news, 1, 0) > 0 && (news.revents & POLLIN) != 0;
 }
 
 } // namespace
@@ -74,10 +82,8 @@ void Line::close()
 
 bool Line::is_drained() const
 {
-    int unread = 0;
     const bool is_pty = own_ != port_;
-    return pending_.isEmpty() &&
-           (!is_open() || !is_pty || ioctl(port_, FIONREAD, &unread) != 0 || unread == 0);
+    return pending_.isEmpty() && (!is_open() || !is_pty || !has_unread(port_));
 }
 
 void Line::write(const QByteArray& bytes)

@@ -42,6 +42,17 @@ QList<QByteArray> Controller_process::state()
     return output().mid(output().lastIndexOf("\n# ")).trimmed().split('\n');
 }
 
+int Controller_process::commands()
+{
+    return state().constFirst().split(' ').value(1).toInt();
+}
+
+void Controller_process::wait_for_commands(int count)
+{
+    if (!wait_for([this, count] { return commands() >= count; }))
+        report::give_up(QByteArray::number(count) + " commands do not come");
+}
+
 bool Controller_process::ask(const QByteArray& hex)
 {
     const int id = QByteArray::fromHex(hex)[0];

@@ -24,6 +24,12 @@ public:
     /// The same for the command "state"; its lines.
     QList<QByteArray> state();
 
+    /// How many commands it has had from the host.
+    int commands();
+
+    /// Waits until it has had so many: its line and its standard input have no order.
+    void wait_for_commands(int count);
+
     /// Gives it lines on its standard input and does not wait.
     void write(const QByteArray& text) { process.write(text); }
 

@@ -82,33 +82,37 @@ bool Tapped_line::host_is_hung_up() const
 
 void Tapped_line::send(int end, const QByteArray& bytes)
 {
-    const QDeadlineTimer deadline(patience_ms);
+    QDeadlineTimer deadline(patience_ms); // for the next bytes
     for (int done = 0; done < bytes.size() && !deadline.hasExpired();) {
         const ssize_t count =
             ::write(end, bytes.constData() + done, static_cast<std::size_t>(bytes.size() - done));
         pollfd room = {end, POLLOUT, 0};
-        if (count > 0)
+        if (count > 0) {
             done += static_cast<int>(count);
-        else
+            deadline.setRemainingTime(patience_ms);
+        } else {
             (void)poll(&room, 1, 10);
+        }
     }
 }
 
 QByteArray Tapped_line::receive(int end, int count)
 {
     QByteArray bytes;
-    const QDeadlineTimer deadline(patience_ms);
+    QDeadlineTimer deadline(patience_ms); // for the next bytes
     while (bytes.size() < count && !deadline.hasExpired()) {
         char some[4096];
         const ssize_t size = ::read(
             end, some, std::min(sizeof some, static_cast<std::size_t>(count - bytes.size())));
         pollfd news = {end, POLLIN, 0};
-        if (size > 0)
+        if (size > 0) {
             bytes.append(some, static_cast<int>(size));
-        else if (size == 0 || errno != EAGAIN)
+            deadline.setRemainingTime(patience_ms);
+        } else if (size == 0 || errno != EAGAIN) {
             break;
-        else
+        } else {
             (void)poll(&news, 1, 100);
+        }
     }
     return bytes;
 }

@@ -2,6 +2,7 @@
 
 #include "Recording_reader.h"
 #include "Tapped_line.h"
+#include "Waiting.h"
 
 #include <QDir>
 #include <QFile>
@@ -21,8 +22,6 @@
 #include <unistd.h>
 
 namespace {
-
-constexpr int patience_ms = 30000;
 
 const QByteArray request = QByteArray::fromHex("18ef78591100000000000000e9");
 const QByteArray answer = QByteArray::fromHex("18ef59781214000000000000fe");
@@ -57,7 +56,8 @@ class Tap_program : public QObject {
         QVERIFY(line_->open_host());
     }
 
-    /// A request and its answer, through the tap.
+    /// A request and its answer, through the tap. On a machine that is busy with everything else
+    /// the answer may come too late for one.
     void exchange() const
     {
         line_->send_from_host(request);
@@ -66,10 +66,27 @@ class Tap_program : public QObject {
         QCOMPARE(line_->host_hears(13), answer);
     }
 
+    /// Bytes both ways in which nothing is wrong, however long they take: noise, and a message that
+    /// nobody has asked for.
+    void pass_bytes() const
+    {
+        line_->send_from_host("noise");
+        QCOMPARE(line_->controller_hears(5), QByteArray("noise"));
+        line_->send_from_controller(answer);
+        QCOMPARE(line_->host_hears(13), answer);
+    }
+
+    /// Sends it a signal, if it still runs.
+    void signal(int number) const
+    {
+        if (process_->processId() > 0)
+            ::kill(static_cast<pid_t>(process_->processId()), number);
+    }
+
     /// Sends it a signal and waits for its end; the status, or -1.
     int end(int number = SIGTERM)
     {
-        ::kill(static_cast<pid_t>(process_->processId()), number);
+        signal(number);
         return status();
     }
 
@@ -145,20 +162,40 @@ private Q_SLOTS:
     void what_passes_is_printed()
     {
         start();
-        exchange();
         QByteArray printed;
-        QTRY_VERIFY_WITH_TIMEOUT((printed += process_->readAllStandardOutput()).count('\n') == 4,
-                                 patience_ms);
         QStringList lines;
-        for (const QByteArray& each : printed.trimmed().split('\n'))
-            lines.append(QString::fromUtf8(each).simplified());
+        const auto prints = [&](int count) {
+            const bool is_there = wait_for([&] {
+                return (printed += process_->readAllStandardOutput()).count('\n') == count;
+            });
+            lines.clear();
+            for (const QByteArray& each : printed.trimmed().split('\n'))
+                lines.append(QString::fromUtf8(each).simplified());
+            return is_there;
+        };
+        QVERIFY(prints(2));
         QVERIFY2(lines[0].endsWith(QLatin1String("#1 controller connection")), printed);
         QVERIFY2(lines[1].endsWith(QLatin1String("#2 host connection")), printed);
-        QVERIFY2(lines[2].contains(QLatin1String("#3 host 0x11 hardware version request (answered "
-                                                 "by #4 after ")),
-                 printed);
-        QVERIFY2(lines[3].contains(QLatin1String("#4 controller 0x12 hardware version: revision "
-                                                 "20 (answers #3 after ")),
+        // Until one is answered in time.
+        const QDeadlineTimer deadline(patience_ms);
+        int request_number = 1;
+        do {
+            request_number += 2;
+            exchange();
+            QVERIFY(prints(request_number + 1));
+        } while (lines[request_number].contains(QLatin1String("(late answer to ")) &&
+                 !deadline.hasExpired());
+        QVERIFY2(
+            lines[request_number - 1].contains(
+                QStringLiteral("#%1 host 0x11 hardware version request (answered by #%2 after ")
+                    .arg(request_number)
+                    .arg(request_number + 1)),
+            printed);
+        QVERIFY2(lines[request_number].contains(
+                     QStringLiteral("#%1 controller 0x12 hardware version: revision 20 (answers "
+                                    "#%2 after ")
+                         .arg(request_number + 1)
+                         .arg(request_number)),
                  printed);
         QCOMPARE(end(), 0);
         QCOMPARE(errors(), QString());
@@ -203,9 +240,10 @@ private Q_SLOTS:
                 QJsonDocument::fromJson(process_->readAllStandardOutput()).object();
             for (const char* figure : {"host_frames", "controller_frames"})
                 QCOMPARE(counted[QLatin1String(figure)].toInt(), count);
-            for (const char* figure :
-                 {"unanswered", "checksum_errors", "skipped_bytes", "missing_records"})
+            for (const char* figure : {"checksum_errors", "skipped_bytes", "missing_records"})
                 QCOMPARE(counted[QLatin1String(figure)].toInt(), 0);
+            QCOMPARE(counted[QStringLiteral("unanswered")],
+                     counted[QStringLiteral("late_answers")]);
         }
     }
 
@@ -223,8 +261,10 @@ private Q_SLOTS:
 
     void a_socket_gives_the_line_from_then_on()
     {
-        start({QStringLiteral("--quiet"), QStringLiteral("--socket"), path("live")});
+        start({QStringLiteral("--quiet"), QStringLiteral("--socket"), path("live"),
+               QStringLiteral("--status"), path("status")});
         exchange();
+        WAIT_UNTIL(tap_status()[QStringLiteral("controller_frames")].toInt(), ==, 1);
         const int reader = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
         sockaddr_un address{};
         address.sun_family = AF_UNIX;
@@ -238,17 +278,23 @@ private Q_SLOTS:
             stream.append(bytes, static_cast<int>(std::max<ssize_t>(size, 0)));
             return size > 0;
         };
+        const auto records = [&] {
+            QFile copy(path("copy"));
+            return copy.open(QIODevice::WriteOnly) && copy.write(stream) == stream.size() &&
+                           copy.flush()
+                       ? records_in(copy.fileName())
+                       : -1;
+        };
         QVERIFY(receive()); // the beginning: the tap knows of this reader
         exchange();
+        // At the end it does not wait long for who has not read.
+        while (records() != 2)
+            QVERIFY(receive());
         QCOMPARE(end(), 0);
         while (receive()) {
         }
+        QCOMPARE(records(), 2);
         ::close(reader);
-        QFile copy(path("copy"));
-        QVERIFY(copy.open(QIODevice::WriteOnly));
-        copy.write(stream);
-        copy.close();
-        QCOMPARE(records_in(copy.fileName()), 2);
         QVERIFY(!QFile::exists(path("live")));
     }
 
@@ -290,8 +336,7 @@ private Q_SLOTS:
         QFETCH(QString, reason);
         start({QStringLiteral("--quiet"), QStringLiteral("--ring"), QStringLiteral("64k"),
                QStringLiteral("--keep"), path("kept")});
-        exchange();
-        QVERIFY(kept().isEmpty());
+        pass_bytes();
         if (bytes.isEmpty())
             line_->send_from_host(request);
         else
@@ -309,15 +354,15 @@ private Q_SLOTS:
         start({QStringLiteral("--quiet"), QStringLiteral("--ring"), QStringLiteral("64k"),
                QStringLiteral("--keep"), path("kept"), QStringLiteral("--files"),
                QStringLiteral("2")});
-        exchange();
+        pass_bytes();
         for (int i = 1; i <= 2; ++i) {
-            ::kill(static_cast<pid_t>(process_->processId()), SIGUSR1);
+            signal(SIGUSR1);
             QTRY_COMPARE_WITH_TIMEOUT(static_cast<int>(kept().size()), i, patience_ms);
         }
         QCOMPARE(kept().last(), QStringLiteral("asked"));
         line_->pull_out();
         QTRY_COMPARE_WITH_TIMEOUT(kept().value(1), QStringLiteral("hang-up"), patience_ms);
-        ::kill(static_cast<pid_t>(process_->processId()), SIGUSR1);
+        signal(SIGUSR1);
         QCOMPARE(end(), 0);
         QCOMPARE(static_cast<int>(kept().size()), 2);
     }

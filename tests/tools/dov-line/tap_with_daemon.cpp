@@ -2,6 +2,7 @@
 
 #include "Controller_process.h"
 #include "Terminal.h"
+#include "Waiting.h"
 
 #include <QFileInfo>
 #include <QJsonDocument>
@@ -37,7 +38,7 @@ class Tap_with_daemon : public QObject {
         return wait_for([&] { return controller_->state().contains(state); });
     }
 
-    QJsonObject counted(const char* recording)
+    QJsonObject counted(const char* recording) const
     {
         Bound_process process;
         process.start(QStringLiteral(DOV_LINE),
@@ -77,6 +78,12 @@ private Q_SLOTS:
             QVERIFY(works());
         QVERIFY(terminal_->ends_cleanly());
         QVERIFY(wait_for([this] { return controller_->state().contains("digest off"); }));
+        // What is on the line when it goes is lost, as on a wire.
+        constexpr int frame_size = 13;
+        const int sent = controller_->state().constFirst().split(' ').value(3).toInt(); // bytes
+        QVERIFY(wait_for([&] {
+            return counted("tap")[QStringLiteral("controller_frames")].toInt() * frame_size == sent;
+        }));
         controller_->end();
         tap_->terminate();
         QVERIFY(tap_->waitForFinished(patience_ms));
@@ -119,12 +126,15 @@ private Q_SLOTS:
         terminal_->start({QStringLiteral("--port"), path("line"), QStringLiteral("--baudrate"),
                           QStringLiteral("57600")});
         QVERIFY(works());
-        termios settings{};
-        const int device = ::open(QFile::encodeName(path("device")).constData(),
-                                  O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
-        QCOMPARE(tcgetattr(device, &settings), 0);
-        ::close(device);
-        QCOMPARE(cfgetospeed(&settings), speed_t{B57600});
+        const auto speed = [this] {
+            termios settings{};
+            const int device = ::open(QFile::encodeName(path("device")).constData(),
+                                      O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
+            (void)tcgetattr(device, &settings);
+            ::close(device);
+            return cfgetospeed(&settings);
+        };
+        WAIT_UNTIL(speed(), ==, speed_t{B57600});
     }
 };
 

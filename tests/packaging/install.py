@@ -3,12 +3,15 @@
 
     install.py CMAKE BUILD
 
-First the build as it is, with a prefix and DESTDIR; then configurations of their own, which take
-the build's products: every directory elsewhere, one of them absolute, and each part left out.
+First the build as it is, with a prefix and DESTDIR, whole and by its components; then
+configurations of their own, which take the build's products: every directory elsewhere, one of them
+absolute, and each part left out; last one of which nobody has said anything, whose defaults are
+those that docs/porting.md tells.
 """
 from __future__ import annotations
 
 import os
+import re
 import shutil
 import subprocess
 import sys
@@ -16,7 +19,9 @@ import tempfile
 from pathlib import Path
 
 SOURCES = Path(__file__).resolve().parents[2]
+PORTING = (SOURCES / "docs/porting.md").read_text()
 PREFIX = "/opt/terminal"
+DEFAULT_QT = "5"
 INTERFACES = sorted(path.name for path in (SOURCES / "data/interfaces").glob("*.xml"))
 HEADERS = [name.removeprefix("com.quorin.system.").removesuffix(".xml").replace(".", "_") +
            "_proxy.h" for name in INTERFACES]
@@ -120,19 +125,67 @@ def expected(values: dict[str, str]) -> set[str]:
     return files
 
 
-def check(what: str, cmake: str, build: Path, stage: Path) -> None:
-    run(cmake, "--install", build, "--prefix", PREFIX, DESTDIR=str(stage))
-    found = {"/" + str(path.relative_to(stage)) for path in stage.rglob("*") if not path.is_dir()}
-    values = variables(build)
-    wanted = expected(values)
+def install(cmake: str, build: Path, stage: Path, *options: str) -> set[str]:
+    run(cmake, "--install", build, "--prefix", PREFIX, *options, DESTDIR=str(stage))
+    return {"/" + str(path.relative_to(stage)) for path in stage.rglob("*") if not path.is_dir()}
+
+
+def compare(what: str, found: set[str], wanted: set[str]) -> None:
     if found != wanted:
         sys.exit("\n".join([f"{what}:", *(f"missing {file}" for file in sorted(wanted - found)),
                             *(f"not expected {file}" for file in sorted(found - wanted))]))
-    unit = next(stage.rglob("dov-dbus.service")).read_text()
-    program = os.path.join(PREFIX, values["CMAKE_INSTALL_SBINDIR"], "dov-dbus")
-    if f"\nExecStart={program} --port" not in unit:
-        sys.exit(f"{what}: the unit does not start {program}:\n{unit}")
     print(f"{what}: {len(found)} files", flush=True)
+
+
+def check_units(what: str, values: dict[str, str], stage: Path) -> None:
+    """Each starts its program where that is, and names no other place where one system has it."""
+    programs = {"dov-dbus.service": os.path.join(values["CMAKE_INSTALL_SBINDIR"], "dov-dbus"),
+                "dov-line-tap.service": os.path.join(values["CMAKE_INSTALL_BINDIR"], "dov-line")}
+    for unit in stage.rglob("*.service"):
+        settings = re.findall(r"^(Exec\w+)=(.*)$", unit.read_text(), re.MULTILINE)
+        if unit.name in programs:
+            program = os.path.join(PREFIX, programs[unit.name])
+            started = [value.split()[0] for key, value in settings if key == "ExecStart"]
+            if started != [program]:
+                sys.exit(f"{what}: {unit.name} does not start {program}: {settings}")
+            settings = [(key, value.removeprefix(program)) for key, value in settings]
+        if unit.parent.name != "system-services":
+            for key, value in settings:
+                if re.search(r"(^|[ =])/(usr|bin|sbin|lib|opt)", value):
+                    sys.exit(f"{what}: {unit.name} has a place of one system: {key}={value}")
+
+
+def check(what: str, cmake: str, build: Path, stage: Path) -> None:
+    values = variables(build)
+    compare(what, install(cmake, build, stage), expected(values))
+    check_units(what, values, stage)
+
+
+def check_components(cmake: str, build: Path, stage: Path) -> None:
+    """Those that the document names are everything, and no file is in two."""
+    sentence = re.search(r"components ([^(]*)\(", PORTING)
+    files: list[str] = []
+    for component in re.findall(r"`(\w+)`", sentence[1] if sentence else ""):
+        files += install(cmake, build, stage / component, "--component", component)
+    twice = {file for file in files if files.count(file) > 1}
+    compare("in two components", twice, set())
+    compare("the components of docs/porting.md", set(files), expected(variables(build)))
+
+
+def check_defaults(build: Path, values: dict[str, str]) -> None:
+    """Each row "| `VARIABLE` | `default` |" of the document; and the version of Qt, beside them,
+    unless the build had to say which."""
+    told = dict(re.findall(r"^\| `(DOV_\w+)` \| `?([^`|]+)`? \|", PORTING, re.MULTILINE))
+    if cache(build)["DOV_QT_MAJOR"] == DEFAULT_QT:
+        told["DOV_QT_MAJOR"] = DEFAULT_QT
+    for name in [name for name in DIRECTORIES if name.startswith("DOV_")] + [*OPTIONS, "DOV_TESTS"]:
+        if name not in told:
+            sys.exit(f"docs/porting.md does not tell the default of {name}")
+    for name, default in told.items():
+        default = default.replace("CMAKE_INSTALL_LIBDIR", values["CMAKE_INSTALL_LIBDIR"])
+        if values.get(name) != default:
+            sys.exit(f"{name} is {values.get(name)} by default, docs/porting.md has {default}")
+    print(f"defaults: {len(told)}", flush=True)
 
 
 def lend_products(values: dict[str, str], build: Path, copy: Path) -> None:
@@ -150,16 +203,15 @@ def lend_products(values: dict[str, str], build: Path, copy: Path) -> None:
 
 
 def configure(cmake: str, build: Path, copy: Path, settings: dict[str, str]) -> None:
-    """As the build is configured, but for the tests and the settings."""
-    kept = {name: value for name, value in cache(build).items()
-            if name in ("CMAKE_BUILD_TYPE", "CMAKE_C_COMPILER", "CMAKE_CXX_COMPILER",
-                        "CMAKE_GENERATOR", "CMAKE_PREFIX_PATH", "CMAKE_TOOLCHAIN_FILE",
-                        "DOV_QT_MAJOR", "QT_HOST_PATH", *OPTIONS)}
-    values = {**kept, "DOV_TESTS": "OFF", **settings}
+    """With the compilers of the build, and its Qt."""
+    values = {name: value for name, value in cache(build).items()
+              if name in ("CMAKE_BUILD_TYPE", "CMAKE_C_COMPILER", "CMAKE_CXX_COMPILER",
+                          "CMAKE_GENERATOR", "CMAKE_PREFIX_PATH", "CMAKE_TOOLCHAIN_FILE",
+                          "QT_HOST_PATH")
+              or (name == "DOV_QT_MAJOR" and value != DEFAULT_QT)}
     generator = values.pop("CMAKE_GENERATOR")
     run(cmake, "-S", SOURCES, "-B", copy, "-G", generator,
-        *(f"-D{name}={value}" for name, value in values.items()))
-    lend_products(values, build, copy)
+        *(f"-D{name}={value}" for name, value in {**values, **settings}.items()))
 
 
 def elsewhere() -> dict[str, str]:
@@ -167,16 +219,31 @@ def elsewhere() -> dict[str, str]:
     return {**directories, "DOV_BUS_POLICY_DIR": "/elsewhere/policy"}
 
 
+def check_variant(what: str, cmake: str, build: Path, work: Path, settings: dict[str, str]) -> None:
+    copy, stage = Path(f"{work}-build"), Path(f"{work}-stage")
+    as_built = {option: cache(build)[option] for option in OPTIONS}
+    settings = {**as_built, "DOV_TESTS": "OFF", **settings}
+    configure(cmake, build, copy, settings)
+    lend_products(settings, build, copy)
+    check(what, cmake, copy, stage)
+    # It makes the client library, and that alone.
+    rules = copy / "build.ninja"
+    if settings["DOV_CLIENT"] == "OFF" and rules.exists() and "qdbusxml2cpp" in rules.read_text():
+        sys.exit(f"{what}: qdbusxml2cpp is needed")
+
+
 def main() -> None:
     cmake, build = sys.argv[1], Path(sys.argv[2])
     with tempfile.TemporaryDirectory(prefix="dov-install-") as name:
         work = Path(name)
         check("as built", cmake, build, work / "as-built")
+        check_components(cmake, build, work / "components")
         variants = {"every directory elsewhere": elsewhere()}
         variants |= {f"without {option}": {option: "OFF"} for option in OPTIONS}
         for number, (what, settings) in enumerate(variants.items()):
-            configure(cmake, build, work / f"build-{number}", settings)
-            check(what, cmake, work / f"build-{number}", work / f"stage-{number}")
+            check_variant(what, cmake, build, work / str(number), settings)
+        configure(cmake, build, work / "defaults", {})
+        check_defaults(build, variables(work / "defaults"))
 
 
 if __name__ == "__main__":

@@ -14,7 +14,7 @@ export function nice_step(width, most) {
 export function ticks(low, high, most) {
     const step = nice_step(high - low, most);
     const found = [];
-    for (let n = Math.ceil(low / step - 1e-9); n * step <= high + step * 1e-9; ++n)
+    for (let n = Math.ceil(low / step - 1e-9) + 0; n * step <= high + step * 1e-9; ++n)
         found.push(n * step);
     return found;
 }

@@ -45,7 +45,7 @@ export class Series {
         const first = this.size_ > 0 ? this.times_[0] : Infinity;
         const own = Array.from({ length: this.size_ }, (_, i) => [this.times_[i], this.values_[i]]);
         this.clear();
-        for (const [time, value] of points.filter(([time]) => time < first).concat(own))
+        for (const [time, value] of points.filter((point) => point[0] < first).concat(own))
             this.add(time, value === null ? NaN : Number(value));
     }
 

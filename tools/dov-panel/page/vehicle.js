@@ -11,8 +11,8 @@ const held_ms = 400;
 const waveforms = ["constant", "sine", "triangle", "square", "ramp", "random"];
 
 /**
- * The inputs by the beginning of their names, in the order in which they are shown: what a slider spans as long as
- * nobody asks for more, and the object of the bus that tells the same.
+ * The inputs by the beginning of their names, in the order in which they are shown: what a slider
+ * spans as long as nobody asks for more, and the object of the bus that tells the same.
  */
 const input_groups = [
     { name: "analog", title: "Measured inputs", usual: [0, 5000], bus: "analog" },

@@ -46,6 +46,8 @@ class Client:
         self._bus = dbus.bus.BusConnection(world.address, mainloop=DBusGMainLoop())
         self._bus.add_signal_receiver(self._hear, bus_name=SERVICE, path_keyword="path",
                                       member_keyword="member", interface_keyword="interface")
+        # An answer behind it: from here on every signal is heard.
+        self._bus.get_name_owner(SERVICE)
 
     def call(self, path: str, method: str, signature: str = "", *values: Any) -> Any:
         return self._bus.call_blocking(SERVICE, f"{PREFIX}/{path}", INTERFACE_OF[path], method,

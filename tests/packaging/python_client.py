@@ -193,6 +193,7 @@ async def hear_signals(terminal: dov.Terminal, side: Side) -> None:
     with terminal.button.short_press() as presses, terminal.media.connection() as media, \
             terminal.atx.received() as received, terminal.buzzer.volume_changed() as volumes, \
             terminal.inputs.voltage[2].max_pass() as passes:
+        await terminal.lock.is_hold()  # behind it, the bus knows what is listened for
         side.press()
         expect("a press", await soon("press", anext(presses)), 1)
         side.world.set_media({"usb7"})
@@ -269,7 +270,7 @@ async def open_and_close(address: str) -> None:
 
     async def is_closed() -> bool:
         gc.collect()
-        return len(os.listdir("/proc/self/fd")) == descriptors
+        return len(os.listdir("/proc/self/fd")) <= descriptors
     await until("closed files", is_closed)
 
 
@@ -332,6 +333,8 @@ def run_examples(side: Side) -> None:
     world = side.world
     expect("no_value_yet", printed(world, "no_value_yet.py"), "controller not heard yet\n")
     side.report_voltages({f"device/io/input/voltage/{n}": 11800 for n in range(3)}, 0)
+    side.wait("voltage", lambda: round(
+        float(side.call("device/io/input/voltage/0", "get_value")), 6) == 11.8)
     expect("read_input", printed(world, "read_input.py"), "supply 11.8 V\n")
     expect("set_backlight", printed(world, "set_backlight.py", "50"), "")
     expect("the brightness", float(side.call("device/display/backlight", "get_brightness")), 50.0)

@@ -64,7 +64,7 @@ cat >/tmp/bus.conf <<'BUS'
   <include>/usr/share/dbus-1/system.d/com.quorin.system.conf</include>
 </busconfig>
 BUS
-timeout 10 dbus-daemon --config-file=/tmp/bus.conf --nofork --nosyslog --print-address \
+timeout 60 dbus-daemon --config-file=/tmp/bus.conf --nofork --nosyslog --print-address \
     >/tmp/bus.out 2>&1 &
 until grep -q 'unix:path' /tmp/bus.out; do
     kill -0 $! 2>/dev/null || fail "the bus does not take the policy: $(cat /tmp/bus.out)"

@@ -179,7 +179,7 @@ export class Terminal {
         const list = element("ul", { class: "rows", role: "list" });
         if (title === "LEDs")
             list.classList.add("small-rows");
-        place.append(element("section", { class: "card", "aria-labelledby": id },
+        place.append(element("div", { class: "card", role: "group", "aria-labelledby": id },
             element("h3", { id }, title), list));
         return list;
     }

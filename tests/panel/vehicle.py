@@ -1,0 +1,206 @@
+"""The vehicle: every control, from the page over the line to the bus, and back to the page."""
+from __future__ import annotations
+
+from live import Live
+from panel_world import CATALOGUE, object_path
+from stage import Page_test
+
+# An input of the controller's, the object that it moves, and the object's value for the input's.
+INPUTS = {
+    "analog": ("device/io/input/analog/0", lambda value: value / 1000),
+    "light": ("device/io/input/ambientlight/0", lambda value: min(100.0, value / 49.95)),
+    "frequency": ("device/io/input/frequency/0", float),
+    **{f"voltage{index}": (f"device/io/input/voltage/{index}", lambda value: value / 1000)
+       for index in range(6)},
+    **{f"temperature{index}": (f"device/io/input/temperature/{index}", float)
+       for index in range(6)},
+}
+KIND_OF_PATH = {row["path"].split("system/", 1)[1]: row["kind"] for row in CATALOGUE["objects"]}
+DECIMALS = {kind["name"]: kind["values"][0]["decimals"]
+            for kind in CATALOGUE["kinds"] if kind["values"]}
+
+IS_CHECKED = """const box = document.querySelector(arguments[0]);
+return arguments[1] === (box.type === "checkbox" ? box.checked : "true" === (
+    box.getAttribute("aria-checked") ?? box.getAttribute("aria-pressed")));"""
+SET_FIELD = """const field = document.querySelector(arguments[0]);
+field.focus(); field.select?.(); return document.activeElement === field;"""
+CHOOSE = """const list = document.querySelector(arguments[0]);
+list.value = arguments[1];
+list.dispatchEvent(new Event("input", {bubbles: true}));
+list.dispatchEvent(new Event("change", {bubbles: true}));
+return list.value === arguments[1];"""
+
+
+class Vehicle(Page_test):
+    def setUp(self) -> None:
+        super().setUp()
+        self.partner_is("controller", "here")
+        self.partner_is("service", "here")
+
+    def enter(self, selector: str, text: str) -> None:
+        """As a person does: into the field, all of it anew, and Enter."""
+        self.page.until(f"{selector} takes keys", SET_FIELD, selector)
+        self.page.press("Control+a")
+        self.page.type(text)
+        self.page.press("Enter")
+
+    def choose(self, selector: str, value: str) -> None:
+        self.assertTrue(self.page.run(CHOOSE, selector, value), f"{selector} has no {value}")
+
+    def is_checked(self, selector: str, checked: bool) -> None:
+        self.page.until(f"{selector} is {checked}", IS_CHECKED, selector, checked)
+
+    def input_arrives(self, name: str, value: float) -> None:
+        """In the controller, on the bus and in both halves of the page."""
+        path, scaled = INPUTS[name]
+        self.terminal_has(path, "get_value", scaled(value))
+        decimals = DECIMALS[KIND_OF_PATH[path]]
+        self.page.until(
+            f"the terminal's {path} shows {scaled(value):.{decimals}f}",
+            "return document.querySelector(arguments[0]).innerText.trim()"
+            ".replace(',', '.').startsWith(arguments[1]);",
+            self.value_selector(path, "get_value"), f"{scaled(value):.{decimals}f}")
+
+    def test_every_slider_moves_its_input(self) -> None:
+        moved = {}
+        for name in INPUTS:
+            slider = f'[data-word="input {name}"]'
+            self.page.click(slider, 0.3)
+            moved[name] = float(self.page.run(
+                "return document.querySelector(arguments[0]).value;", slider))
+            self.assertNotEqual(moved[name], self.world.input(name)["least"], name)
+        for name, value in moved.items():
+            with self.subTest(name):
+                self.world.wait_for(name, lambda: self.world.input(name)["value"] == value)
+                self.input_arrives(name, value)
+
+    def test_every_number_is_taken_as_written(self) -> None:
+        numbers = {name: 21 + 3 * index for index, name in enumerate(INPUTS)}
+        for name, number in numbers.items():
+            self.enter(f'[data-number="input {name}"]', str(number))
+        for name, number in numbers.items():
+            with self.subTest(name):
+                self.world.wait_for(name, lambda: self.world.input(name)["value"] == number)
+                self.input_arrives(name, number)
+
+    def test_every_digital_input_is_switched(self) -> None:
+        for index in range(4):
+            with self.subTest(index):
+                path = f"device/io/input/digital/{index}"
+                switch = f'[data-word="input digital{index}"]'
+                self.page.click(switch)
+                self.terminal_has(path, "is_on", True)
+                self.shows(self.value_selector(path, "is_on"), "on")
+                self.is_checked(switch, True)
+                self.page.click(switch)
+                self.terminal_has(path, "is_on", False)
+                self.shows(self.value_selector(path, "is_on"), "off")
+
+    def test_what_is_said_elsewhere_moves_the_page(self) -> None:
+        self.world.bench("input analog 1234", "input digital1 1", "ignition off")
+        self.page.until("the slider",
+                        "return document.querySelector(arguments[0]).value === '1234';",
+                        '[data-word="input analog"]')
+        self.is_checked('[data-word="input digital1"]', True)
+        self.is_checked('[data-word="ignition"]', False)
+        self.input_arrives("analog", 1234)
+
+    def test_waveforms(self) -> None:
+        for shape in ("sine", "triangle", "square", "ramp", "random"):
+            with self.subTest(shape):
+                self.choose('[data-wave="input analog"]', shape)
+                self.enter('[data-wave-low="input analog"]', "1000")
+                self.enter('[data-wave-high="input analog"]', "4000")
+                self.enter('[data-wave-period="input analog"]', "5")
+                self.world.wait_for(shape, lambda: [
+                    self.world.input("analog")["waveform"].get(key)
+                    for key in ("shape", "low", "high", "period_ms")] == [shape, 1000, 4000, 5000])
+        self.choose('[data-wave="input analog"]', "constant")
+        self.world.wait_for("constant", lambda: self.world.input("analog")["waveform"]["shape"]
+                            == "constant")
+
+    def test_ignition(self) -> None:
+        self.is_checked('[data-word="ignition"]', True)
+        self.page.click('[data-word="ignition"]')
+        self.terminal_has("power/ignition", "is_on", False)
+        self.shows(self.value_selector("power/ignition", "is_on"), "off")
+        self.page.click('[data-word="ignition"]')
+        self.terminal_has("power/ignition", "is_on", True)
+        self.shows(self.value_selector("power/ignition", "is_on"), "on")
+
+    def test_button(self) -> None:
+        button = [row["path"] for row in CATALOGUE["objects"]].index(object_path("power/button"))
+        with Live(self.world.port) as live:
+            live.receive_type("hello")
+            self.page.click('[data-word="button press"]')
+            live.receive(lambda message: message["type"] == "values" and any(
+                value[:2] == [button, "short_press"] and value[2] is not None
+                for value in message["values"]))
+        self.page.until("the press is shown", "return document.querySelector(arguments[0])"
+                        ".innerText.startsWith('short press');",
+                        self.value_selector("power/button", "short_press"))
+        self.page.click('[data-word="button"]')
+        self.bench_has("the button is held", "button_down", value=True)
+        self.page.click('[data-word="button"]')
+        self.bench_has("the button is let go", "button_down", value=False)
+
+    def test_versions(self) -> None:
+        self.choose('[data-word="generation"]', "legacy")
+        self.bench_has("the generation", "generation", value="legacy")
+        for word, key, text, value in (
+                ("hardware", "hardware", "15", 15), ("firmware", "firmware", "2.3.4", "2.3.4"),
+                ("unique-id", "unique_id", "00112233445566", "00112233445566"),
+                ("oem", "oem", "7", 7), ("operating-voltage", "operating_voltage", "3", 3),
+                ("line15", "line15", "2", 2)):
+            with self.subTest(word):
+                self.enter(f'[data-word="{word}"]', text)
+                self.bench_has(word, key, value=value)
+
+    def test_every_fault(self) -> None:
+        for fault, number, key, value in (
+                ("silence", None, "silence", True), ("late", "40", "late_ms", 40),
+                ("corrupt", "25", "corrupt_percent", 25),
+                ("split", "5", "split_size", 5), ("double", None, "double", True),
+                ("disconnect", None, "disconnected", True)):
+            with self.subTest(fault):
+                if number is not None:
+                    self.enter(f'[data-fault-value="{fault}"]', number)
+                switch = f'[data-fault="{fault}"]'
+                if self.world.state()["faults"][key] in (False, 0):
+                    self.page.click(switch)
+                self.bench_has(fault, "faults", key, value=value)
+                self.is_checked(switch, True)
+                self.page.click(switch)
+                self.bench_has(f"no {fault}", "faults", key, value=type(value)())
+                self.is_checked(switch, False)
+
+    def test_wrong_addresses(self) -> None:
+        self.page.click('[data-fault="addresses"]')
+        self.world.wait_for("addresses", lambda: self.world.state()["faults"]["addresses"])
+        self.page.click("#healthy")
+        self.bench_has("healthy", "faults", "addresses", value=None)
+
+    def test_faults_of_a_moment_are_counted(self) -> None:
+        self.partner_is("tap", "here")
+        for button, counter in (('[data-fault="corrupt next"]', "checksum_errors"),
+                                ('[data-fault="garbage"]', "skipped_bytes")):
+            with self.subTest(counter):
+                count = f"Number(document.querySelector('[data-counter=\"{counter}\"]')" \
+                        ".innerText.replace(/\\D/g, ''))"
+                before = self.page.run(f"return {count};")
+                self.page.click(button)
+                self.page.until(f"{counter} grows", f"return {count} > arguments[0];", before)
+
+    def test_restart(self) -> None:
+        self.world.bench("input analog 4444", "ignition off")
+        self.page.click("#restart")
+        self.bench_has("the start", "ignition", value=True)
+        self.world.wait_for("the input", lambda: self.world.input("analog")["value"] != 4444)
+
+    def test_any_word(self) -> None:
+        self.enter("#bench-line", "frequency-output 4711")
+        self.bench_has("the word", "frequency_output", value=4711)
+        self.enter("#bench-line", "nonsense")
+        self.page.until("what is wrong is told",
+                        "return document.querySelector('#message').innerText"
+                        ".includes(arguments[0]);", "nonsense")

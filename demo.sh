@@ -1,12 +1,16 @@
 #!/usr/bin/env bash
 # Shows the whole terminal at work, with no hardware: builds, then starts a private message bus, a
-# controller on a pseudo-terminal, the daemon and, on top, dov-watch.
+# controller on a pseudo-terminal, the daemon and, on top, dov-watch or the panel.
 #
 #   ./demo.sh             with dov-controller, the bench controller
 #   ./demo.sh --simulate  with the program's own simulator
+#   ./demo.sh --panel     with dov-controller, a tap on the line, and dov-panel for a browser
 #
-# On a terminal it runs until q is pressed. Otherwise it runs for 15 seconds, prints every change
-# as a line, and exits 0 only if it has seen what the controller must make happen; see verdict().
+# On a terminal it runs until q is pressed; the panel, whose address it prints, until Ctrl-C.
+# Otherwise it runs for 15 seconds, prints every change as a line, and exits 0 only if it has seen
+# what the controller must make happen; see verdict(). The panel's page is then used in a browser
+# without a display, by tools/demo/use-panel, and its picture left at build/panel.png, or where
+# DOV_PANEL_PICTURE says.
 #
 # Nothing of the machine's is touched: the bus is private, the daemon is the one that the tests
 # run, with the shipped code and every path and command below one temporary directory (its
@@ -24,6 +28,7 @@ readonly backlight=$objects/device/display/backlight
 
 source_directory=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 simulate=false
+panel=false
 work=
 build=
 address=
@@ -40,11 +45,12 @@ parse_arguments()
     case "$*" in
     "") ;;
     --simulate) simulate=true ;;
+    --panel) panel=true ;;
     --help)
         sed -n '2,/^set /s/^# \{0,1\}//p' "${BASH_SOURCE[0]}"
         exit 0
         ;;
-    *) fail "unknown arguments: $* (there are --simulate and --help)" ;;
+    *) fail "unknown arguments: $* (there are --simulate, --panel and --help)" ;;
     esac
 }
 
@@ -107,7 +113,9 @@ build_programs()
         build=$work/build
         attend cmake -S "$source_directory" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo
     fi
-    attend ninja -C "$build" dov-dbus-test dov-watch dov-controller
+    local programs=(dov-dbus-test dov-watch dov-controller)
+    ! $panel || programs+=(dov-line dov-panel)
+    attend ninja -C "$build" "${programs[@]}"
 }
 
 # start NAME COMMAND...: runs it in the background, its output in NAME.log, for as long as this
@@ -170,6 +178,13 @@ start_controller()
             "pty,raw,echo=0,link=$work/root/dev/ttyUSB1"
         await "the serial line" test -e "$work/root/dev/ttyUSB1"
         start simulator env DOV_TEST_ROOT="$work/root" "$build/dov-dbus-test" --simulate
+    elif $panel; then
+        start controller "$build/dov-controller" --link "$work/controller" \
+            --socket "$work/bench" --script "$source_directory/tools/demo/terminal.script"
+        await "the controller" test -e "$work/controller" -a -S "$work/bench"
+        start tap "$build/dov-line" tap --device "$work/controller" --quiet \
+            --link "$work/root/dev/ttyUSB0" --socket "$work/live"
+        await "the tap" test -e "$work/root/dev/ttyUSB0" -a -S "$work/live"
     else
         start controller "$build/dov-controller" --link "$work/root/dev/ttyUSB0" \
             --script "$source_directory/tools/demo/terminal.script"
@@ -182,6 +197,30 @@ start_daemon()
     start daemon env DOV_TEST_ROOT="$work/root" DBUS_SYSTEM_BUS_ADDRESS="$address" \
         PATH="$work/root/bin:$PATH" "$build/dov-dbus-test"
     await "the daemon" call "$service" "$objects/version/bootloader" "$service.version.get"
+}
+
+start_panel()
+{
+    start panel "$build/dov-panel" --control --bus "$address" --controller "$work/bench" \
+        --tap "$work/live" --listen 127.0.0.1:0
+    await "the panel" grep -q '^dov-panel: http' "$work/panel.log"
+    panel_address=$(sed -n 's/^dov-panel: \(http[^ ]*\)$/\1/p' "$work/panel.log")
+}
+
+show_panel_to_a_person()
+{
+    echo "demo: open $panel_address in a browser; Ctrl-C ends the demonstration"
+    wait "${children[-1]}" || true
+    fail "dov-panel has ended early"
+}
+
+show_panel_to_nobody()
+{
+    local picture=${DOV_PANEL_PICTURE:-$source_directory/build/panel.png}
+    mkdir -p "$(dirname "$picture")" 2>/dev/null || true
+    attend "$source_directory/tools/demo/use-panel" "$panel_address" "$address" "$work/bench" \
+        "$picture"
+    [ ! -e "$work/root/systemctl.calls" ] || fail "the terminal has been switched off"
 }
 
 # Curses needs to know that the terminal writes UTF-8, which almost every one does.
@@ -269,6 +308,15 @@ verdict()
     $good
 }
 
+# A person has a browser.
+install_packages()
+{
+    local lists=("$source_directory/tools/setup/packages.txt")
+    ! $panel || { [ -t 0 ] && [ -t 1 ]; } ||
+        lists+=("$source_directory/tools/setup/browser-packages.txt")
+    "$source_directory/tools/setup/install-packages.sh" "${lists[@]}"
+}
+
 main()
 {
     parse_arguments "$@"
@@ -276,13 +324,16 @@ main()
     trap clean_up EXIT
     trap 'exit 130' INT
     trap 'exit 143' TERM HUP
-    "$source_directory/tools/setup/install-packages.sh"
+    install_packages
     make_work_directory
     build_programs >&2
     start_bus
     start_controller
     start_daemon
-    if [ -t 0 ] && [ -t 1 ]; then
+    if $panel; then
+        start_panel
+        if [ -t 0 ] && [ -t 1 ]; then show_panel_to_a_person; else show_panel_to_nobody; fi
+    elif [ -t 0 ] && [ -t 1 ]; then
         watch_on_terminal
     else
         watch_for_a_while

@@ -26,7 +26,9 @@ void Line_process::start(const QStringList& arguments)
 
 void Line_process::signal(int number) const
 {
-    ::kill(static_cast<pid_t>(process_.processId()), number);
+    // Once it has ended it has no number, and 0 is the test's own process group.
+    if (process_.processId() > 0)
+        ::kill(static_cast<pid_t>(process_.processId()), number);
 }
 
 const QByteArray& Line_process::output()

@@ -14,6 +14,8 @@
 
 #include <csignal>
 #include <map>
+#include <memory>
+#include <utility>
 
 namespace {
 
@@ -90,24 +92,58 @@ constexpr const char* generation_names[] = {"legacy", "legacy-hardware", "legacy
 /// an answer back.
 const QStringList patience = {QStringLiteral("--wait"), QStringLiteral("20000")};
 
-/// A controller and the check of it.
-struct Trial {
-    Controller_process controller;
-    Line_process check;
-    QList<QByteArray> state; ///< of the controller, before
+/// How often a check is done again whose report is not as expected: on a machine that is busy with
+/// everything else answers and digests are late, which it says rightly. What is wrong with a
+/// controller, or with the check, is so each time.
+constexpr int most_trials = 5;
 
-    void start(const QStringList& options, const QStringList& more)
+/// A controller and the check of it.
+class Trial {
+public:
+    Trial(QStringList options, QStringList more)
+        : options_(std::move(options)), more_(std::move(more))
     {
-        controller.write_file(QStringLiteral("script"), "50ms garbage 9\n");
-        QStringList resolved = options;
-        resolved.replaceInStrings(QStringLiteral("SCRIPT"),
-                                  controller.path(QStringLiteral("script")));
-        controller.start(resolved, false);
-        state = controller.state().mid(1);
-        check.start(QStringList{QStringLiteral("check"), QStringLiteral("--device"),
-                                controller.devices().constLast()} +
-                    more);
+        start();
     }
+
+    Controller_process& controller() { return *controller_; }
+    Line_process& check() { return *check_; }
+
+    /// Of the controller, before.
+    const QList<QByteArray>& state() const { return state_; }
+
+    /// The end of the check, of the first one of a few in which just these have failed.
+    Line_process::Run end(const QStringList& failing)
+    {
+        Line_process::Run run = check_->end();
+        for (int trial = 1; trial < most_trials && failures(run.out) != failing; ++trial) {
+            start();
+            run = check_->end();
+        }
+        return run;
+    }
+
+private:
+    void start()
+    {
+        check_ = std::make_unique<Line_process>();
+        controller_ = std::make_unique<Controller_process>();
+        controller_->write_file(QStringLiteral("script"), "50ms garbage 9\n");
+        QStringList resolved = options_;
+        resolved.replaceInStrings(QStringLiteral("SCRIPT"),
+                                  controller_->path(QStringLiteral("script")));
+        controller_->start(resolved, false);
+        state_ = controller_->state().mid(1);
+        check_->start(QStringList{QStringLiteral("check"), QStringLiteral("--device"),
+                                  controller_->devices().constLast()} +
+                      more_);
+    }
+
+    QStringList options_;
+    QStringList more_;
+    std::unique_ptr<Controller_process> controller_;
+    std::unique_ptr<Line_process> check_;
+    QList<QByteArray> state_;
 };
 
 } // namespace
@@ -128,13 +164,15 @@ private Q_SLOTS:
     void initTestCase()
     {
         for (const Fault& fault : faults)
-            trials_[QLatin1String(fault.name)].start(
-                fault.options, fault.has_all_answers ? patience : QStringList());
+            trials_.try_emplace(QLatin1String(fault.name), fault.options,
+                                fault.has_all_answers ? patience : QStringList());
         for (const char* generation : generation_names)
-            trials_[QLatin1String(generation)].start(
-                {QStringLiteral("--generation"), QLatin1String(generation),
-                 QStringLiteral("--output=1 on"), QStringLiteral("--output=2 disabled"),
-                 QStringLiteral("--backlight=100 7"), QStringLiteral("--configuration=255 4 9")},
+            trials_.try_emplace(
+                QLatin1String(generation),
+                QStringList{QStringLiteral("--generation"), QLatin1String(generation),
+                            QStringLiteral("--output=1 on"), QStringLiteral("--output=2 disabled"),
+                            QStringLiteral("--backlight=100 7"),
+                            QStringLiteral("--configuration=255 4 9")},
                 patience + QStringList{QStringLiteral("--change")});
     }
 
@@ -150,14 +188,14 @@ private Q_SLOTS:
     void each_generation_passes()
     {
         QFETCH(QString, name);
-        Trial& trial = trials_[name];
-        const auto checked = trial.check.end();
+        Trial& trial = trials_.at(name);
+        const auto checked = trial.end({});
         QCOMPARE(failures(checked.out), QStringList());
         QCOMPARE(checked.err, QString());
         QCOMPARE(checked.status, 0);
         QCOMPARE(checked.out.section(QLatin1Char('\n'), -2, -2),
                  QStringLiteral("55 checks: 55 passed, 0 failed, 0 left out"));
-        QCOMPARE(trial.controller.state().mid(1), trial.state);
+        QCOMPARE(trial.controller().state().mid(1), trial.state());
     }
 
     void each_fault_fails_what_is_about_it_data()
@@ -172,7 +210,7 @@ private Q_SLOTS:
     {
         QFETCH(QString, name);
         QFETCH(QStringList, failing);
-        const auto checked = trials_[name].check.end();
+        const auto checked = trials_.at(name).end(failing);
         QCOMPARE(failures(checked.out), failing);
         QCOMPARE(checked.status, failing.isEmpty() ? 0 : 1);
         const QStringList left_out = names_of(checked.out, "left out");
@@ -182,28 +220,30 @@ private Q_SLOTS:
 
     void answers_that_come_too_late()
     {
-        Trial trial;
-        trial.start({QStringLiteral("--late=800ms")}, {QStringLiteral("answer.*version*")});
-        const auto checked = trial.check.end();
-        QCOMPARE(failures(checked.out),
-                 words("answer.hardware_version_request answer.firmware_version_request"));
-        QVERIFY2(checked.out.contains(QStringLiteral(
-                     ": no 0x12 hardware version within 300 ms of 0x11 hardware version request, "
-                     "but after ")),
-                 qPrintable(checked.out));
+        const QStringList failing =
+            words("answer.hardware_version_request answer.firmware_version_request");
+        const QString late =
+            QStringLiteral(": no 0x12 hardware version within 300 ms of 0x11 hardware version "
+                           "request, but after ");
+        QString out;
+        for (int trial = 0; trial < most_trials && !out.contains(late); ++trial)
+            out = Trial({QStringLiteral("--late=800ms")}, {QStringLiteral("answer.*version*")})
+                      .end(failing)
+                      .out;
+        QCOMPARE(failures(out), failing);
+        QCOMPARE_CONTAINS(out, late);
     }
 
     void what_changes_something_is_asked_for()
     {
-        Trial trial;
-        trial.start({}, words("change answer.oem_code"));
-        const auto checked = trial.check.end();
+        Trial trial({}, words("change answer.oem_code"));
+        const auto checked = trial.check().end();
         QCOMPARE(checked.status, 0);
         QCOMPARE(names_of(checked.out, "left out"),
                  words("answer.oem_code change.outputs change.backlight change.configuration"));
         QVERIFY(checked.out.contains(
             QStringLiteral("left out change.outputs: it changes something; --change runs it\n")));
-        QVERIFY(trial.controller.state().constFirst().startsWith("# 0 commands"));
+        QVERIFY(trial.controller().state().constFirst().startsWith("# 0 commands"));
     }
 
     void list_tells_every_check()
@@ -243,7 +283,8 @@ private Q_SLOTS:
 
         const auto tap =
             check(controller.device(),
-                  chosen + QStringList{QStringLiteral("--tap"), QStringLiteral("--junit"), junit});
+                  chosen + patience +
+                      QStringList{QStringLiteral("--tap"), QStringLiteral("--junit"), junit});
         QCOMPARE(tap.status, 1);
         QCOMPARE(tap.out, QStringLiteral("TAP version 13\n"
                                          "1..4\n"
@@ -257,7 +298,7 @@ private Q_SLOTS:
                                          "ok 4 - line.frames\n")
                               .arg(why));
 
-        const auto json = check(controller.device(), chosen + words("--json"));
+        const auto json = check(controller.device(), chosen + patience + words("--json"));
         const QStringList objects = json.out.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
         QCOMPARE(objects.size(), 5);
         const QJsonObject failed = QJsonDocument::fromJson(objects[1].toUtf8()).object();
@@ -299,8 +340,8 @@ private Q_SLOTS:
     void a_report_that_cannot_be_written_is_said()
     {
         Fake_controller controller;
-        const auto checked =
-            check(controller.device(), words("answer.backlight --junit /nowhere/junit.xml"));
+        const auto checked = check(controller.device(),
+                                   patience + words("answer.backlight --junit /nowhere/junit.xml"));
         QCOMPARE(checked.status, 4);
         QCOMPARE(checked.err,
                  QStringLiteral("dov-line: /nowhere/junit.xml: No such file or directory\n"));
@@ -308,11 +349,10 @@ private Q_SLOTS:
 
     void a_controller_that_goes_away_is_said()
     {
-        Trial trial;
-        trial.start({QStringLiteral("--silence=on")}, {});
-        QVERIFY(wait_for([&] { return trial.check.output().contains("FAILED"); }));
-        trial.controller.end();
-        const auto checked = trial.check.end();
+        Trial trial({QStringLiteral("--silence=on")}, words("--wait 3000"));
+        QVERIFY(wait_for([&] { return trial.check().output().contains("FAILED"); }));
+        trial.controller().end();
+        const auto checked = trial.check().end();
         QCOMPARE(checked.status, 3);
         QVERIFY(checked.err.endsWith(QStringLiteral(": it has hung up\n")));
         QVERIFY(names_of(checked.out, "FAILED").size() < 11);
@@ -320,14 +360,19 @@ private Q_SLOTS:
 
     void an_end_that_is_asked_for_is_no_success()
     {
-        Trial trial;
-        trial.start({}, words("answer.backlight recovery digest"));
-        QVERIFY(wait_for([&] { return trial.check.output().contains("passed   answer"); }));
-        trial.check.signal(SIGINT);
-        const auto checked = trial.check.end();
+        // The second check waits for its answer until then.
+        Fake_controller controller;
+        controller.ignore(0x33);
+        Line_process process;
+        process.start(
+            QStringList{QStringLiteral("check"), QStringLiteral("--device"), controller.device()} +
+            patience + words("answer.backlight answer.digital_outputs"));
+        QVERIFY(wait_for([&] { return controller.has_received("33"); }));
+        process.signal(SIGINT);
+        const auto checked = process.end();
         QCOMPARE(checked.status, 1);
         QCOMPARE(failures(checked.out), QStringList());
-        QVERIFY(names_of(checked.out, "passed").size() < 11);
+        QCOMPARE(names_of(checked.out, "passed"), words("answer.backlight"));
     }
 
     void wrong_usage()

@@ -33,7 +33,8 @@ class Device : public QObject {
         return QString::fromLatin1(text).split(QLatin1Char(' '), Qt::SkipEmptyParts);
     }
 
-    /// Runs it on a device to its end.
+    /// Runs it on a device to its end. An answer that is wanted is waited for long: a machine that
+    /// is busy with everything else may keep it back.
     static Line_process::Run run(const char* verb, const QString& device, const char* more,
                                  const QStringList& arguments = {})
     {
@@ -42,14 +43,17 @@ class Device : public QObject {
             arguments);
     }
 
-    /// The lines of an output without their times and what depends on them.
+    /// The lines of an output without their times and what depends on them: an answer may be late.
     static QStringList lines(const QString& text)
     {
         QStringList found;
         for (const QString& line : text.split(QLatin1Char('\n'), Qt::SkipEmptyParts))
-            found.append(line.simplified()
-                             .section(QLatin1Char(' '), 1)
-                             .section(QStringLiteral(" after "), 0, 0));
+            found.append(
+                line.simplified()
+                    .section(QLatin1Char(' '), 1)
+                    .section(QStringLiteral(", after "), 0, 0)
+                    .section(QStringLiteral(" after "), 0, 0)
+                    .replace(QLatin1String("(late answer to "), QLatin1String("(answers ")));
         return found;
     }
 
@@ -69,7 +73,8 @@ private Q_SLOTS:
     void send_shows_request_and_answer()
     {
         QFETCH(QString, message);
-        const auto sent = run("send", start(), qPrintable(message));
+        const auto sent =
+            run("send", start(), qPrintable(message + QLatin1String(" --wait 20000")));
         QCOMPARE(sent.err, QString());
         QCOMPARE(lines(sent.out),
                  (QStringList{
@@ -83,7 +88,7 @@ private Q_SLOTS:
     void send_fills_in_what_is_always_the_same()
     {
         const auto sent = run("send", start({QStringLiteral("--configuration=2 4 9")}),
-                              "--json configuration oem_code=2 offset=4 access=read");
+                              "--json configuration oem_code=2 offset=4 access=read --wait 20000");
         QCOMPARE(sent.status, 0);
         const auto object =
             QJsonDocument::fromJson(sent.out.section(QLatin1Char('\n'), 0, 0).toUtf8());
@@ -110,8 +115,8 @@ private Q_SLOTS:
     {
         const auto sent = run("send", start({QStringLiteral("--late=700ms")}), "--wait 60000 0x11");
         QCOMPARE(sent.status, 0);
-        QCOMPARE(lines(sent.out).last(), QStringLiteral("#2 controller 0x12 hardware version: "
-                                                        "revision 20 (late answer to #1,"));
+        QVERIFY2(sent.out.contains(QStringLiteral("(late answer to #1, after ")),
+                 qPrintable(sent.out));
     }
 
     void send_sends_bytes_as_they_are()
@@ -120,7 +125,7 @@ private Q_SLOTS:
         const auto noise = run("send", device, "--wait 20 --bytes", {QStringLiteral("1122 33")});
         QCOMPARE(noise.status, 0);
         QCOMPARE(lines(noise.out), QStringList{QStringLiteral("#1 host skipped 11 22 33")});
-        const auto frame = run("send", device, "--bytes 0018ef78591100000000000000e9");
+        const auto frame = run("send", device, "--bytes 0018ef78591100000000000000e9 --wait 20000");
         QCOMPARE(frame.status, 0);
         QCOMPARE(lines(frame.out).size(), 3);
         // Both runs, whatever the controller made of them.
@@ -129,7 +134,7 @@ private Q_SLOTS:
 
     void send_repeats()
     {
-        const auto sent = run("send", start(), "--json --count 3 --interval 150 0x15");
+        const auto sent = run("send", start(), "--json --count 3 --interval 150 --wait 20000 0x15");
         QCOMPARE(sent.status, 0);
         QStringList texts = sent.out.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
         QCOMPARE(texts.size(), 7);
@@ -145,7 +150,7 @@ private Q_SLOTS:
     void send_counts_what_is_missed()
     {
         const auto sent =
-            run("send", start({QStringLiteral("--corrupt=next 1")}), "--count 2 --wait 1000 0x15");
+            run("send", start({QStringLiteral("--corrupt=next 1")}), "--count 2 --wait 5000 0x15");
         QCOMPARE(sent.status, 1);
         const QString summary = sent.out.section(QLatin1Char('\n'), -2, -2);
         QVERIFY2(summary.startsWith(QStringLiteral("2 requests, 1 answered, 1 not")),
@@ -157,14 +162,15 @@ private Q_SLOTS:
     {
         const QString device = start();
         const QString file = controller_->path(QStringLiteral("recording"));
-        QCOMPARE(run("send", device, "--time absolute 0x11 --record", {file}).status, 0);
+        QCOMPARE(run("send", device, "--wait 20000 --time absolute 0x11 --record", {file}).status,
+                 0);
         const auto read = Line_process::run({QStringLiteral("read"), file});
         QCOMPARE(read.status, 0);
-        QCOMPARE(lines(read.out),
-                 (QStringList{QStringLiteral("#1 host 0x11 hardware version request (answered by "
-                                             "#2"),
-                              QStringLiteral("#2 controller 0x12 hardware version: revision 20 "
-                                             "(answers #1")}));
+        const QStringList said = lines(read.out);
+        QCOMPARE(said.size(), 2);
+        QCOMPARE_STARTS(said[0], QLatin1String("#1 host 0x11 hardware version request ("));
+        QCOMPARE(said[1],
+                 QStringLiteral("#2 controller 0x12 hardware version: revision 20 (answers #1"));
         const auto refused = run("send", device, "0x11 --record /nowhere/recording");
         QCOMPARE(refused.status, 4);
         QCOMPARE(refused.err,
@@ -173,7 +179,7 @@ private Q_SLOTS:
 
     void poll_asks_what_the_daemon_asks()
     {
-        const auto polled = run("poll", start(), "--json --count 1");
+        const auto polled = run("poll", start(), "--json --count 1 --wait 20000");
         QCOMPARE(polled.status, 0);
         QStringList ids;
         for (const QString& text : polled.out.split(QLatin1Char('\n'), Qt::SkipEmptyParts))
@@ -187,7 +193,8 @@ private Q_SLOTS:
     {
         Line_process process;
         process.start({QStringLiteral("poll"), QStringLiteral("--device"), start(),
-                       QStringLiteral("--interval"), QStringLiteral("1"), QStringLiteral("0x11"),
+                       QStringLiteral("--interval"), QStringLiteral("1"), QStringLiteral("--wait"),
+                       QStringLiteral("20000"), QStringLiteral("0x11"),
                        QStringLiteral("backlight level=query second_level=query")});
         QVERIFY(wait_for([&] { return process.output().count("0x32 ") >= 3; }));
         process.signal(SIGINT);
@@ -290,7 +297,7 @@ private Q_SLOTS:
         QCOMPARE(third.status, 3);
         QVERIFY2(third.err.endsWith(QStringLiteral(" (%1) has it open\n").arg(getpid())),
                  qPrintable(third.err));
-        QCOMPARE(run("send", device, "0x11").status, 0);
+        QCOMPARE(run("send", device, "0x11 --wait 20000").status, 0);
     }
 
     void a_device_that_is_none_is_said_data()

@@ -9,7 +9,6 @@
 namespace {
 
 constexpr int call_time_ms = 5000;
-constexpr int call_now_time_ms = 1000;
 
 QString bus_name()
 {
@@ -114,7 +113,7 @@ QVariant Bus_client::call_now(const QString& path, const QString& interface, con
                               const QVariantList& arguments)
 {
     const QDBusMessage reply = QDBusConnection(name_).call(
-        method_call(path, interface, method, arguments), QDBus::Block, call_now_time_ms);
+        method_call(path, interface, method, arguments), QDBus::Block, call_time_ms);
     return reply.type() == QDBusMessage::ReplyMessage ? value_of(reply) : QVariant();
 }
 

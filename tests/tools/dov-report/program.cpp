@@ -261,13 +261,13 @@ private Q_SLOTS:
     {
         stub("systemctl", "exec sleep 1000");
         stub("getent", "exec sleep 1000");
-        const Run hung = check({QStringLiteral("--limit"), QStringLiteral("1")});
+        const Run hung = check({QStringLiteral("--limit"), QStringLiteral("5")});
         QCOMPARE(
             findings(hung),
             QStringList({QStringLiteral("Nothing looks wrong."), QString(),
                          QStringLiteral("What could not be looked at:"),
-                         QStringLiteral("  - unit-properties: systemctl did not end within 1 s"),
-                         QStringLiteral("  - group: getent did not end within 1 s"), QString()}));
+                         QStringLiteral("  - unit-properties: systemctl did not end within 5 s"),
+                         QStringLiteral("  - group: getent did not end within 5 s"), QString()}));
         QCOMPARE(hung.status, 3);
     }
 

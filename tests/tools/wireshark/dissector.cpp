@@ -93,6 +93,21 @@ QVector<Message> messages_of(const Message_kind& kind)
     return messages;
 }
 
+/// A socket's name is there before anybody can connect to it.
+bool is_listened_on(const QString& path)
+{
+    QFile sockets(QStringLiteral("/proc/net/unix"));
+    if (!sockets.open(QIODevice::ReadOnly))
+        return false;
+    for (const QByteArray& line : sockets.readAll().split('\n')) {
+        // Number, references, protocol, flags...
+        if (line.endsWith(' ' + QFile::encodeName(path)) &&
+            line.simplified().split(' ').value(3) == "00010000")
+            return true;
+    }
+    return false;
+}
+
 QString field_name(const Field& field)
 {
     return QStringLiteral("dov.") + QLatin1String(field.name);
@@ -551,7 +566,7 @@ private Q_SLOTS:
             QStringLiteral("socat"),
             {QStringLiteral("-u"), QStringLiteral("OPEN:%1,ignoreeof").arg(file.path()),
              QStringLiteral("UNIX-LISTEN:%1,mode=777,unlink-early").arg(shark_.path("live"))});
-        QVERIFY(wait_for([this] { return QFile::exists(shark_.path("live")); }));
+        QVERIFY(wait_for([this] { return is_listened_on(shark_.path("live")); }));
 
         QProcess process;
         shark_.start(process,

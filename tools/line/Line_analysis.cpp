@@ -146,5 +146,5 @@ Line_event* Line_analysis::waiting(quint64 number)
 {
     if (events_.empty() || number < events_.front().number)
         return nullptr;
-    return &events_[number - events_.front().number];
+    return &events_[static_cast<std::size_t>(number - events_.front().number)];
 }

@@ -38,9 +38,9 @@ void Time_distribution::add(qint64 us, std::size_t most)
     }
     // Knuth's generator; the high half is the better one.
     random_ = random_ * 6364136223846793005U + 1442695040888963407U;
-    const std::size_t place = (random_ >> 32) % count_;
+    const quint64 place = (random_ >> 32) % count_;
     if (place < most)
-        times_us_[place] = us;
+        times_us_[static_cast<std::size_t>(place)] = us;
 }
 
 double Time_distribution::most_ms() const

@@ -22,11 +22,15 @@ public:
         if (pipe2(ends_, O_CLOEXEC) != 0 || fcntl(ends_[0], F_SETFL, O_NONBLOCK) != 0)
             qFatal("no pipe");
         size_ = fcntl(ends_[1], F_SETPIPE_SZ, 4096);
+        // The daemon's own writing end goes on blocking.
+        const QByteArray path = "/proc/self/fd/" + QByteArray::number(ends_[1]);
+        filling_end_ = ::open(path.constData(), O_WRONLY | O_NONBLOCK | O_CLOEXEC);
     }
     ~Gate()
     {
         ::close(ends_[0]);
         ::close(ends_[1]);
+        ::close(filling_end_);
     }
     Q_DISABLE_COPY(Gate)
 
@@ -45,12 +49,16 @@ public:
     /// Leaves room for so many bytes and no more, and forgets what was there.
     void close_but_for(int room)
     {
-        drain();
-        text_.clear();
         const QByteArray filler(size_ - room, '.');
         const auto length = static_cast<std::size_t>(filler.size());
-        if (::write(ends_[1], filler.constData(), length) != filler.size())
+        // Once more when a text has come between the two.
+        const bool filled = wait_for([&] {
+            drain();
+            return ::write(filling_end_, filler.constData(), length) == filler.size();
+        });
+        if (!filled)
             qFatal("no room for the filler");
+        text_.clear();
         filled_ = static_cast<int>(filler.size());
     }
 
@@ -64,6 +72,7 @@ public:
 
 private:
     int ends_[2] = {-1, -1};
+    int filling_end_ = -1;
     int size_ = 0;
     int filled_ = 0;
     QByteArray text_;

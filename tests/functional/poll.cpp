@@ -11,12 +11,14 @@ class Poll : public QObject {
     Q_OBJECT
 
 private:
-    /// What each test has its terminal be before the daemon starts, by the test's name, and what
-    /// comes from the controller as soon as it has started.
+    /// What each test has its terminal be before the daemon starts, by the test's name, what comes
+    /// from the controller when it has started, and what the controller answers only behind that:
+    /// it takes a while until all have started, and the polls go on meanwhile.
     struct Situation {
         const char* test;
         void (*prepare)(Terminal&);
         const char* message = nullptr;
+        uchar answered_late = 0;
     };
     static std::vector<Situation> situations();
 
@@ -90,6 +92,8 @@ private Q_SLOTS:
             QVERIFY2(terminal.wait_until_started(), situation.test);
             if (situation.message != nullptr)
                 terminal.send(situation.message);
+            if (situation.answered_late != 0)
+                terminal.controller.answer(situation.answered_late);
             set_asked(terminal, false);
         }
     }
@@ -152,7 +156,8 @@ private Q_SLOTS:
     void legacy_hardware_with_newer_firmware_is_legacy()
     {
         Terminal& terminal = this->terminal();
-        QVERIFY(wait_for_periods(terminal, 3));
+        QVERIFY(wait_for([&] { return !detection_lines(terminal).isEmpty(); }));
+        QVERIFY(wait_for_periods(terminal, periods(terminal) + 1));
         terminal.settle();
         // The mode is right already.
         QCOMPARE(
@@ -200,7 +205,9 @@ private Q_SLOTS:
     void other_oem_code_with_offset_4_neither_asks_nor_detects()
     {
         Terminal& terminal = this->terminal();
-        QVERIFY(wait_for_periods(terminal, 3));
+        QVERIFY(wait_for([&] {
+            return terminal.daemon.output().count("Send 01020304050607\nSend v2.0\n") >= 2;
+        }));
         terminal.settle();
         QVERIFY(!terminal.controller.has_received("2d0404005501"));
         QCOMPARE(terminal.log.lines().filter(QStringLiteral("detected")), QStringList());
@@ -267,8 +274,9 @@ std::vector<Poll::Situation> Poll::situations()
              set_profile(terminal, "<code>3</code>");
              set_versions(terminal, "1214", "1600000002");
              terminal.controller.ignore(0x2d);
+             terminal.controller.ignore(0x11); // without a hardware version nothing is asked
          },
-         "2e08040a"},
+         "2e08040a", 0x11},
         {"no_profile_and_no_answer_neither_asks_nor_detects_on_newer_hardware",
          [](Terminal& terminal) { set_versions(terminal, "1214", "1600000002"); }},
         {"without_a_profile_code_and_delay_are_255",

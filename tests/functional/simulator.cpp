@@ -79,6 +79,8 @@ private Q_SLOTS:
         ask("330000");
         ask("3300c1"); // output 0 off, 3 as it was
         QVERIFY(is_answered("3400a9"));
+        // The answer may be seen between the two halves of its text.
+        QVERIFY(wait_for([this] { return terminal().daemon.output().endsWith("=>a9+FTTT\n"); }));
         QCOMPARE(terminal().daemon.output(), QByteArray("Bah\nGot --simulate\nSimulate\n"
                                                         "Src/Dest test failed 78:59 59:78\n8:33\n"
                                                         "Set Digi 55+FFFF =>55+FFFF\n"
@@ -128,11 +130,9 @@ private Q_SLOTS:
     void slower_timer_leaves_the_faster_one_alone()
     {
         start();
-        const qint64 asked = terminal().controller.now();
         ask("351400"); // every second
         ask("35ff00"); // every 12.75 s
-        QVERIFY(wait_for([this] { return !terminal().controller.requests().isEmpty(); }));
-        QCOMPARE_LT(terminal().controller.requests()[0].msecs - asked, 10000);
+        QVERIFY(two_reports_come_within(10000));
     }
 
     void interval_0_fires_on_every_turn_and_other_requests_go_on()

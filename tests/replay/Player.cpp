@@ -80,6 +80,12 @@ void Player::start(const Scenario* scenario)
     }
     terminal_->controller.set_answer(QByteArray::fromHex("0602000001000000"));
     terminal_->start();
+    if (scenario != nullptr) {
+        for (const QByteArray& message : scenario->awaited) {
+            if (!wait_for([&] { return terminal_->controller.has_received(message); }))
+                report::give_up("the daemon does not send " + message);
+        }
+    }
     for (const int id : {0x05, 0x0b, 0x0d, 0x29, 0x2d, 0x31, 0x33, 0x3d, 0x3f})
         terminal_->controller.ignore(static_cast<uchar>(id));
 }

@@ -177,6 +177,8 @@ void read_line(Line& line, Scenario& scenario)
         scenario.files.append({below, line.word()});
     } else if (keyword == "answer") {
         scenario.answers.append(line.message());
+    } else if (keyword == "until") {
+        scenario.awaited.append(line.message().toHex());
     } else if (keyword == "line") {
         scenario.only_line = true;
     } else if (keyword == "setup") {

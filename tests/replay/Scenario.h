@@ -14,6 +14,7 @@
 ///     # why                              a comment
 ///     file BELOW TEXT                    a file of the terminal's, before the start
 ///     answer BYTES                       what the controller answers during the start
+///     until BYTES                        it begins when the daemon has sent this message
 ///     setup call ... | setup > ...       done first; what comes of it does not count
 ///     > BYTES                            the controller sends a message, in hexadecimal
 ///     raw BYTES                          the controller sends these bytes
@@ -25,8 +26,8 @@
 ///     line                               nothing counts but what the daemon sends
 ///
 /// Messages are filled up with zeros. What is not told must not happen; order counts within each
-/// kind. `file` and `answer` give the scenario a daemon of its own. `dov-line scenario` makes one
-/// with `line` of a recording.
+/// kind. `file` and `answer` give the scenario a daemon of its own, which `until` is for. `dov-line
+/// scenario` makes one with `line` of a recording.
 struct Scenario {
     struct Step {
         enum class Kind { message, raw, call };
@@ -52,6 +53,7 @@ struct Scenario {
     QString name;
     QVector<QPair<QString, QByteArray>> files;
     QVector<QByteArray> answers;
+    QVector<QByteArray> awaited; ///< in hexadecimal
     QVector<Step> setup;
     QVector<Step> steps;
     Outcome expected;

@@ -11,6 +11,7 @@
 #include <QDBusAbstractAdaptor>
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
+#include <QDBusPendingCallWatcher>
 #include <QFile>
 #include <QLibraryInfo>
 #include <QThread>
@@ -117,9 +118,14 @@ public:
 
     QDBusMessage call(const QString& method)
     {
-        return bus_.call(QDBusMessage::createMethodCall(QDBusConnection::systemBus().baseService(),
-                                                        path, interface, method),
-                         QDBus::BlockWithGui, 10000);
+        // Not QDBus::BlockWithGui: that never sees an answer which comes before it starts to wait.
+        const QDBusPendingCallWatcher watcher(
+            bus_.asyncCall(QDBusMessage::createMethodCall(
+                               QDBusConnection::systemBus().baseService(), path, interface, method),
+                           patience_ms));
+        wait_for([&watcher] { return watcher.isFinished(); });
+        QCoreApplication::processEvents(); // the signals that came before it
+        return watcher.reply();
     }
 
 public Q_SLOTS:

@@ -107,7 +107,7 @@ private Q_SLOTS:
     {
         go_to(state_on);
         QVERIFY(power_timer().isActive()); // 30 s
-        QVERIFY(QTest::qWaitFor([this] { return power_timer().remainingTime() < 30000; }));
+        QVERIFY(wait_for([this] { return power_timer().remainingTime() < 30000; }));
         const int remaining = power_timer().remainingTime();
         daemon().set_power_state(state_on);
         QCOMPARE_LE(power_timer().remainingTime(), remaining);

@@ -119,7 +119,7 @@ private:
                           "#!/bin/sh\n"
                           "cd \"$DOV_TEST_ROOT\"\n"
                           "echo \"${1##*/}\" >> read\n"
-                          "tries=500\n"
+                          "tries=2500\n"
                           "if [ \"${1##*/}\" = SERIAL_NUMBER ]; then\n"
                           "    while [ $tries -gt 0 ] && ! grep -q PART_NUMBER read; do\n"
                           "        sleep 0.01\n"

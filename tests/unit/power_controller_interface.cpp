@@ -4,6 +4,7 @@
 
 #include "Controller_frame.h"
 #include "Loopback_link.h"
+#include "Waiting.h"
 
 #include <QElapsedTimer>
 
@@ -39,8 +40,9 @@ private Q_SLOTS:
 
     void closing_waits_for_50_ms_of_silence()
     {
-        qint64 fastest_ms = 1000;
-        for (int i = 0; i < 20 && fastest_ms > 60; ++i) {
+        qint64 fastest_ms = patience_ms;
+        for (const QDeadlineTimer deadline(patience_ms);
+             fastest_ms > 60 && !deadline.hasExpired();) {
             Loopback_link link;
             QElapsedTimer clock;
             clock.start();
@@ -56,7 +58,8 @@ private Q_SLOTS:
         constexpr auto step = std::chrono::milliseconds(10);
         constexpr int steps = 8;
         qint64 longest_ms = 0;
-        for (int i = 0; i < 20 && longest_ms < 100; ++i) {
+        for (const QDeadlineTimer deadline(patience_ms);
+             longest_ms < 100 && !deadline.hasExpired();) {
             Loopback_link link;
             std::thread writer([&] {
                 for (int n = 0; n < steps; ++n) {

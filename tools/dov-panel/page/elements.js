@@ -37,8 +37,8 @@ export function put_attribute(to, name, value) {
 }
 
 /**
- * The sizes of elements, told by the browser whenever they change: to ask for them would have it lay
- * out the page at once. `changed` is called then.
+ * The sizes of elements, told by the browser whenever they change: to ask for them would have it
+ * lay out the page at once. `changed` is called then.
  */
 export class Sizes {
     constructor(changed) {

@@ -1,5 +1,7 @@
 // The newest frames of the line, and which of them are wanted.
 
+import { identifier_text } from "./format.js";
+
 /** A filter of frames: what a person has typed and chosen. */
 export class Frame_filter {
     constructor() {
@@ -23,8 +25,8 @@ export class Frame_filter {
 
     /** What the words are looked for in. */
     static searched(frame) {
-        const id = typeof frame.id === "number" ? `0x${frame.id.toString(16).padStart(2, "0")}` : "";
-        return [id, frame.from, frame.name, frame.text, frame.bytes, frame.fault]
+        const { id, from, name, text, bytes, fault } = frame;
+        return [identifier_text(id), from, name, text, bytes, fault]
             .filter((part) => part).join(" ").toLowerCase();
     }
 }

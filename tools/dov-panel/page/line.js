@@ -24,8 +24,11 @@ const counters = [
     { name: "response.most_ms", title: "Slowest answer", unit: "ms", decimals: 2 },
     { name: "digest.asked_ms", title: "Digest asked", unit: "ms", decimals: 0 },
     { name: "digest.kept_ms", title: "Digest kept", unit: "ms", decimals: 1 },
-    { name: "host_load", title: "Load by the host", unit: "%", scale: 100, decimals: 1 },
-    { name: "controller_load", title: "Load by the controller", unit: "%", scale: 100, decimals: 1 },
+    { name: "host_load", title: "Load by the host", unit: "%", decimals: 1, scale: 100 },
+    {
+        name: "controller_load", title: "Load by the controller", unit: "%", decimals: 1,
+        scale: 100,
+    },
 ];
 
 const fault_texts = {
@@ -51,7 +54,8 @@ function cell_texts(frame) {
         id: identifier_text(frame.id),
         name: frame.name ?? "",
         text: frame.text ?? "",
-        response: typeof frame.response_ms === "number" ? `${number_text(frame.response_ms, 2)} ms` : "",
+        response: typeof frame.response_ms === "number"
+            ? `${number_text(frame.response_ms, 2)} ms` : "",
         fault: frame.fault ? fault_texts[frame.fault] ?? frame.fault : "",
         bytes: (frame.bytes ?? "").replace(/(..)(?=.)/g, "$1 "),
     };
@@ -199,7 +203,8 @@ export class Line_view {
 
     fit_rows_(count) {
         while (this.rows_.length < count) {
-            const cells = cell_names.map((name) => element("td", { class: `cell-${name}`, role: "cell" }));
+            const cells = cell_names.map((name) =>
+                element("td", { class: `cell-${name}`, role: "cell" }));
             const row = element("tr", { role: "row" }, ...cells);
             this.below_.row.before(row);
             this.rows_.push({ row, cells, frame: null });

@@ -1,12 +1,12 @@
 // The page of dov-panel: what arrives goes to its section, what a person does goes back.
 //
-// Where a program finds what is on the page. The names are the words of dov-controller(1), the paths
-// and members of the bus, and the names of "dov-line stats --json":
+// Where a program finds what is on the page. The names are the words of dov-controller(1), the
+// paths and members of the bus, and the names of "dov-line stats --json":
 //
-//   [data-word="input analog"]                 a control of the vehicle; [data-number=…] its number,
-//                                              [data-wave=…], [data-wave-low=…], [data-wave-high=…]
-//                                              and [data-wave-period=…] its waveform, [data-state=…]
-//                                              what the controller tells of it
+//   [data-word="input analog"]                 a control of the vehicle; [data-number=…] its
+//                                              number, [data-wave=…], [data-wave-low=…],
+//                                              [data-wave-high=…] and [data-wave-period=…] its
+//                                              waveform, [data-state=…] what the controller tells
 //   [data-fault="silence"]                     a fault; [data-fault-value="late"] its number
 //   [data-lamp="output 0"]                     what the controller drives; data-on
 //   [data-object="/com/…"][data-member="…"]    a value of the bus; [data-age="/com/…"] its age
@@ -14,7 +14,7 @@
 //   [data-plot="/com/…"], [data-lane="/com/…"] the button of a plot, and the plot
 //   #frames tr[data-n="17"]                    a frame; #frame-filter and so on choose
 //   [data-counter="response.p99_ms"]           a counter
-//   [data-partner="bus"][data-state="here"]    a partner; [data-missing="bus"] what to do without it
+//   [data-partner="bus"][data-state="here"]    a partner; [data-missing="bus"] what to do then
 //   body[data-changing="true"]                 whether anything can be changed
 
 import { Connection, Server_clock } from "./connection.js";
@@ -186,10 +186,11 @@ class Panel {
     }
 
     draw_() {
+        // First: a text on a canvas has the browser lay out the page, if anything has changed.
+        this.plots_.draw();
         this.terminal_.draw();
         this.vehicle_.draw();
         this.line_.draw();
-        this.plots_.draw();
     }
 }
 

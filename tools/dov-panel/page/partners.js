@@ -7,6 +7,11 @@ const state_words = {
     here: "here", away: "away", refused: "refused", none: "not asked for", unknown: "…",
 };
 
+const controller_command =
+    "dov-controller --link /tmp/controller --socket /tmp/controller.socket";
+const tap_command =
+    "dov-line tap --device /tmp/controller --link /tmp/line --socket /tmp/line.socket";
+
 /** The partners in the order of the way from the page to the vehicle. */
 const partners = [
     {
@@ -29,7 +34,7 @@ const partners = [
             },
             refused: {
                 what: "The message bus refuses dov-panel",
-                text: "Its user has to be allowed there: for the terminal, a member of the group dov.",
+                text: "Its user has to be allowed there: on a terminal, a member of the group dov.",
                 commands: ["sudo adduser \"$USER\" dov"],
             },
         },
@@ -50,14 +55,13 @@ const partners = [
             away: {
                 what: "The bench controller does not run",
                 text: "It plays the vehicle, and has to listen where dov-panel looks for it.",
-                commands: ["dov-controller --link /tmp/controller --socket /tmp/controller.socket"],
+                commands: [controller_command],
             },
             none: {
                 what: "No bench controller was asked for",
                 text: "The vehicle is whatever is on the line. To play one here, start both:",
                 commands: [
-                    "dov-controller --link /tmp/controller --socket /tmp/controller.socket",
-                    "dov-panel --controller /tmp/controller.socket --control",
+                    controller_command, "dov-panel --controller /tmp/controller.socket --control",
                 ],
             },
         },
@@ -69,17 +73,13 @@ const partners = [
                 what: "Nobody listens to the line",
                 text: "A tap stands between controller and dov-dbus, and has to listen where " +
                     "dov-panel looks for it.",
-                commands: [
-                    "dov-line tap --device /tmp/controller --link /tmp/line --socket /tmp/line.socket",
-                ],
+                commands: [tap_command],
             },
             none: {
                 what: "No tap of the line was asked for",
-                text: "A tap stands between controller and dov-dbus. To see what passes, start both:",
-                commands: [
-                    "dov-line tap --device /tmp/controller --link /tmp/line --socket /tmp/line.socket",
-                    "dov-panel --tap /tmp/line.socket",
-                ],
+                text: "A tap stands between controller and dov-dbus. To see what passes, start " +
+                    "both:",
+                commands: [tap_command, "dov-panel --tap /tmp/line.socket"],
             },
         },
     },
@@ -129,7 +129,8 @@ export class Partners {
             element("span", { class: "lamp", "aria-hidden": "true" }),
             element("span", { class: "partner-name" }, partner.title), word);
         by_id("partners").append(lamp);
-        const notice = element("div", { class: "notice", "data-missing": partner.name, hidden: true });
+        const notice = element("div",
+            { class: "notice", "data-missing": partner.name, hidden: true });
         const place = partner.place === undefined ? by_id("notices")
             : by_id(`${partner.place}-notices`);
         place.append(notice);

@@ -127,7 +127,7 @@ export class View {
         this.paused_ms_ = null;
     }
 
-    /** Shows so much; `anchor` from 0 to 1 is what keeps its place, unless it follows the present. */
+    /** Shows so much; `anchor` from 0 to 1 keeps its place, unless the present is followed. */
     set_span(span_ms, anchor = 1) {
         const span = Math.min(Math.max(span_ms, 1000), this.most_ms_);
         if (this.is_paused) {

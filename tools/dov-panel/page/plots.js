@@ -35,9 +35,11 @@ function fitted(canvas, { width, height }) {
     const ratio = window.devicePixelRatio || 1;
     if (width === 0 || height === 0)
         return null;
-    if (canvas.width !== Math.round(width * ratio) || canvas.height !== Math.round(height * ratio)) {
-        canvas.width = Math.round(width * ratio);
-        canvas.height = Math.round(height * ratio);
+    const across = Math.round(width * ratio);
+    const down = Math.round(height * ratio);
+    if (canvas.width !== across || canvas.height !== down) {
+        canvas.width = across;
+        canvas.height = down;
     }
     const context = canvas.getContext("2d");
     context.setTransform(ratio, 0, 0, ratio, 0, 0);
@@ -117,7 +119,8 @@ export class Plots {
         if (this.has(item.key) || this.is_full)
             return;
         const lane = { item, frozen: this.view.is_paused ? item.series.copy() : null, told_ms: 0 };
-        lane.canvas = element("canvas", { class: "lane-canvas", role: "img", "aria-label": item.title });
+        lane.canvas = element("canvas",
+            { class: "lane-canvas", role: "img", "aria-label": item.title });
         lane.value = element("span", { class: "lane-value" }, " ");
         lane.range = element("span", { class: "lane-range" }, " ");
         const close = element("button", {
@@ -126,7 +129,8 @@ export class Plots {
         }, "×");
         lane.root = element("div", { class: "lane", "data-lane": item.key },
             element("div", { class: "lane-head" },
-                element("span", { class: "lane-title" }, item.title), lane.value, lane.range, close),
+                element("span", { class: "lane-title" }, item.title), lane.value, lane.range,
+                close),
             lane.canvas);
         this.place_.append(lane.root);
         this.sizes_.watch(lane.canvas);
@@ -169,11 +173,12 @@ export class Plots {
             const place = fitted(lane.canvas, this.sizes_.of(lane.canvas));
             if (place !== null)
                 this.draw_lane_(place.context, lane, { x: 0, y: 0, ...place }, from, to);
-            this.tell_lane_(lane, from, to, now);
         }
         const place = fitted(this.axis_, this.sizes_.of(this.axis_));
         if (place !== null)
             this.draw_axis_(place.context, { x: 0, y: 0, ...place }, from, to);
+        for (const lane of this.lanes_.values())
+            this.tell_lane_(lane, from, to, now);
     }
 
     series_(lane) { return lane.frozen ?? lane.item.series; }
@@ -283,7 +288,8 @@ export class Plots {
             return;
         context.fillStyle = this.colours.text;
         const at = Math.min(Math.max(cross_x, x + 34), x + width - 34);
-        context.fillText(clock_text(from + (to - from) * this.cross_, 1), at, box.y + box.height / 2);
+        const time = from + (to - from) * this.cross_;
+        context.fillText(clock_text(time, 1), at, box.y + box.height / 2);
     }
 
     // What a person does.
@@ -452,8 +458,10 @@ export class Plots {
             context.fillStyle = this.colours.text;
             context.textAlign = "left";
             context.textBaseline = "middle";
-            context.fillText(`${lane.item.title}   ${lane.range.textContent}`, gutter, y - head / 2);
-            this.draw_lane_(context, lane, { x: 0, y, width, height: picture_lane_height }, from, to);
+            const text = `${lane.item.title}   ${lane.range.textContent}`;
+            context.fillText(text, gutter, y - head / 2);
+            const box = { x: 0, y, width, height: picture_lane_height };
+            this.draw_lane_(context, lane, box, from, to);
         });
         const y = height - axis_height - margin / 2;
         this.draw_axis_(context, { x: 0, y, width, height: axis_height }, from, to);

@@ -5,9 +5,9 @@ const least_room = 256;
 /**
  * Points of a value in the order of their times. A value stands until the next point; NaN is none.
  *
- * It never holds more than `most` points. What is older than `span_ms` goes first, but for the point
- * that still stood then; when that is not enough, the older half keeps the lowest and the highest of
- * every four points, so that no peak is lost.
+ * It never holds more than `most` points. What is older than `span_ms` goes first, but for the
+ * point that still stood then; when that is not enough, the older half keeps the lowest and the
+ * highest of every four points, so that no peak is lost.
  */
 export class Series {
     constructor(span_ms = 600000, most = 16384) {

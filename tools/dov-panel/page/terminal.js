@@ -36,7 +36,8 @@ export class Terminal {
         this.drawn_ms_ = 0;
         this.sizes_ = new Sizes(changed);
         plots.removed = (key) => this.show_plotted_(key, false);
-        by_id("object-filter").addEventListener("input", (event) => this.filter_(event.target.value));
+        by_id("object-filter").addEventListener("input",
+            (event) => this.filter_(event.target.value));
     }
 
     /** Takes the catalogue. The page is built anew only when it is another one. */

@@ -38,7 +38,9 @@ const faults = [
     },
     {
         name: "corrupt", title: "Wrong checksums", help: "In so many frames of a hundred.",
-        fields: [{ name: "corrupt", unit: "%", least: 0.1, most: 100, start: 20, of: "corrupt_percent" }],
+        fields: [{
+            name: "corrupt", unit: "%", least: 0.1, most: 100, start: 20, of: "corrupt_percent",
+        }],
         on: ([percent]) => `corrupt rate ${percent}`, off: "corrupt off",
         is_on: (state) => state.corrupt_percent > 0,
     },
@@ -65,7 +67,8 @@ const faults = [
         fields: [], on: () => "double on", off: "double off", is_on: (state) => state.double,
     },
     {
-        name: "disconnect", title: "Line cut", help: "The line hangs up until it is switched off here.",
+        name: "disconnect", title: "Line cut",
+        help: "The line hangs up until it is switched off here.",
         fields: [], on: () => "disconnect", off: "connect", is_on: (state) => state.disconnected,
     },
 ];
@@ -79,7 +82,8 @@ const bursts = [
     },
     {
         name: "corrupt next", title: "Next frames wrong", help: "Wrong checksums in so many.",
-        act: "Do", field: { name: "corrupt next", unit: "frames", least: 1, most: 1000000, start: 3 },
+        act: "Do",
+        field: { name: "corrupt next", unit: "frames", least: 1, most: 1000000, start: 3 },
         words: (count) => `corrupt next ${count}`,
     },
 ];
@@ -228,7 +232,7 @@ export class Vehicle {
             const lamp = document.querySelector(`[data-lamp="output ${i}"]`);
             const is_on = output.enabled ? String(output.on) : "disabled";
             put_attribute(lamp, "data-on", is_on);
-            put_text(lamp.lastElementChild, output.enabled ? (output.on ? "on" : "off") : "disabled");
+            put_text(lamp.lastElementChild, { true: "on", false: "off" }[is_on] ?? is_on);
         });
         const percent = state.backlight.map((level) => number_text(level / 2.54, 0));
         const text = percent[0] === percent[1] ? `${percent[0]} %` : `${percent.join(" and ")} %`;
@@ -236,7 +240,8 @@ export class Vehicle {
         put_text(by_id("lamp-frequency"), String(state.frequency_output));
         put_text(by_id("lamp-digest"), state.digest_ms > 0 ? `every ${state.digest_ms} ms` : "off");
         put_text(by_id("lamp-device"), state.device || "closed");
-        const bytes = state.configuration.map(([code, offset, value]) => `${code}/${offset}: ${value}`);
+        const bytes = state.configuration.map(([code, offset, value]) =>
+            `${code}/${offset}: ${value}`);
         put_text(by_id("lamp-configuration"), bytes.join(", ") || "all 0");
     }
 
@@ -318,7 +323,8 @@ export class Vehicle {
             stretch(slider, value);
             slider.value = value;
         }, redraw);
-        made.number_control = new Held_control(number, (value) => { number.value = value; }, redraw);
+        made.number_control =
+            new Held_control(number, (value) => { number.value = value; }, redraw);
         made.show = (value) => {
             made.control.show(value);
             made.number_control.show(value);
@@ -360,8 +366,8 @@ export class Vehicle {
         const { wave } = made;
         const shape = wave.picker.value;
         const word = `input ${made.name}`;
-        for (const control of [wave.control, wave.low_control, wave.high_control, wave.period_control])
-            control.touch();
+        for (const name of ["control", "low_control", "high_control", "period_control"])
+            wave[name].touch();
         if (shape === "constant") {
             this.send_(wave.control, `${word} ${input.value}`);
             return;
@@ -423,7 +429,7 @@ export class Vehicle {
             const of_field = fields[i].input;
             of_field.addEventListener("change", () => {
                 if (!of_field.checkValidity())
-                    this.said_(`${fault.title}: ${field.least} to ${field.most} ${field.unit}.`, true);
+                    this.said_(range_text(fault, field), true);
                 else if (input.checked)
                     this.send_(control, words());
             });
@@ -447,7 +453,7 @@ export class Vehicle {
                 if (input.checkValidity() && input.value !== "")
                     this.bench_(burst.words(Number(input.value)));
                 else
-                    this.said_(`${burst.title}: ${burst.field.least} to ${burst.field.most}.`, true);
+                    this.said_(range_text(burst, burst.field), true);
             },
         }, burst.act);
         return element("div", { class: "fault" },
@@ -470,8 +476,8 @@ export class Vehicle {
         for (const row of identity) {
             const id = `identity-${row.word}`;
             const input = element("input", {
-                id, "data-word": row.word, type: row.most === undefined ? "text" : "number", min: "0",
-                max: row.most, spellcheck: "false", autocomplete: "off",
+                id, "data-word": row.word, type: row.most === undefined ? "text" : "number",
+                min: "0", max: row.most, spellcheck: "false", autocomplete: "off",
                 change: () => {
                     if (input.value.trim() !== "")
                         this.send_(own, `${row.word} ${input.value.trim()}`);
@@ -483,7 +489,8 @@ export class Vehicle {
     }
 
     offer_generations_(names) {
-        by_id("generation").append(...names.map((name) => element("option", { value: name }, name)));
+        by_id("generation").append(
+            ...names.map((name) => element("option", { value: name }, name)));
     }
 
     listen_() {
@@ -509,6 +516,10 @@ function stretch(slider, value) {
     };
     widened("max", value > Number(slider.max));
     widened("min", value < Number(slider.min));
+}
+
+function range_text(fault, field) {
+    return `${fault.title}: ${field.least} to ${field.most} ${field.unit}`;
 }
 
 function fault_field(field) {

@@ -266,11 +266,11 @@ public:
     bool has_owner() const { return has_owner_; }
     Clock::time_point owned() const { return owned_; }
 
-    bool wait(const std::function<bool()>& done, double seconds = deadline_s)
+    bool wait(const std::function<bool()>& done)
     {
         const auto start = Clock::now();
         while (!done()) {
-            if (seconds_since(start) > seconds)
+            if (seconds_since(start) > deadline_s)
                 return false;
             if (sd_bus_process(bus_, nullptr) == 0)
                 sd_bus_wait(bus_, 500); // what is waited for may come from elsewhere
@@ -568,11 +568,11 @@ void start_up(Bench& bench, double answering_ms)
 void measure(Bench& bench)
 {
     const auto ready = [&] { return bench.client.has_owner() && bench.line.has_spoken(); };
-    if (!bench.client.wait(ready, 20))
+    if (!bench.client.wait(ready))
         throw std::runtime_error("the program does not start");
     const auto waiting = Clock::now();
     while (!bench.answers()) {
-        if (seconds_since(waiting) > 20)
+        if (seconds_since(waiting) > deadline_s)
             throw std::runtime_error("the program does not answer");
     }
     if (bench.scenario == "start-up") {

@@ -42,7 +42,10 @@ public:
     {
         heard.clear();
         write(line + '\n');
-        if (!wait_for([this] { return heard.endsWith("ok\n") || heard.contains("error: "); }))
+        if (!wait_for([this] {
+                return heard.endsWith("ok\n") ||
+                       (heard.contains("error: ") && heard.endsWith('\n'));
+            }))
             qWarning("no answer to %s", line.constData());
         return heard.trimmed().split('\n');
     }

@@ -23,8 +23,12 @@ QVariant value_of(const QDBusMessage& reply)
 
 } // namespace
 
-Bus_client::Bus_client(const QString& address) : address_(address)
+// Qt drops a connection that it has opened by address, and that the bus then does not take, without
+// closing it, upon which libdbus aborts. The system bus libdbus opens and closes by itself.
+Bus_client::Bus_client(const QString& address)
 {
+    if (!address.isEmpty())
+        qputenv("DBUS_SYSTEM_BUS_ADDRESS", address.toUtf8());
 }
 
 Bus_client::~Bus_client()
@@ -35,9 +39,7 @@ Bus_client::~Bus_client()
 bool Bus_client::open(const QSet<QString>& interfaces)
 {
     name_ = QStringLiteral("dov-watch-%1").arg(++opened_);
-    QDBusConnection bus = address_.isEmpty()
-                              ? QDBusConnection::connectToBus(QDBusConnection::SystemBus, name_)
-                              : QDBusConnection::connectToBus(address_, name_);
+    QDBusConnection bus = QDBusConnection::connectToBus(QDBusConnection::SystemBus, name_);
     if (!bus.isConnected()) {
         error_ = bus.lastError().message();
         close();

@@ -16,7 +16,8 @@ public:
     using Answer = std::function<void(const QVariant& value)>;
     using Failure = std::function<void(const QString& message)>;
 
-    /// The bus at the address; the machine's system bus when it is empty.
+    /// The bus at the address; the machine's system bus when it is empty. The address is that of
+    /// the system bus for the whole process from then on.
     explicit Bus_client(const QString& address);
     ~Bus_client() override;
 
@@ -56,7 +57,6 @@ private:
                              const QVariantList& arguments) const;
     void report_owner(const QString& owner);
 
-    QString address_;
     QString name_;  ///< of the connection within this process; a new one each time
     QString owner_; ///< as last reported
     QString error_;

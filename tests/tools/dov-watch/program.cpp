@@ -281,6 +281,25 @@ private Q_SLOTS:
         QCOMPARE_STARTS(watch.errors(), "dov-watch: no bus: ");
     }
 
+    void a_bus_that_does_not_greet_is_an_error_data()
+    {
+        QTest::addColumn<QStringList>("mode");
+        QTest::newRow("lines") << QStringList{"--lines"};
+        QTest::newRow("--once") << QStringList{"--once"};
+        QTest::newRow("--json") << QStringList{"--json"};
+        QTest::newRow("--metrics") << QStringList{"--metrics", "dov.prom"};
+        QTest::newRow("screen") << QStringList{};
+    }
+    void a_bus_that_does_not_greet_is_an_error()
+    {
+        QFETCH(QStringList, mode);
+        const Private_bus bus(0);
+        Terminal_screen screen(watch_, mode + QStringList{"--address", bus.address()});
+        QVERIFY(ends(screen));
+        QVERIFY2(screen.output().startsWith("dov-watch: no bus: "), screen.output());
+        QCOMPARE(screen.exit_status(), 1);
+    }
+
     void usage_errors_data()
     {
         QTest::addColumn<QStringList>("arguments");

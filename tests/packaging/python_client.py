@@ -10,6 +10,7 @@ import gc
 import inspect
 import json
 import os
+import shutil
 import subprocess
 import sys
 import tempfile
@@ -17,8 +18,10 @@ from pathlib import Path
 from typing import Any, AsyncGenerator, Awaitable, Callable, Iterator
 
 from mock import Daemon_side, Mock_side, as_configured, check_no_power_off, expect
-from world import DEADLINE, PREFIX, SOURCES, Mock_world, World, open_policy
+from roles import ROLES, command_as, policy_for_real_users, policy_for_this_user
+from world import DEADLINE, PREFIX, SOURCES, Bus_alone, Mock_world, World, open_policy
 
+CALLER = Path(__file__).with_name("python_caller.py")
 PACKAGE = SOURCES / "data/python"
 EXAMPLES = SOURCES / "data/examples/python"
 sys.path.insert(0, str(PACKAGE))
@@ -302,17 +305,50 @@ async def against(side: Side) -> list[Any]:
     return answers
 
 
-async def refused() -> None:
-    with Mock_world(open_policy(), allowed=False) as mock:
-        async with dov.Terminal(mock.address) as terminal:
-            expect("a change", await raised(terminal.backlight.set_brightness(50)), "Not_allowed")
-            expect("reading", await raised(terminal.backlight.get_brightness()), "100.0")
-            expect("changes", await raised(anext(
-                terminal.inputs.analog[0].changes(hysteresis=1))), "Not_allowed")
-            mock.stop_service()
-        async with dov.Terminal(mock.address, wait=False) as terminal:
+async def without_a_service() -> None:
+    with Bus_alone(open_policy()) as bus:
+        async with dov.Terminal(bus.address, wait=False) as terminal:
             expect("without a service", terminal.is_there, False)
             expect("a call", await raised(terminal.lock.is_hold()), "No_service")
+
+
+# Who may do what, as programs of their own.
+
+
+def outcomes(world: World, prefix: list[str]) -> list[str]:
+    """What becomes of a change, a reading, and changes with a setting."""
+    package = world.root / "python"
+    if not package.exists():  # where everybody may read
+        shutil.copytree(PACKAGE / "dov", package / "dov")
+    done = subprocess.run(
+        [*prefix, "/usr/bin/python3", "-B", "-", world.address], check=True, text=True, cwd="/",
+        input=CALLER.read_text(), stdout=subprocess.PIPE, timeout=DEADLINE,
+        env={**world.environment(), "PYTHONPATH": str(package)})
+    return done.stdout.splitlines()
+
+
+def check_role(side: Side, role: str, prefix: list[str]) -> None:
+    side.report_digest(counted(analog=2000))
+    if role == "other":
+        expected = ["Not_allowed", "100.0", "Not_allowed"]
+    else:
+        expected = ["None", "50.0", "Change(value=2.0, repeated=False)"]
+    expect(f"{role} of {type(side).__name__}", outcomes(side.world, prefix), expected)
+
+
+def check_roles(program: str) -> None:
+    for role in ROLES:
+        with World(program, policy_for_this_user(role)) as world:
+            check_role(Daemon_side(world), role, [])
+    with Mock_world(open_policy(), allowed=False) as mock:
+        check_role(Mock_side(mock), "other", [])
+    if os.geteuid() != 0:
+        print("not root: no calls as other users")
+        return
+    for role in ROLES:
+        with World(program, policy_for_real_users()) as world:
+            check_role(Daemon_side(world), role, command_as(role))
+    print("roles", flush=True)
 
 
 # The examples, as programs.
@@ -379,7 +415,8 @@ def main() -> None:
             expect("an answer of the mock", found, expected)
         print(f"{len(answers[0])} methods called", flush=True)
         check_no_power_off(daemon)
-    asyncio.run(refused())
+    asyncio.run(without_a_service())
+    check_roles(program)
 
 
 if __name__ == "__main__":

@@ -174,6 +174,16 @@ class World:
         return b"com.quorin.system.atx" in answer.stdout
 
 
+class Bus_alone(World):
+    """The message bus without a service."""
+
+    def __init__(self, policy_text: str) -> None:
+        super().__init__("", policy_text)
+
+    def _start_service(self) -> None:
+        """There is none."""
+
+
 class Mock_world(World):
     """The same without a daemon: the template of python-dbusmock has its place."""
 

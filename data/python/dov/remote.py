@@ -39,7 +39,7 @@ class Signals(Generic[Item]):
         self.close()
 
     def __del__(self) -> None:
-        self.close()
+        self._listener.close_soon()
 
     def close(self) -> None:
         self._listener.close()

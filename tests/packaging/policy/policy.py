@@ -8,10 +8,8 @@ where this is root, as users and groups of their own.
 """
 from __future__ import annotations
 
-import grp
 import json
 import os
-import pwd
 import subprocess
 import sys
 import xml.etree.ElementTree as ET
@@ -21,9 +19,10 @@ import dbus
 
 HERE = Path(__file__).resolve().parent
 sys.path.insert(0, str(HERE.parent))
+from roles import POLICY, ROLES, command_as  # noqa: E402
+from roles import policy_for_real_users, policy_for_this_user  # noqa: E402
 from world import PREFIX, SERVICE, SOURCES, World  # noqa: E402
 
-POLICY = SOURCES / "data/dbus/com.quorin.system.conf"
 MAKE_POLICY = SOURCES / "data/dbus/make_policy.py"
 INTROSPECTABLE = "org.freedesktop.DBus.Introspectable"
 PROPERTIES = "org.freedesktop.DBus.Properties"
@@ -46,18 +45,7 @@ CHANGES = {
 # There is nothing to set.
 NOBODYS = {"Set"}
 
-# No user and no group of any machine.
-NO_ID = 64123
 MOST_SHOWN = 10
-# The message bus knows no users and groups but the machine's.
-GROUP = grp.getgrnam("daemon").gr_gid
-NOBODY = pwd.getpwnam("nobody").pw_uid
-ROLES = ("root", "member", "other")
-IDS = {
-    "root": ["--reuid=0", "--regid=0", "--clear-groups"],
-    "member": [f"--reuid={NOBODY}", f"--regid={NOBODY}", f"--groups={GROUP}"],
-    "other": [f"--reuid={NOBODY}", f"--regid={NOBODY}", "--clear-groups"],
-}
 
 
 def allowed(role: str, member: str, interface: str) -> bool:
@@ -138,34 +126,21 @@ def check_signals(world: World, role: str, prefix: list[str]) -> None:
         listener.wait()
 
 
-def with_roles(user: int | str, group: int | str, owner: str = "") -> str:
-    text = POLICY.read_text().replace('user="root"', f'user="{user}"')
-    text = text.replace('group="dov"', f'group="{group}"')
-    return text.replace("</busconfig>", f"{owner}</busconfig>")
-
-
 def as_this_user(program: str) -> int:
     """Whoever runs this, once in each role. The daemon has to own its name in all of them."""
-    owner = (f'<policy user="{os.getuid()}"><allow own="{SERVICE}"/></policy>')
-    policies = {
-        "root": with_roles(os.getuid(), NO_ID),
-        "member": with_roles(NO_ID, os.getgid(), owner),
-        "other": with_roles(NO_ID, NO_ID, owner),
-    }
     made = 0
     for role in ROLES:
-        with World(program, policies[role]) as world:
+        with World(program, policy_for_this_user(role)) as world:
             made += check_calls(world, role, [], "taken")
             check_signals(world, role, [])
     return made
 
 
 def as_real_users(program: str) -> int:
-    """The policy as it is, but for the number of a group in place of a name."""
     made = 0
-    with World(program, with_roles("root", GROUP)) as world:
+    with World(program, policy_for_real_users()) as world:
         for role in ROLES:
-            prefix = ["setpriv", *IDS[role]]
+            prefix = command_as(role)
             made += check_calls(world, role, prefix, "taken" if role == "root" else "denied")
             check_signals(world, role, prefix)
     return made

@@ -7,6 +7,7 @@ BUILD has dov-watch and dov-controller, and what is installed of the client's pa
 """
 from __future__ import annotations
 
+import importlib.metadata
 import json
 import random
 import re
@@ -18,7 +19,7 @@ import tempfile
 import time
 import xml.etree.ElementTree as ET
 from pathlib import Path
-from typing import Any, Callable
+from typing import Any, Callable, Optional
 
 import dbus
 from dbus.mainloop.glib import DBusGMainLoop
@@ -53,12 +54,15 @@ class Client:
         return self._bus.call_blocking(SERVICE, f"{PREFIX}/{path}", INTERFACE_OF[path], method,
                                        signature, values)
 
-    def wait(self, what: str, happened: Callable[[], bool]) -> None:
+    def wait(self, what: str, happened: Callable[[], bool],
+             why: Optional[Callable[[], Any]] = None) -> None:
+        """Fails with what there is in its place: by default what was heard."""
         end = time.monotonic() + DEADLINE
         tick = GLib.timeout_add(20, lambda: True)
         while not happened():
             if time.monotonic() > end:
-                sys.exit(f"{type(self.world).__name__}: no {what}; heard {self.heard[-20:]}")
+                sys.exit(f"{type(self.world).__name__}: no {what}; there is "
+                         f"{why() if why else self.heard[-20:]}")
             GLib.MainContext.default().iteration(True)
         GLib.source_remove(tick)
 
@@ -335,38 +339,60 @@ class Watch:
             self._running = subprocess.Popen([program, "--json", "--address", world.address],
                                              stdout=output)
 
-    def told(self) -> set[str]:
-        """Every path, member and value, but whose the service is."""
-        lines = [json.loads(line) for line in self._output.read_text().splitlines(keepends=True)
-                 if line.endswith("\n")]
-        return {json.dumps({**line, "time": 0}) for line in lines if line["member"] != "owner"}
+    def shown(self) -> dict[str, Any]:
+        """Every value as it was told last, and each event as told at least once. Whether a value
+        was read or signalled is a matter of time."""
+        found: dict[str, Any] = {}
+        for line in self._output.read_text().splitlines(keepends=True):
+            if line.endswith("\n"):
+                told = json.loads(line)
+                name = VALUE_OF.get((told["path"], told["member"]))
+                event = f"{told['path']} {told['member']} {told['value']}"
+                found |= {name: told["value"]} if name else {event: True}
+        return found
 
     def end(self) -> None:
         self._running.terminate()
         self._running.wait()
 
 
-def compare_watch(program: str, sides: tuple[Daemon_side, Mock_side]) -> None:
-    values = sum(len([value for value in KINDS[row["kind"]]["values"] if value["getter"]])
-                 for row in CATALOGUE["objects"])
-    watches = [Watch(program, side.world) for side in sides]
-    told: list[set[str]] = []
+def values_by_member() -> dict[tuple[str, str], str]:
+    """A value's name, by path and by the method or the signal that tells it."""
+    return {(row["path"], value[member]): f"{row['path']} {value['getter']}"
+            for row in CATALOGUE["objects"] for value in KINDS[row["kind"]]["values"]
+            for member in ("signal", "getter") if value["getter"] and value.get(member)}
 
-    def is_same(least: int) -> bool:
-        told[:] = [watch.told() for watch in watches]
-        return told[0] == told[1] and len(told[0]) >= least
+
+VALUE_OF = values_by_member()
+
+
+def compare_watch(program: str, sides: tuple[Daemon_side, Mock_side]) -> None:
+    watches = [Watch(program, side.world) for side in sides]
+    # What came before them can still be on its way, and is no matter here.
+    names = set(VALUE_OF.values())
+
+    def differences() -> list[str]:
+        shown = [watch.shown() for watch in watches]
+        return [f"{name}: {[each.get(name, 'nothing') for each in shown]}" for name in sorted(names)
+                if name not in shown[0] or name not in shown[1] or shown[0][name] != shown[1][name]]
 
     try:
-        sides[0].wait("first picture of dov-watch", lambda: is_same(values))
+        sides[0].wait("first picture of dov-watch", lambda: not differences(), differences)
         for side in sides:
             side.call("device/io/output/digital/2", "on")
             side.call("device/buzzer", "set_volume", "d", 7.0)
             side.heard_until(side.press)
-        sides[0].wait("changes told by dov-watch", lambda: is_same(values + 3))
+        names |= {f"{PREFIX}/device/buzzer volume_changed 7",
+                  f"{PREFIX}/power/button short_press 1"}
+        sides[0].wait("events told by dov-watch", lambda: not differences(), differences)
+        for path, value in (("device/io/output/digital/2 is_on", True),
+                            ("device/buzzer get_volume", 7)):
+            sides[0].wait(path, lambda: all(watch.shown()[f"{PREFIX}/{path}"] == value
+                                            for watch in watches), differences)
     finally:
         for watch in watches:
             watch.end()
-    print(f"{len(told[0])} lines of dov-watch", flush=True)
+    print(f"{len(names)} values and events of dov-watch", flush=True)
 
 
 def compare_programs(daemon: World, mock: Mock_world) -> None:
@@ -479,6 +505,18 @@ def check_installed(build: str) -> None:
         copy.write_text(test.replace("/usr/share/python-dbusmock/templates/dov.py", template))
         shutil.copy(EXAMPLES / "client.py", share)
         print(run("/usr/bin/python3", "-B", copy), flush=True)
+        check_by_name(share)
+
+
+def check_by_name(share: Path) -> None:
+    """python-dbusmock finds what is installed by name since 0.29; before, by path alone."""
+    version = importlib.metadata.version("python-dbusmock")
+    if tuple(int(part) for part in version.split(".")[:2]) < (0, 29):
+        print(f"python-dbusmock {version} looks for templates by path")
+        return
+    with Mock_world(open_policy(), share) as mock:
+        expect("the mock by name", plain(Client(mock).call("power/lock", "is_hold")), False)
+    print(f"python-dbusmock {version} finds the template by name", flush=True)
 
 
 class Bench_world(World):

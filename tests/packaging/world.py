@@ -12,7 +12,7 @@ import subprocess
 import tempfile
 import time
 from pathlib import Path
-from typing import Callable
+from typing import Callable, Optional
 
 import dbus
 
@@ -185,16 +185,23 @@ class Bus_alone(World):
 
 
 class Mock_world(World):
-    """The same without a daemon: the template of python-dbusmock has its place."""
+    """The same without a daemon: the template of python-dbusmock has its place, by path, or by name
+    in a directory of shared data."""
 
-    def __init__(self, policy_text: str, **parameters: object) -> None:
+    def __init__(self, policy_text: str, share: Optional[Path] = None,
+                 **parameters: object) -> None:
         super().__init__("", policy_text)
+        self._share = share
+        self._template = "dov" if share else SOURCES / "data/dbusmock/dov.py"
         self._parameters = parameters
+
+    def environment(self) -> dict[str, str]:
+        return super().environment() | ({"XDG_DATA_DIRS": str(self._share)} if self._share else {})
 
     def _start_service(self) -> None:
         self._start("the mock", [
-            "/usr/bin/python3", "-B", "-m", "dbusmock", "--system", "--template",
-            SOURCES / "data/dbusmock/dov.py", "--parameters", json.dumps(self._parameters)])
+            "/usr/bin/python3", "-B", "-m", "dbusmock", "--system", "--template", self._template,
+            "--parameters", json.dumps(self._parameters)])
         self.wait_for("the mock", self._is_published)
 
     def control(self, method: str, signature: str = "", *arguments: object) -> None:

@@ -38,3 +38,7 @@ if(DOV_TOOLS)
     ${documents}/dov-watch.md ${documents}/metrics.md
     DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT tools)
 endif()
+if(DOV_TOOLS AND DOV_PANEL)
+  install(FILES ${manual}/dov-panel.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT panel)
+  install(FILES ${documents}/panel.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT panel)
+endif()

@@ -70,11 +70,14 @@ expect 'dov-line check --device x recovery.s' recovery.sync_bytes recovery.split
 expect "dov-line stats $directory/p" "$directory/power.conf"
 expect 'dov-report --' --help --version --check --redact --output --limit --root
 expect "dov-report --output $directory/p" "$directory/power.conf"
+expect 'dov-panel --' --help --version --bus --controller --tap --listen --interval --control \
+    --token-file --page
+expect 'dov-panel --interval ' ''
 expect 'dov-dbus --' --port --baudrate --simulate --help
 expect 'dov-dbus --baudrate 3' 38400
 expect "dov-dbus --port $directory/p" "$directory/power.conf"
 
-for program in dov-config-check dov-controller dov-line dov-report dov-watch dov-dbus; do
+for program in dov-config-check dov-controller dov-line dov-panel dov-report dov-watch dov-dbus; do
     complete -p "$program" >/dev/null || failures=$((failures + 1))
 done
 exit "$((failures > 0))"

@@ -50,6 +50,15 @@ OPTIONAL = {
         ("DOV_WIRESHARK_PLUGIN_DIR", "", ["dov.lua"]),
         ("DOV_WIRESHARK_EXTCAP_DIR", "", ["dov-line-extcap"]),
     ],
+    frozenset({"DOV_TOOLS", "DOV_PANEL"}): [
+        ("CMAKE_INSTALL_BINDIR", "", ["dov-panel"]),
+        ("DOV_COMPLETION_DIR", "", ["dov-panel"]),
+        ("DOV_UNIT_DIR", "", ["dov-panel.service"]),
+    ],
+    frozenset({"DOV_DOCS", "DOV_TOOLS", "DOV_PANEL"}): [
+        ("CMAKE_INSTALL_MANDIR", "man1", ["dov-panel.1"]),
+        ("CMAKE_INSTALL_DOCDIR", "", ["panel.md"]),
+    ],
     frozenset({"DOV_CLIENT"}): [
         ("CMAKE_INSTALL_LIBDIR", "", ["libdov-dbus-client.a"]),
         ("CMAKE_INSTALL_LIBDIR", "pkgconfig", ["dov-dbus.pc"]),
@@ -80,7 +89,7 @@ OPTIONAL = {
     ],
 }
 DIRECTORIES = sorted({variable for part in (DAEMON, *OPTIONAL.values()) for variable, _, _ in part})
-OPTIONS = ("DOV_TOOLS", "DOV_CLIENT", "DOV_DOCS")
+OPTIONS = ("DOV_TOOLS", "DOV_PANEL", "DOV_CLIENT", "DOV_DOCS")
 
 
 def run(*command: str | Path, **environment: str) -> str:
@@ -190,7 +199,7 @@ def check_defaults(build: Path, values: dict[str, str]) -> None:
 
 def lend_products(values: dict[str, str], build: Path, copy: Path) -> None:
     """The other configuration installs what this build has made."""
-    for name in ("dov-dbus", *TOOLS):
+    for name in ("dov-dbus", "dov-panel", *TOOLS):
         if (build / name).exists():
             shutil.copy(build / name, copy)
     dissector = build / "tools/wireshark/dov.lua"

@@ -19,7 +19,7 @@ from pathlib import Path
 SOURCES = Path(__file__).resolve().parents[2]
 PAGES = SOURCES / "data/man"
 README = SOURCES / "README.md"
-TOOLS = ("dov-config-check", "dov-controller", "dov-report", "dov-watch")
+TOOLS = ("dov-config-check", "dov-controller", "dov-panel", "dov-report", "dov-watch")
 # What has options of its own behind the verb.
 VERBS = {"dov-line": ("read", "stats", "compare", "tap", "send", "poll", "listen", "check",
                       "scenario")}

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Curses_terminal.h"
+#include "Options.h"
 #include "Watcher.h"
 
 #include <QObject>

@@ -104,7 +104,7 @@ int main(int count, char** arguments)
         !options.lines && ::isatty(STDOUT_FILENO) != 0 && ::isatty(STDIN_FILENO) != 0;
     Posix_signals posix_signals;
     QObject::connect(&posix_signals, &Posix_signals::end_asked, qApp, &QCoreApplication::quit);
-    Watcher watcher(options);
+    Watcher watcher({options.address, options.interval_ms, options.report_ms, options.hysteresis});
     if (!watcher.start()) {
         complain(tool, QStringLiteral("no bus: ") + watcher.error());
         return tool_failed;

@@ -28,6 +28,13 @@ QString Byte_source::open(const QString& path)
     return error_;
 }
 
+void Byte_source::take(int descriptor, const QString& name)
+{
+    name_ = name;
+    descriptor_ = descriptor;
+    buffer_.resize(2 * block);
+}
+
 bool Byte_source::fill()
 {
     if (size() >= block)

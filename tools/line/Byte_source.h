@@ -18,6 +18,9 @@ public:
     /// Opens a file, or standard input for "-". Returns an error's text, or nothing.
     QString open(const QString& path);
 
+    /// Takes a descriptor that is open already, which it closes.
+    void take(int descriptor, const QString& name);
+
     const QString& name() const { return name_; }
 
     /// The bytes that are read and not consumed.

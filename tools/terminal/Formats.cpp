@@ -38,23 +38,6 @@ QString escaped(const QString& text)
     return line;
 }
 
-QJsonValue json_value(const QVariant& value)
-{
-    if (value.userType() == QMetaType::QVariantList) {
-        QJsonArray array;
-        for (const QVariant& part : value.toList())
-            array.append(json_value(part));
-        return array;
-    }
-    if (is_fraction(value))
-        return std::isfinite(value.toDouble())
-                   ? QJsonValue(number_text(value.toDouble()).toDouble())
-                   : QJsonValue(QJsonValue::Null);
-    if (value.userType() == QMetaType::UChar)
-        return value.toInt();
-    return QJsonValue::fromVariant(value);
-}
-
 QString time_text(const QDateTime& time)
 {
     return time.toUTC().toString(Qt::ISODateWithMs);
@@ -75,6 +58,23 @@ QString plain_text(const QVariant& value)
     if (value.userType() == QMetaType::UChar)
         return QString::number(value.toUInt());
     return escaped(value.toString());
+}
+
+QJsonValue json_value(const QVariant& value)
+{
+    if (value.userType() == QMetaType::QVariantList) {
+        QJsonArray array;
+        for (const QVariant& part : value.toList())
+            array.append(json_value(part));
+        return array;
+    }
+    if (is_fraction(value))
+        return std::isfinite(value.toDouble())
+                   ? QJsonValue(number_text(value.toDouble()).toDouble())
+                   : QJsonValue(QJsonValue::Null);
+    if (value.userType() == QMetaType::UChar)
+        return value.toInt();
+    return QJsonValue::fromVariant(value);
 }
 
 QString value_text(const Value_row& row, const QVariant& value, const QString& dash)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QDBusConnection>
+#include <QDBusError>
 #include <QDBusMessage>
 #include <QObject>
 #include <QSet>
@@ -14,7 +15,7 @@ class Bus_client : public QObject {
     Q_OBJECT
 public:
     using Answer = std::function<void(const QVariant& value)>;
-    using Failure = std::function<void(const QString& message)>;
+    using Failure = std::function<void(const QDBusError& error)>;
 
     /// The bus at the address; the machine's system bus when it is empty. The address is that of
     /// the system bus for the whole process from then on.
@@ -25,7 +26,7 @@ public:
     bool open(const QSet<QString>& interfaces);
 
     /// Why open() failed.
-    QString error() const { return error_; }
+    const QDBusError& error() const { return error_; }
 
     /// Calls a method. The answer is its one value, or a list of its values, and comes later, or
     /// the failure does; neither after the connection has been closed.
@@ -59,6 +60,6 @@ private:
 
     QString name_;  ///< of the connection within this process; a new one each time
     QString owner_; ///< as last reported
-    QString error_;
+    QDBusError error_;
     int opened_ = 0;
 };

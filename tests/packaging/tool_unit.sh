@@ -1,19 +1,20 @@
 #!/usr/bin/env bash
-# The unit of the metrics is one that systemd takes without a word, and exposes next to nothing:
-#   metrics_unit.sh UNIT
+# The unit of a tool is one that systemd takes without a word, and exposes next to nothing:
+#   tool_unit.sh UNIT PROGRAM MOST_EXPOSED
 set -euo pipefail
 
 unit=$1
+program=$2
 # Tenths of systemd's exposure level.
-most_exposed=6
+most_exposed=$3
 
 root=$(mktemp -d)
 trap 'rm -rf "$root"' EXIT
 mkdir -p "$root"/usr/{bin,lib/systemd/system}
 ln -s usr/bin usr/lib "$root"
-install /bin/true "$root/usr/bin/dov-watch"
+install /bin/true "$root/usr/bin/$program"
 install -m 644 "$unit" "$root/usr/lib/systemd/system/"
-printf '[Service]\nExecStart=/usr/bin/dov-watch\n' >"$root/usr/lib/systemd/system/dbus.service"
+printf '[Service]\nExecStart=/usr/bin/%s\n' "$program" >"$root/usr/lib/systemd/system/dbus.service"
 for target in sysinit basic shutdown multi-user; do
     printf '[Unit]\nDescription=%s\n' "$target" >"$root/usr/lib/systemd/system/$target.target"
 done
@@ -23,7 +24,7 @@ complaints=$(systemd-analyze verify --man=no --root="$root" "$(basename "$unit")
     exit 1
 }
 # Which programs there are is this machine's business.
-complaints=$(grep -v 'Command dov-watch is not executable' <<<"$complaints" || true)
+complaints=$(grep -v "Command $program is not executable" <<<"$complaints" || true)
 if [ -n "$complaints" ]; then
     echo "systemd complains: $complaints"
     exit 1

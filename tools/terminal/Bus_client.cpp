@@ -2,7 +2,6 @@
 
 #include "Bus_names.h"
 
-#include <QDBusError>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
 
@@ -38,10 +37,10 @@ Bus_client::~Bus_client()
 
 bool Bus_client::open(const QSet<QString>& interfaces)
 {
-    name_ = QStringLiteral("dov-watch-%1").arg(++opened_);
+    name_ = QStringLiteral("dov-terminal-%1").arg(++opened_);
     QDBusConnection bus = QDBusConnection::connectToBus(QDBusConnection::SystemBus, name_);
     if (!bus.isConnected()) {
-        error_ = bus.lastError().message();
+        error_ = bus.lastError();
         close();
         return false;
     }
@@ -105,7 +104,7 @@ void Bus_client::call(const QString& path, const QString& interface, const QStri
              failure = std::move(failure)](QDBusPendingCallWatcher* finished) {
                 finished->deleteLater();
                 if (finished->isError())
-                    failure(finished->error().message());
+                    failure(finished->error());
                 else
                     answer(value_of(finished->reply()));
             });

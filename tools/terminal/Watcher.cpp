@@ -4,9 +4,17 @@ namespace {
 
 constexpr int again_ms = 1000;
 
+/// Empty for an error that is none.
+QString text_of_refusal(const QDBusError& error)
+{
+    const bool is_refusal = error.type() == QDBusError::AccessDenied ||
+                            error.name().endsWith(QLatin1String(".AuthFailed"));
+    return is_refusal ? error.message() : QString();
+}
+
 } // namespace
 
-Watcher::Watcher(const Options& options) : options_(options), bus_(options.address)
+Watcher::Watcher(const Order& order) : order_(order), bus_(order.address)
 {
     clock_.start();
     for (const Watched_object& each : model_.objects())
@@ -30,7 +38,14 @@ Watcher::~Watcher()
 bool Watcher::start()
 {
     bus_connected_ = bus_.open(interfaces_);
+    refusal_ = bus_connected_ ? QString() : text_of_refusal(bus_.error());
     return bus_connected_;
+}
+
+void Watcher::start_when_possible()
+{
+    if (!start())
+        again_timer_.start(again_ms);
 }
 
 const Watched_object& Watcher::object(int index) const
@@ -50,6 +65,7 @@ void Watcher::take_owner(const QString& owner)
     owner_ = owner;
     reading_.clear();
     settings_.clear();
+    refusal_.clear();
     model_.set_owner(owner, now_ms());
     Q_EMIT changed({QString::fromLatin1(service_name), QStringLiteral("owner"),
                     owner.isEmpty() ? QStringLiteral("none") : owner});
@@ -60,7 +76,7 @@ void Watcher::take_owner(const QString& owner)
         return;
     set_in_inputs();
     read_due();
-    read_timer_.start(options_.interval_ms > 0 ? options_.interval_ms : again_ms);
+    read_timer_.start(order_.interval_ms > 0 ? order_.interval_ms : again_ms);
 }
 
 void Watcher::take_signal(const QDBusMessage& message)
@@ -101,7 +117,7 @@ void Watcher::try_again()
 
 void Watcher::read_due()
 {
-    const auto due = options_.interval_ms > 0 ? Watch_model::Due::all : Watch_model::Due::unknown;
+    const auto due = order_.interval_ms > 0 ? Watch_model::Due::all : Watch_model::Due::unknown;
     for (const Value_place& place : model_.take_due(due))
         read(place);
 }
@@ -127,11 +143,13 @@ void Watcher::read(const Value_place& place)
                 read(place);
                 return;
             }
+            refusal_.clear();
             tell(model_.take_reading(place, value, now_ms()));
             end_reading(key);
         },
-        [this, key](const QString& message) {
-            Q_EMIT unreadable(key + QStringLiteral(": ") + message);
+        [this, key](const QDBusError& error) {
+            refusal_ = text_of_refusal(error);
+            Q_EMIT unreadable(key + QStringLiteral(": ") + error.message());
             end_reading(key);
         });
 }
@@ -157,17 +175,17 @@ void Watcher::set_in_inputs()
         const int input = static_cast<int>(i);
         if (object(input).entry.kind->settings.size() == 0)
             continue;
-        if (options_.hysteresis)
-            replace_setting(input, QStringLiteral("hysteresis"), *options_.hysteresis);
-        if (options_.report_ms)
-            replace_setting(input, QStringLiteral("time_out"), *options_.report_ms);
+        if (order_.hysteresis)
+            replace_setting(input, QStringLiteral("hysteresis"), *order_.hysteresis);
+        if (order_.report_ms)
+            replace_setting(input, QStringLiteral("time_out"), *order_.report_ms);
     }
 }
 
 void Watcher::replace_setting(int object, const QString& name, const QVariant& value)
 {
     const Catalogue_object& entry = this->object(object).entry;
-    const auto refuse = [this](const QString& message) { Q_EMIT refused(message); };
+    const auto refuse = [this](const QDBusError& error) { Q_EMIT refused(error.message()); };
     bus_.call(
         entry.path, entry.interface, QStringLiteral("get_") + name, {},
         [this, object, name, value, refuse](const QVariant& old) {
@@ -189,13 +207,24 @@ void Watcher::set_back()
     }
 }
 
-void Watcher::command(int object, const QString& method, const QVariantList& arguments)
+void Watcher::call(int object, const QString& method, const QVariantList& arguments,
+                   const Bus_client::Answer& answer, const Bus_client::Failure& failure)
 {
     const Catalogue_object& entry = this->object(object).entry;
     bus_.call(
         entry.path, entry.interface, method, arguments,
-        [this, object](const QVariant&) { read_values(object); },
-        [this](const QString& message) { Q_EMIT refused(message); });
+        [this, object, answer](const QVariant& value) {
+            answer(value);
+            read_values(object);
+        },
+        failure);
+}
+
+void Watcher::command(int object, const QString& method, const QVariantList& arguments)
+{
+    call(
+        object, method, arguments, [](const QVariant&) {},
+        [this](const QDBusError& error) { Q_EMIT refused(error.message()); });
 }
 
 void Watcher::switch_output(int object, bool on)

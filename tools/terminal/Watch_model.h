@@ -29,6 +29,9 @@ struct Watched_object {
     qint64 event_ms = 0;
 };
 
+/// Whether it says anything: numbers that nobody has measured do not.
+bool is_known(const QVariant& value);
+
 /// Something that has happened: a value that has changed, or an event.
 struct Change {
     QString path;   ///< whole

@@ -4,6 +4,7 @@
 
 #include <QByteArray>
 #include <QDateTime>
+#include <QJsonValue>
 #include <QString>
 
 /// How values, ages and changes are written. Pure functions.
@@ -11,6 +12,10 @@
 /// A value as programs like it: numbers with up to nine digits and a point, true or false, lists
 /// with blanks between, texts on one line with control characters as \n, \t or \xNN.
 QString plain_text(const QVariant& value);
+
+/// A value as JSON: numbers with up to nine digits, lists as arrays; null for a number that is
+/// infinite or none.
+QJsonValue json_value(const QVariant& value);
 
 /// A value as people like it, with its unit: "12.340 V", "on"; a dash while nothing is known.
 QString value_text(const Value_row& row, const QVariant& value, const QString& dash);

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "Bus_client.h"
-#include "Options.h"
 #include "Watch_model.h"
 
 #include <QElapsedTimer>
@@ -14,17 +13,37 @@
 class Watcher : public QObject {
     Q_OBJECT
 public:
-    explicit Watcher(const Options& options);
+    /// What it is to do.
+    struct Order {
+        QString address;        ///< of the bus; empty for the machine's system bus
+        int interval_ms = 1000; ///< of reading what no signal tells; 0 for never
+        /// Set in every threshold input while watching, and set back at the end.
+        std::optional<unsigned> report_ms = {};
+        std::optional<double> hysteresis = {};
+    };
+
+    explicit Watcher(const Order& order);
     /// Sets back what it has set in the service.
     ~Watcher() override;
 
     /// Connects. False when there is no bus; error() says why.
     bool start();
-    QString error() const { return bus_.error(); }
+    QString error() const { return bus_.error().message(); }
+
+    /// Connects as soon as there is a bus.
+    void start_when_possible();
+
+    /// Whether bus or service refuse what is asked, and why; empty when they do not.
+    const QString& refusal() const { return refusal_; }
 
     const Watch_model& model() const { return model_; }
     bool bus_connected() const { return bus_connected_; }
+    bool has_service() const { return !owner_.isEmpty(); }
     qint64 now_ms() const { return clock_.elapsed(); }
+
+    /// Calls a method of an object, and reads the object's values behind it.
+    void call(int object, const QString& method, const QVariantList& arguments,
+              const Bus_client::Answer& answer, const Bus_client::Failure& failure);
 
     void switch_output(int object, bool on);
     void enable_output(int object, bool enabled);
@@ -69,7 +88,7 @@ private:
     const Watched_object& object(int index) const;
     void tell(const std::optional<Change>& change);
 
-    Options options_;
+    Order order_;
     Watch_model model_;
     Bus_client bus_;
     QSet<QString> interfaces_;
@@ -78,6 +97,7 @@ private:
     QTimer sample_timer_;
     QTimer again_timer_;
     QString owner_;
+    QString refusal_;
     bool bus_connected_ = false;
     QSet<QString> reading_;       ///< what has been asked and not answered
     QHash<QString, int> signals_; ///< how many have come, by path

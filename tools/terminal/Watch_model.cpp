@@ -10,12 +10,6 @@ namespace {
 
 constexpr qint64 rate_window_ms = 10000;
 
-bool is_known(const QVariant& value)
-{
-    const bool is_number = value.userType() == QMetaType::Double;
-    return value.isValid() && (!is_number || value.toDouble() > no_reading);
-}
-
 /// Whether the value is to be read now; forgets that its signal has come.
 bool is_due(Watched_value& value, const Value_row& row)
 {
@@ -34,6 +28,12 @@ bool is_due(Watched_value& value, const Value_row& row)
 }
 
 } // namespace
+
+bool is_known(const QVariant& value)
+{
+    const bool is_number = value.userType() == QMetaType::Double;
+    return value.isValid() && (!is_number || value.toDouble() > no_reading);
+}
 
 Watch_model::Watch_model()
 {

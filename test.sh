@@ -6,5 +6,5 @@ cd "$(dirname "$0")"
 tools/setup/install-packages.sh
 cmake --preset release
 cmake --build --preset release
-# Most tests wait: twice as many as processors keep these busy.
-ctest --preset release -j "$((2 * $(nproc)))"
+# Most tests wait, most of the time: three for each processor keep it busy.
+ctest --preset release -j "$((3 * $(nproc)))"

@@ -4,6 +4,10 @@
 #include "Terminal.h"
 
 #include <csignal>
+#include <map>
+#include <memory>
+#include <tuple>
+#include <utility>
 
 class With_daemon : public QObject {
     Q_OBJECT
@@ -11,6 +15,10 @@ class With_daemon : public QObject {
 private:
     std::unique_ptr<Controller_process> controller_;
     std::unique_ptr<Terminal> terminal_;
+
+    /// Both of each generation that has not been looked at yet.
+    std::map<QByteArray, std::pair<std::unique_ptr<Controller_process>, std::unique_ptr<Terminal>>>
+        generations_;
 
     void start(const QStringList& more = {})
     {
@@ -20,6 +28,26 @@ private:
         terminal_->root.write(QStringLiteral("etc/oem_profile.conf"),
                               "<profile><code>3</code></profile>");
         terminal_->start({QStringLiteral("--port"), link});
+    }
+
+    /// Whether a failure asks them what they have seen.
+    void set_asked(bool asked)
+    {
+        controller_->set_asked(asked);
+        terminal_->set_asked(asked);
+        terminal_->daemon.set_asked(asked);
+    }
+
+    /// A daemon finds the generation out three seconds after its start: all of them start at once.
+    void start_generations()
+    {
+        for (const char* name : {"legacy", "legacy-hardware", "legacy-firmware", "profile"}) {
+            init();
+            start({QStringLiteral("--generation"), QLatin1String(name),
+                   QStringLiteral("--configuration=3 4 10")});
+            set_asked(false);
+            generations_[name] = {std::move(controller_), std::move(terminal_)};
+        }
     }
 
     bool logs(const QString& line)
@@ -87,6 +115,7 @@ private Q_SLOTS:
         terminal_.reset();
         controller_.reset();
     }
+    void cleanupTestCase() { generations_.clear(); }
 
     void generations_data()
     {
@@ -124,8 +153,10 @@ private Q_SLOTS:
         QFETCH(QStringList, log);
         QFETCH(QStringList, versions);
         QFETCH(QList<QByteArray>, state);
-        start({QStringLiteral("--generation"), QString::fromLatin1(QTest::currentDataTag()),
-               QStringLiteral("--configuration=3 4 10")});
+        if (generations_.empty())
+            start_generations();
+        std::tie(controller_, terminal_) = std::move(generations_.at(QTest::currentDataTag()));
+        set_asked(true);
         for (const QString& line : log)
             QVERIFY(logs(line));
         for (const QByteArray& line : state)

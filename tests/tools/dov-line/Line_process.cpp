@@ -40,6 +40,17 @@ Line_process::Run Line_process::end()
 {
     if (!wait_for([this] { return !is_running(); }))
         qFatal("dov-line does not end");
+    errors_ += process_.readAllStandardError();
     return {process_.exitStatus() == QProcess::NormalExit ? process_.exitCode() : -1,
-            QString::fromUtf8(output()), QString::fromUtf8(process_.readAllStandardError())};
+            QString::fromUtf8(output()), QString::fromUtf8(errors_)};
+}
+
+void Line_process::testify()
+{
+    const QByteArray name = "dov-line " + process_.arguments().join(QLatin1Char(' ')).toLocal8Bit();
+    report::tell((name + ": standard output").constData(), output());
+    report::tell((name + ": standard error").constData(),
+                 errors_ += process_.readAllStandardError());
+    if (is_running())
+        report::tell((name + ": state").constData(), "it runs");
 }

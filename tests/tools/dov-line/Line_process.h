@@ -1,11 +1,12 @@
 #pragma once
 
 #include "Bound_process.h"
+#include "Report.h"
 
 #include <QStringList>
 
 /// dov-line itself.
-class Line_process {
+class Line_process final : public report::Witness {
 public:
     /// How it ended, and what it said.
     struct Run {
@@ -29,7 +30,11 @@ public:
     /// Waits for its end.
     Run end();
 
+    /// What it was asked for and has written, and whether it runs.
+    void testify() override;
+
 private:
     Bound_process process_;
     QByteArray output_;
+    QByteArray errors_;
 };

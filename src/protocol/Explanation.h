@@ -22,6 +22,10 @@ struct Explained_field {
 QVector<Explained_field> explain(const uchar* data, uint len);
 QVector<Explained_field> explain(const Message& message);
 
+/// The names of a field's type and style, as they stand in the sources.
+const char* name_of(Field_type type);
+const char* name_of(Field_style style);
+
 /// A field's label, with the unit where that cannot stand behind a number: "interval in 50 ms".
 QString label_of(const Field& field);
 

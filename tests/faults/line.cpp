@@ -1,5 +1,6 @@
 // Faults of the line and of the controller behind it.
 
+#include "Pseudo_terminal.h"
 #include "Terminal.h"
 
 #include <QElapsedTimer>
@@ -46,19 +47,17 @@ private Q_SLOTS:
     /// end does not wait for it.
     void line_that_never_drains()
     {
-        const int master = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
-        QVERIFY(master >= 0 && grantpt(master) == 0 && unlockpt(master) == 0);
+        const Pseudo_terminal line;
         Terminal terminal;
         terminal.daemon.start(terminal.root.path(), terminal.bus.address(),
-                              {QStringLiteral("--port"), QString::fromLatin1(ptsname(master))});
+                              {QStringLiteral("--port"), line.device()});
         QVERIFY(wait_for([&] { return terminal.serves(); }));
-        tcflow(master, TCOOFF);
+        tcflow(line.own(), TCOOFF);
         for (int i = 0; i < 2000; ++i)
             terminal.call(QStringLiteral("device/io/output/frequency/0"), QStringLiteral("set"),
                           {uint(i)});
         QVERIFY(terminal.serves());
         QVERIFY(terminal.ends_cleanly());
-        ::close(master);
     }
 
     /// A line that stands still for a while: what waits goes out when it moves, in order.
@@ -144,27 +143,24 @@ private Q_SLOTS:
     /// Frames without a pause, from before the start to behind the end.
     void flood_from_start_to_end()
     {
-        const int master = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC | O_NONBLOCK);
-        QVERIFY(master >= 0 && grantpt(master) == 0 && unlockpt(master) == 0);
-        const QString device = QString::fromLatin1(ptsname(master));
-        const int slave = ::open(ptsname(master), O_RDWR | O_NOCTTY | O_CLOEXEC); // keeps it up
+        const Pseudo_terminal line;
         std::atomic<bool> done{false};
         std::thread flood([&] {
             const QByteArray frames =
                 Fake_controller::frame(Fake_controller::digest(300)).repeated(100);
             for (int at = 0; !done;) {
-                pollfd waited = {master, POLLIN | POLLOUT, 0};
+                pollfd waited = {line.own(), POLLIN | POLLOUT, 0};
                 poll(&waited, 1, 100);
                 char requests[256];
-                (void)!::read(master, requests, sizeof requests);
+                (void)!::read(line.own(), requests, sizeof requests);
                 const ssize_t count =
-                    ::write(master, frames.constData() + at, std::size_t(frames.size() - at));
+                    ::write(line.own(), frames.constData() + at, std::size_t(frames.size() - at));
                 at = (at + int(std::max<ssize_t>(count, 0))) % static_cast<int>(frames.size());
             }
         });
         Terminal terminal;
         terminal.daemon.start(terminal.root.path(), terminal.bus.address(),
-                              {QStringLiteral("--port"), device});
+                              {QStringLiteral("--port"), line.device()});
         const bool serves = terminal.wait_until_started() && terminal.serves();
         const bool handles = wait_for([&] {
             return terminal.get(QStringLiteral("device/io/input/frequency/0"),
@@ -173,8 +169,6 @@ private Q_SLOTS:
         const bool ends = terminal.ends_cleanly();
         done = true;
         flood.join();
-        ::close(slave);
-        ::close(master);
         QVERIFY(serves);
         QVERIFY(handles);
         QVERIFY(ends);

@@ -1,14 +1,11 @@
 // The daemon and the simulator, each at one end of a line that crosses over.
 
+#include "Pseudo_terminal.h"
 #include "Terminal.h"
 
 #include <QFile>
 #include <QSocketNotifier>
 
-#include <cstdlib>
-
-#include <fcntl.h>
-#include <termios.h>
 #include <unistd.h>
 
 namespace {
@@ -16,43 +13,21 @@ namespace {
 /// One end of the line: what the program there writes goes to the other end.
 class End {
 public:
-    End() : master_(posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC))
-    {
-        if (master_ < 0 || grantpt(master_) != 0 || unlockpt(master_) != 0)
-            qFatal("no pseudo terminal");
-        device_ = QString::fromLatin1(ptsname(master_));
-        slave_ = open(ptsname(master_), O_RDWR | O_NOCTTY | O_CLOEXEC);
-        termios settings{};
-        tcgetattr(slave_, &settings);
-        cfmakeraw(&settings);
-        tcsetattr(slave_, TCSANOW, &settings);
-    }
-    ~End()
-    {
-        notifier_.reset();
-        close(slave_);
-        close(master_);
-    }
-    End(const End&) = delete;
-    End& operator=(const End&) = delete;
-
-    const QString& device() const { return device_; }
+    const QString& device() const { return terminal_.device(); }
 
     void lead_to(const End& other)
     {
-        notifier_ = std::make_unique<QSocketNotifier>(master_, QSocketNotifier::Read);
+        notifier_ = std::make_unique<QSocketNotifier>(terminal_.own(), QSocketNotifier::Read);
         QObject::connect(notifier_.get(), &QSocketNotifier::activated, [this, &other] {
             char bytes[256];
-            const ssize_t count = read(master_, bytes, sizeof bytes);
+            const ssize_t count = read(terminal_.own(), bytes, sizeof bytes);
             if (count > 0)
-                (void)!write(other.master_, bytes, static_cast<std::size_t>(count));
+                (void)!write(other.terminal_.own(), bytes, static_cast<std::size_t>(count));
         });
     }
 
 private:
-    int master_;
-    int slave_; ///< keeps the line up before the program is there
-    QString device_;
+    Pseudo_terminal terminal_;
     std::unique_ptr<QSocketNotifier> notifier_;
 };
 

@@ -2,36 +2,12 @@
 
 #include "Message_catalogue.h"
 
+#include "Explanation.h"
 #include "Field_catalogue.h"
 
 #include <QTest>
 
 namespace {
-
-const char* type_name(Field_type type)
-{
-    switch (type) {
-    case Field_type::u8:
-        return "u8";
-    case Field_type::i8:
-        return "i8";
-    case Field_type::u16:
-        return "u16";
-    case Field_type::flag:
-        return "flag";
-    case Field_type::one_more:
-        return "u8 + 1";
-    case Field_type::bits:
-        return "bits";
-    case Field_type::two_bits:
-        return "two bits";
-    case Field_type::version:
-        return "version";
-    case Field_type::bytes:
-        return "bytes";
-    }
-    return "";
-}
 
 const char* role_name(Field_role role)
 {
@@ -64,7 +40,7 @@ QString field_text(const Field& field)
         text += QStringLiteral(" [%1]").arg(field.second);
     text += QStringLiteral(" %1 (%2) %3 %4..%5")
                 .arg(QLatin1String(field.name), QLatin1String(field.label),
-                     QLatin1String(type_name(field.type)))
+                     QLatin1String(name_of(field.type)))
                 .arg(field.least)
                 .arg(field.most);
     if (field.unit.name[0] != '\0')
@@ -159,13 +135,13 @@ const char* const written_by_hand = R"(01 -> start_up (start-up)
   [1+1] constant (constant) u8 1..1, fixed
   [2+2] value (value) u16 0..65535, not read
 2d -> configuration (configuration write or read)
-  [1+1] oem_code (OEM code) u8 + 1 0..255
+  [1+1] oem_code (OEM code) one_more 0..255
   [2+1] offset (offset) u8 0..255 4-4=power-up delay
   [3+1] value (value) u8 0..255
   [4+1] access (access) u8 0..-1 85-85=read 170-170=write
   [5+1] constant (constant) u8 1..1, fixed
 2e <- configuration_report (configuration report)
-  [1+1] oem_code (OEM code) u8 + 1 0..255
+  [1+1] oem_code (OEM code) one_more 0..255
   [2+1] offset (offset) u8 0..255 4-4=power-up delay
   [3+1] value (value) u8 0..255
 31 -> backlight (display backlight)
@@ -175,9 +151,9 @@ const char* const written_by_hand = R"(01 -> start_up (start-up)
   [1+1] level (level) u8 0..254  x 0.393701 %
   [2+1] second_level (second level) u8 0..254  x 0.393701 %, not read
 33 -> digital_outputs (digital outputs)
-  [2+1] [1] outputs (outputs) two bits 0..255 0-0=- 1-1=off 2-2=on 3-3=disabled
+  [2+1] [1] outputs (outputs) two_bits 0..255 0-0=- 1-1=off 2-2=on 3-3=disabled
 34 <- digital_outputs_report (digital output report)
-  [2+1] outputs (outputs) two bits 0..255 0-0=- 1-1=off 2-2=on 3-3=disabled
+  [2+1] outputs (outputs) two_bits 0..255 0-0=- 1-1=off 2-2=on 3-3=disabled
 35 -> digest_request (digest request)
   [1+1] interval (interval) u8 0..255 50 ms x 50 ms
 36 <- digest (digest)

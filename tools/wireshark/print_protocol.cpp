@@ -21,44 +21,6 @@ QByteArray quoted(const char* text)
     return quoted(QString::fromLatin1(text));
 }
 
-const char* name_of(Field_type type)
-{
-    switch (type) {
-    case Field_type::u8:
-        return "u8";
-    case Field_type::i8:
-        return "i8";
-    case Field_type::u16:
-        return "u16";
-    case Field_type::flag:
-        return "flag";
-    case Field_type::one_more:
-        return "one_more";
-    case Field_type::bits:
-        return "bits";
-    case Field_type::two_bits:
-        return "two_bits";
-    case Field_type::version:
-        return "version";
-    case Field_type::bytes:
-        break;
-    }
-    return "bytes";
-}
-
-const char* name_of(Field_style style)
-{
-    switch (style) {
-    case Field_style::decimal:
-        return "decimal";
-    case Field_style::hexadecimal:
-        return "hexadecimal";
-    case Field_style::named:
-        break;
-    }
-    return "named";
-}
-
 /// What stands behind a number of the field's; empty for a unit that cannot.
 QString unit_behind(const Field& field)
 {

@@ -1,6 +1,7 @@
 // dov-config-check itself, on configuration files with every mistake there is.
 
 #include "Bound_process.h"
+#include "Pseudo_terminal.h"
 #include "Waiting.h"
 
 #include <QFile>
@@ -10,8 +11,6 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
-#include <cstdlib>
-
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -20,40 +19,16 @@ namespace {
 
 constexpr int deadline_ms = 60000;
 
-/// The other end of a terminal, as the program's output.
-class Pseudo_terminal {
-public:
-    Pseudo_terminal() : master_(posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC))
-    {
-        grantpt(master_);
-        unlockpt(master_);
-        slave_ = open(ptsname(master_), O_RDWR | O_NOCTTY | O_CLOEXEC);
-    }
-    ~Pseudo_terminal()
-    {
-        close(slave_);
-        close(master_);
-    }
-    Pseudo_terminal(const Pseudo_terminal&) = delete;
-    Pseudo_terminal& operator=(const Pseudo_terminal&) = delete;
-
-    int slave() const { return slave_; }
-
-    /// Takes what has been written so far.
-    QByteArray take()
-    {
-        QByteArray text;
-        char bytes[4096];
-        for (ssize_t count = read(master_, bytes, sizeof bytes); count > 0;
-             count = read(master_, bytes, sizeof bytes))
-            text.append(bytes, static_cast<int>(count));
-        return text;
-    }
-
-private:
-    int master_;
-    int slave_;
-};
+/// Takes what has been written to a terminal so far.
+QByteArray take(const Pseudo_terminal& terminal)
+{
+    QByteArray text;
+    char bytes[4096];
+    for (ssize_t count = read(terminal.own(), bytes, sizeof bytes); count > 0;
+         count = read(terminal.own(), bytes, sizeof bytes))
+        text.append(bytes, static_cast<int>(count));
+    return text;
+}
 
 /// A power configuration whose state "on" has these entries, one a line from line 3 on.
 QByteArray power(const QByteArray& entries)
@@ -349,14 +324,14 @@ private Q_SLOTS:
         QCOMPARE_LACKS(output_, '\033');
         Pseudo_terminal terminal;
         Bound_process process;
-        process.redirect(STDOUT_FILENO, terminal.slave());
+        process.redirect(STDOUT_FILENO, terminal.other());
         QCOMPARE(run(process, program_, files()), 5);
-        const QByteArray shown = terminal.take();
+        const QByteArray shown = take(terminal);
         QCOMPARE_STARTS(shown, "\033[31m");
         QCOMPARE_CONTAINS(shown, "\033[33moff\033[0m");
         QCOMPARE_CONTAINS(shown, "\033[32mon \033[0m");
         QCOMPARE(run(process, program_, files() << QStringLiteral("--json")), 5);
-        QCOMPARE_LACKS(terminal.take(), '\033');
+        QCOMPARE_LACKS(take(terminal), '\033');
     }
 
     void wrong_usage_and_a_full_disk_have_their_own_status()

@@ -1,10 +1,7 @@
 #include "Flawed_controller.h"
 
 #include <algorithm>
-#include <cstdlib>
 
-#include <fcntl.h>
-#include <termios.h>
 #include <unistd.h>
 
 namespace {
@@ -27,34 +24,16 @@ bool is_good(const QByteArray& frame)
 
 } // namespace
 
-Flawed_controller::Flawed_controller(Flaw flaw)
-    : flaw_(flaw), master_(posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC | O_NONBLOCK))
+Flawed_controller::Flawed_controller(Flaw flaw) : flaw_(flaw)
 {
-    if (master_ < 0 || grantpt(master_) != 0 || unlockpt(master_) != 0)
-        qFatal("no pseudo terminal");
-    const char* name = ptsname(master_);
-    device_ = QString::fromLatin1(name);
-    slave_ = open(name, O_RDWR | O_NOCTTY | O_CLOEXEC);
-    termios settings{};
-    tcgetattr(slave_, &settings);
-    cfmakeraw(&settings);
-    tcsetattr(slave_, TCSANOW, &settings);
-    notifier_ = std::make_unique<QSocketNotifier>(master_, QSocketNotifier::Read);
-    connect(notifier_.get(), &QSocketNotifier::activated, this, &Flawed_controller::receive);
+    connect(&notifier_, &QSocketNotifier::activated, this, &Flawed_controller::receive);
     clock_.start();
-}
-
-Flawed_controller::~Flawed_controller()
-{
-    notifier_.reset();
-    close(slave_);
-    close(master_);
 }
 
 void Flawed_controller::receive()
 {
     char bytes[256];
-    const ssize_t count = read(master_, bytes, sizeof bytes);
+    const ssize_t count = read(line_.own(), bytes, sizeof bytes);
     if (count <= 0)
         return;
     const qint64 now_ms = clock_.elapsed();
@@ -130,6 +109,7 @@ void Flawed_controller::send(const Message& message)
     frame.append(static_cast<char>(sum_of(frame)));
     if (flaw_ == Flaw::mumbles)
         frame.prepend("um");
-    if (write(master_, frame.constData(), static_cast<std::size_t>(frame.size())) != frame.size())
+    if (write(line_.own(), frame.constData(), static_cast<std::size_t>(frame.size())) !=
+        frame.size())
         qFatal("the line is full");
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Controller_model.h"
+#include "Pseudo_terminal.h"
 
 #include <QElapsedTimer>
 #include <QObject>
@@ -33,9 +34,8 @@ public:
     };
 
     explicit Flawed_controller(Flaw flaw);
-    ~Flawed_controller() override;
 
-    const QString& device() const { return device_; }
+    const QString& device() const { return line_.device(); }
 
 private:
     void receive();
@@ -45,10 +45,8 @@ private:
     void send(const Message& message);
 
     Flaw flaw_;
-    int master_;
-    int slave_; ///< kept open, so that the line stays up without a host
-    QString device_;
-    std::unique_ptr<QSocketNotifier> notifier_;
+    Pseudo_terminal line_;
+    QSocketNotifier notifier_{line_.own(), QSocketNotifier::Read};
     QByteArray pending_;
     QElapsedTimer clock_;
     qint64 last_byte_ms_ = 0;

@@ -4,7 +4,6 @@
 #include <QFile>
 
 #include <cerrno>
-#include <cstdlib>
 
 #include <fcntl.h>
 #include <poll.h>
@@ -13,14 +12,6 @@
 namespace {
 
 constexpr int patience_ms = 30000;
-
-void make_raw(int descriptor)
-{
-    termios settings{};
-    tcgetattr(descriptor, &settings);
-    cfmakeraw(&settings);
-    tcsetattr(descriptor, TCSANOW, &settings);
-}
 
 } // namespace
 
@@ -33,21 +24,13 @@ Tapped_line::~Tapped_line()
 void Tapped_line::pull_out()
 {
     QFile::remove(device());
-    for (int* end : {&device_, &controller_}) {
-        if (*end >= 0)
-            ::close(*end);
-        *end = -1;
-    }
+    terminal_.reset();
 }
 
 void Tapped_line::plug_in()
 {
-    controller_ = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC | O_NONBLOCK);
-    if (controller_ < 0 || grantpt(controller_) != 0 || unlockpt(controller_) != 0)
-        qFatal("no pseudo terminal");
-    device_ = ::open(ptsname(controller_), O_RDWR | O_NOCTTY | O_CLOEXEC);
-    make_raw(device_);
-    QFile::link(QString::fromLocal8Bit(ptsname(controller_)), device());
+    terminal_.emplace();
+    QFile::link(terminal_->device(), device());
 }
 
 bool Tapped_line::open_host()
@@ -55,9 +38,13 @@ bool Tapped_line::open_host()
     close_host();
     host_ =
         ::open(QFile::encodeName(link()).constData(), O_RDWR | O_NOCTTY | O_CLOEXEC | O_NONBLOCK);
-    if (host_ >= 0)
-        make_raw(host_);
-    return host_ >= 0;
+    if (host_ < 0)
+        return false;
+    termios settings{};
+    tcgetattr(host_, &settings);
+    cfmakeraw(&settings);
+    tcsetattr(host_, TCSANOW, &settings);
+    return true;
 }
 
 void Tapped_line::close_host()
@@ -70,7 +57,7 @@ void Tapped_line::close_host()
 termios Tapped_line::device_settings() const
 {
     termios settings{};
-    tcgetattr(device_, &settings);
+    tcgetattr(terminal_->other(), &settings);
     return settings;
 }
 

@@ -1,8 +1,12 @@
 #pragma once
 
+#include "Pseudo_terminal.h"
+
 #include <QByteArray>
 #include <QString>
 #include <QTemporaryDir>
+
+#include <optional>
 
 #include <termios.h>
 
@@ -27,7 +31,7 @@ public:
     bool open_host();
     void close_host();
 
-    int controller() const { return controller_; }
+    int controller() const { return terminal_ ? terminal_->own() : -1; }
     int host() const { return host_; }
 
     /// The settings of the device.
@@ -37,11 +41,11 @@ public:
     bool host_is_hung_up() const;
 
     /// Sends bytes; from the controller's end, or from the host's.
-    void send_from_controller(const QByteArray& bytes) const { send(controller_, bytes); }
+    void send_from_controller(const QByteArray& bytes) const { send(controller(), bytes); }
     void send_from_host(const QByteArray& bytes) const { send(host_, bytes); }
 
     /// Waits for so many bytes at an end and returns them; fewer when they do not come.
-    QByteArray controller_hears(int count) const { return receive(controller_, count); }
+    QByteArray controller_hears(int count) const { return receive(controller(), count); }
     QByteArray host_hears(int count) const { return receive(host_, count); }
 
 private:
@@ -49,7 +53,6 @@ private:
     static QByteArray receive(int end, int count);
 
     QTemporaryDir directory_;
-    int controller_ = -1;
-    int device_ = -1; ///< kept open, so that the settings stay
+    std::optional<Pseudo_terminal> terminal_;
     int host_ = -1;
 };

@@ -82,6 +82,11 @@ class Check_flaws : public QObject {
     }
 
 private Q_SLOTS:
+    void cleanup()
+    {
+        for (auto& trial : trials_)
+            trial.second.check.set_asked(false);
+    }
     void cleanupTestCase() { trials_.clear(); }
 
     void each_flaw_fails_what_is_about_it_data()

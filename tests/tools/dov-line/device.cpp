@@ -3,6 +3,7 @@
 #include "Controller_process.h"
 #include "Fake_controller.h"
 #include "Line_process.h"
+#include "Pseudo_terminal.h"
 #include "Waiting.h"
 
 #include <QJsonDocument>
@@ -234,19 +235,16 @@ private Q_SLOTS:
     void a_device_is_set_as_the_daemon_sets_it_and_put_back()
     {
         // Its end is not raw, so that what the program does can be told from what it found.
-        const int master = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
-        QVERIFY(master >= 0 && grantpt(master) == 0 && unlockpt(master) == 0);
-        const QString device = QString::fromLatin1(ptsname(master));
-        const int slave = ::open(ptsname(master), O_RDWR | O_NOCTTY | O_CLOEXEC);
+        const Pseudo_terminal terminal(Pseudo_terminal::Mode::as_it_comes);
         termios before{};
-        QCOMPARE(tcgetattr(slave, &before), 0);
+        QCOMPARE(tcgetattr(terminal.other(), &before), 0);
         QVERIFY((before.c_lflag & ICANON) != 0);
         Line_process process;
-        process.start({QStringLiteral("listen"), QStringLiteral("--device"), device,
+        process.start({QStringLiteral("listen"), QStringLiteral("--device"), terminal.device(),
                        QStringLiteral("--baudrate"), QStringLiteral("9600")});
         termios during{};
         QVERIFY(wait_for([&] {
-            tcgetattr(slave, &during);
+            tcgetattr(terminal.other(), &during);
             return (during.c_lflag & ICANON) == 0 && cfgetospeed(&during) == B9600;
         }));
         QCOMPARE(during.c_cflag & (CSIZE | PARENB | CREAD | CLOCAL),
@@ -255,10 +253,8 @@ private Q_SLOTS:
         process.signal(SIGTERM);
         QCOMPARE(process.end().status, 0);
         termios after{};
-        QCOMPARE(tcgetattr(slave, &after), 0);
+        QCOMPARE(tcgetattr(terminal.other(), &after), 0);
         QCOMPARE(after.c_lflag, before.c_lflag);
-        ::close(slave);
-        ::close(master);
     }
 
     void a_hang_up_is_said()

@@ -241,8 +241,6 @@ QString Web_server::Work::start()
     info.iface = address_.constData();
     info.protocols = protocols.data();
     info.user = this;
-    info.gid = static_cast<gid_t>(-1);
-    info.uid = static_cast<uid_t>(-1);
     info.server_string = "dov-panel";
     info.fd_limit_per_thread = most_connections;
     info.keepalive_timeout = keep_alive_s;

@@ -34,9 +34,11 @@ echo "install-packages: installing ${missing[*]}" >&2
 "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
     apt-get "${options[@]}" install -y --no-install-recommends "${missing[@]}" >&2
 
-# Its promtool is wanted; the server itself is to run on nobody's machine unasked.
-case " ${missing[*]} " in
-    *" prometheus "*)
-        [ ! -d /run/systemd/system ] || "${as_root[@]}" systemctl disable --now prometheus >&2
-        ;;
-esac
+# Their tools are wanted; the servers themselves are to run on nobody's machine unasked.
+for server in prometheus mosquitto; do
+    case " ${missing[*]} " in
+        *" $server "*)
+            [ ! -d /run/systemd/system ] || "${as_root[@]}" systemctl disable --now "$server" >&2
+            ;;
+    esac
+done

@@ -8,18 +8,20 @@ private Q_SLOTS:
     {
         QTest::addColumn<int>("style");
         QTest::addColumn<QByteArray>("text");
-        QTest::newRow("lower spaced") << int(Byte_style::lower_spaced) << QByteArray("00 0a ff ");
-        QTest::newRow("lower joined") << int(Byte_style::lower_joined) << QByteArray("000aff");
-        QTest::newRow("padded spaced") << int(Byte_style::padded_spaced) << QByteArray(" 0  a ff ");
-        QTest::newRow("padded joined") << int(Byte_style::padded_joined) << QByteArray(" 0 aff");
-        QTest::newRow("upper joined") << int(Byte_style::upper_joined) << QByteArray("000AFF");
+        QTest::newRow("lower spaced")
+            << int(Byte_style::lower_spaced) << QByteArray("00 0f 10 ff ");
+        QTest::newRow("lower joined") << int(Byte_style::lower_joined) << QByteArray("000f10ff");
+        QTest::newRow("padded spaced")
+            << int(Byte_style::padded_spaced) << QByteArray(" 0  f 10 ff ");
+        QTest::newRow("padded joined") << int(Byte_style::padded_joined) << QByteArray(" 0 f10ff");
+        QTest::newRow("upper joined") << int(Byte_style::upper_joined) << QByteArray("000F10FF");
     }
     void styles()
     {
         QFETCH(int, style);
         QFETCH(QByteArray, text);
-        const uchar data[] = {0x00, 0x0a, 0xff};
-        const Byte_text bytes(static_cast<Byte_style>(style), data, 3);
+        const uchar data[] = {0x00, 0x0f, 0x10, 0xff};
+        const Byte_text bytes(static_cast<Byte_style>(style), data, sizeof data);
         QCOMPARE(QByteArray(bytes.view().data(), int(bytes.view().size())), text);
     }
 };

@@ -48,6 +48,14 @@ private Q_SLOTS:
                  from_host);
     }
 
+    void two_bytes_are_a_sync_pair_or_none()
+    {
+        QVERIFY(Frame::has_sync(QByteArray::fromHex("18ef")));
+        QVERIFY(Frame::has_sync(QByteArray::fromHex("18ef59")));
+        for (const char* other : {"", "18", "ef18", "19ef", "18ee"})
+            QVERIFY2(!Frame::has_sync(QByteArray::fromHex(other)), other);
+    }
+
     void checksums_data()
     {
         QTest::addColumn<QByteArray>("payload");

@@ -162,6 +162,16 @@ private Q_SLOTS:
         QVERIFY2(!words.has_failed(), qPrintable(words.error()));
     }
 
+    /// The manual page has it.
+    void pieces_of_a_split_frame_are_20_ms_apart_by_default()
+    {
+        Bench_controller bench;
+        Words words("split 4");
+        parse_command(words)(bench);
+        QCOMPARE(bench.faults.settings().split_size, 4);
+        QCOMPARE(bench.faults.settings().split_gap_ms, qint64{20});
+    }
+
     void a_state_is_told_as_commands_that_bring_it_about()
     {
         const auto run = [](Bench_controller& bench, const QByteArray& text) {

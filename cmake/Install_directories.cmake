@@ -4,7 +4,7 @@
 include(GNUInstallDirs)
 set(DOV_UNIT_DIR "lib/systemd/system" CACHE STRING "systemd's units")
 set(DOV_UDEV_RULES_DIR "lib/udev/rules.d" CACHE STRING "udev's rules")
-set(DOV_SYSUSERS_DIR "lib/sysusers.d" CACHE STRING "Groups that systemd-sysusers makes")
+set(DOV_SYSUSERS_DIR "lib/sysusers.d" CACHE STRING "Users and groups that systemd-sysusers makes")
 set(DOV_BUS_POLICY_DIR "${CMAKE_INSTALL_DATADIR}/dbus-1/system.d" CACHE STRING
   "Policies of the system bus")
 set(DOV_BUS_SERVICES_DIR "${CMAKE_INSTALL_DATADIR}/dbus-1/system-services" CACHE STRING

@@ -47,6 +47,7 @@ OPTIONAL = {
         ("CMAKE_INSTALL_BINDIR", "", TOOLS),
         ("DOV_COMPLETION_DIR", "", TOOLS),
         ("DOV_UNIT_DIR", "", ["dov-line-tap.service", "dov-metrics.service"]),
+        ("DOV_SYSUSERS_DIR", "", ["dov-metrics.conf"]),
         ("DOV_WIRESHARK_PLUGIN_DIR", "", ["dov.lua"]),
         ("DOV_WIRESHARK_EXTCAP_DIR", "", ["dov-line-extcap"]),
     ],

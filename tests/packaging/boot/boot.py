@@ -1,9 +1,10 @@
 #!/usr/bin/python3
 """Boots systemd with the shipped unit in a sandbox and reports what driver.py has seen there.
 
-    boot.py PROGRAM UNIT [TAP_PROGRAM TAP_UNIT]
+    boot.py PROGRAM UNIT [TAP_PROGRAM TAP_UNIT WATCH METRICS_UNIT]
 
-With the tap's, the daemon also runs over it, by the drop-in beside its unit.
+With the tap's, the daemon also runs over it, by the drop-in beside its unit; with those behind, its
+metrics are kept.
 
 The sandbox has process, network, mount and control-group namespaces of its own, a file system
 put together from temporary directories and read-only parts of /usr, an invented /sys, and a stub
@@ -166,7 +167,10 @@ def make_etc(etc: Path) -> None:
     for name in ("passwd", "nsswitch.conf", "ld.so.cache"):
         if Path("/etc", name).exists():
             shutil.copy(Path("/etc", name), etc)
-    write(etc / "group", Path("/etc/group").read_text() + "\ndov:x:64000:daemon\n")
+    with (etc / "passwd").open("a") as users:
+        users.write("\ndov-metrics:x:64001:64001::/:/usr/sbin/nologin\n")
+    write(etc / "group", Path("/etc/group").read_text()
+          + "\ndov:x:64000:daemon\ndov-metrics:x:64001:\n")
     write(etc / "machine-id", "0123456789abcdef0123456789abcdef\n")
     write(etc / "bsp_version_short", "1.2\n")
     for name in ("power_manage.conf", "oem_profile.conf"):
@@ -189,7 +193,13 @@ def make_tap(root: Path, program: str, unit: Path) -> None:
     shutil.copy(unit.parent / "tap.conf.example", root / "etc/tap.conf")
 
 
-def make_world(root: Path, program: str, unit: str, *tap: str) -> None:
+def make_metrics(root: Path, watch: str, unit: Path) -> None:
+    """Systemd looks for the program itself."""
+    shutil.copy(watch, root / "sbin/dov-watch")
+    shutil.copy(unit, root / "units")
+
+
+def make_world(root: Path, program: str, unit: str, *tools: str) -> None:
     (root / "units").mkdir()
     make_units(root / "units", Path(unit).read_text())
     make_bus(root / "bus")
@@ -198,8 +208,9 @@ def make_world(root: Path, program: str, unit: str, *tap: str) -> None:
     write(root / "nv/info/SERIAL_NUMBER", "SN-1\n")
     (root / "sbin").mkdir()
     shutil.copy(program, root / "sbin/dov-dbus")
-    if tap:
-        make_tap(root, tap[0], Path(tap[1]))
+    if tools:
+        make_tap(root, tools[0], Path(tools[1]))
+        make_metrics(root, tools[2], Path(tools[3]))
     write(root / "stub", STUB, 0o755)
     write(root / "udev-control", "")
     (root / "report").mkdir()

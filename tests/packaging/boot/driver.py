@@ -15,6 +15,10 @@ from typing import Callable
 SYSTEMCTL = "/driver/systemctl"
 UNIT = "dov-dbus.service"
 TAP = "dov-line-tap.service"
+METRICS = "dov-metrics.service"
+METRICS_FILE = Path("/run/dov-metrics/dov.prom")
+# Tenths of systemd's exposure level.
+MOST_EXPOSED = 6
 SERVICE = "com.quorin.system"
 PREFIX = "/com/quorin/system"
 PORT = Path("/dev/dov/controller")
@@ -45,7 +49,8 @@ def wait_for(what: str, happened: Callable[[], bool]) -> None:
     end = time.monotonic() + DEADLINE
     while not happened():
         if time.monotonic() > end:
-            raise TimeoutError(f"{what}: {systemctl('status', UNIT)} {systemctl('status', TAP)}")
+            units = systemctl("status", UNIT, TAP, METRICS)
+            raise TimeoutError(f"{what}: {units}")
         time.sleep(0.05)
     print(f"seen: {what}", flush=True)
 
@@ -274,6 +279,48 @@ def can_be_tapped(adapter: Adapter) -> None:
     wait_for("back without the tap", lambda: serves() and adapter.hears())
 
 
+def metrics() -> str:
+    try:
+        return METRICS_FILE.read_text()
+    except FileNotFoundError:
+        return ""
+
+
+def version_of_metrics() -> tuple[int, int]:
+    status = METRICS_FILE.stat()
+    return status.st_ino, status.st_mtime_ns
+
+
+def keeps_metrics(adapter: Adapter) -> None:
+    del adapter
+    if not Path("/usr/lib/systemd/system", METRICS).exists():
+        return
+    systemctl("start", METRICS)
+    wait_for("metrics of the service", lambda: "\ndov_service_up 1\n" in metrics())
+    before = version_of_metrics()
+    wait_for("the file is replaced", lambda: version_of_metrics() != before)
+    status = METRICS_FILE.stat()
+    expect("it belongs to a user of its own, and everybody reads it",
+           status.st_uid != 0 and status.st_mode & 0o777 == 0o644)
+    checked = subprocess.run(["promtool", "check", "metrics"], input=metrics(), text=True,
+                             capture_output=True, check=False)
+    print(checked.stdout, checked.stderr, flush=True)
+    expect("promtool has nothing to say", checked.returncode == 0 and not checked.stderr)
+    exposure = run("systemd-analyze", "security", "--no-pager", f"--threshold={MOST_EXPOSED}",
+                   METRICS)
+    print(exposure.stdout[-200:], exposure.stderr, flush=True)
+    expect("it is exposed to next to nothing", exposure.returncode == 0)
+    process = state("MainPID", METRICS)
+    systemctl("stop", UNIT)
+    wait_for("metrics without the service", lambda: "\ndov_service_up 0\n" in metrics())
+    systemctl("start", UNIT)
+    wait_for("metrics with the service again", lambda: "\ndov_service_up 1\n" in metrics())
+    expect("by the same process", state("MainPID", METRICS) == process)
+    systemctl("stop", METRICS)
+    expect("stopped, it leaves no file", not METRICS_FILE.exists()
+           and state("Result", METRICS) == "success")
+
+
 def can_do_its_work(adapter: Adapter) -> None:
     del adapter
     expect("nothing was switched off", not Path("/tmp/systemctl.calls").exists())
@@ -303,7 +350,7 @@ def main() -> None:
     adapter = Adapter()
     for part in (starts_with_its_device, survives_the_bus, survives_the_line,
                  survives_its_own_end, stops_cleanly, obeys_its_group, can_be_tapped,
-                 can_do_its_work):
+                 keeps_metrics, can_do_its_work):
         part(adapter)
 
 

@@ -33,6 +33,8 @@ Tap_observer::Tap_observer(const Line_clock& clock, const Line_tap& tap, Record_
 {
     connect(&notifier_, &QSocketNotifier::activated, this, &Tap_observer::take);
     quiet_timer_.setSingleShot(true);
+    // A coarse one may end before the last request's time is over.
+    quiet_timer_.setTimerType(Qt::PreciseTimer);
     quiet_timer_.setInterval(quiet_ms);
     connect(&quiet_timer_, &QTimer::timeout, this, [this] {
         analysis_.pass(clock_.now_us());

@@ -12,7 +12,7 @@ DEADLINE = 30.0
 # The code points of the WebDriver standard.
 KEYS = {
     "Backspace": "\ue003", "Tab": "\ue004", "Enter": "\ue007", "Shift": "\ue008",
-    "Control": "\ue009", "Escape": "\ue00c", " ": "\ue00d", "PageUp": "\ue00e",
+    "Control": "\ue009", "Escape": "\ue00c", "PageUp": "\ue00e",
     "PageDown": "\ue00f", "End": "\ue010", "Home": "\ue011", "ArrowLeft": "\ue012",
     "ArrowUp": "\ue013", "ArrowRight": "\ue014", "ArrowDown": "\ue015", "Delete": "\ue017",
 }

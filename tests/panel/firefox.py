@@ -82,11 +82,12 @@ class Firefox(Browser):
                 return message["result"]
 
     def first_page(self) -> Page:
-        tree = self._command("browsingContext.getTree")
-        return Page(self, tree["contexts"][0]["context"])
+        # Keys do nothing in the window of the start: its address line has the focus.
+        return self.new_page()
 
     def new_page(self) -> Page:
-        return Page(self, self._command("browsingContext.create", type="window")["context"])
+        self._focused = str(self._command("browsingContext.create", type="window")["context"])
+        return Page(self, self._focused)
 
     def close_page(self, page: Page) -> None:
         self._command("browsingContext.close", context=page.handle)
@@ -102,6 +103,9 @@ class Firefox(Browser):
         return str(answer["result"]["value"])
 
     def _act(self, handle: str, kind: str, actions: list[dict[str, Any]]) -> None:
+        if handle != self._focused:
+            self._command("browsingContext.activate", context=handle)
+            self._focused = handle
         self._command("input.performActions", context=handle,
                       actions=[{"type": kind, "id": kind, "actions": actions}])
 

@@ -15,7 +15,7 @@ class Live:
     def __init__(self, port: int, *, origin: str | None = None, host: str | None = None,
                  path: str = "/live", protocols: tuple[str, ...] = (PROTOCOL,)) -> None:
         self.seen: list[dict[str, Any]] = []
-        self._count = 0
+        self._count = 1000  # not what a message that is wrong might have
         self._socket = websocket.create_connection(
             f"ws://127.0.0.1:{port}{path}", timeout=DEADLINE, subprotocols=list(protocols),
             origin=origin or f"http://127.0.0.1:{port}", host=host)

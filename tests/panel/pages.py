@@ -2,9 +2,7 @@
 from __future__ import annotations
 
 from panel_world import object_path
-from stage import Page_test
-
-CAN_CHANGE = """return document.body.dataset.changing === arguments[0];"""
+from stage import CAN_CHANGE, Page_test
 
 # Every control that could change something, as a person finds it.
 CONTROLS = """[...document.querySelectorAll(

@@ -91,13 +91,17 @@ class Panel_world(World):
             command.append("--control")
         (self.root / "panel.log").write_text("")
         self._start("panel", command)
-        self.wait_for("the panel", lambda: "\n" in self.log("panel") or self._children[-1].poll())
-        address = re.search(r"^dov-panel: (http://127\.0\.0\.1:(\d+)/\S*)$", self.log("panel"),
-                            re.MULTILINE)
+        self.wait_for("the panel", lambda: self._printed_address() is not None
+                      or self._children[-1].poll() is not None)
+        address = self._printed_address()
         if address is None:
             raise RuntimeError("the panel does not start: " + self.log("panel"))
         self.url = address[1]
         self._port = int(address[2])  # the same one when it comes back
+
+    def _printed_address(self) -> re.Match[str] | None:
+        return re.search(r"^dov-panel: (http://127\.0\.0\.1:(\d+)/\S*)\n", self.log("panel"),
+                         re.MULTILINE)
 
     @property
     def port(self) -> int:

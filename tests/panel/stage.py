@@ -21,6 +21,10 @@ AT_REST = ["healthy", "generation profile", "line15 1", "ignition on", "button u
 EXPECTED_OF_A_SERVER_THAT_GOES = ("WebSocket connection to", "can’t establish a connection",
                                   "was interrupted while the page was loading")
 
+# Of what the daemon and a test reckon of the same number.
+LEAST_DIFFERENCE = 1e-9
+
+CAN_CHANGE = "return document.body.dataset.changing === arguments[0];"
 VALUE = "return document.querySelector(arguments[0]).innerText.trim() === arguments[1];"
 STATE_OF_PARTNER = """return document.querySelector(
     `[data-partner="${arguments[0]}"]`).dataset.state === arguments[1];"""
@@ -65,6 +69,7 @@ class Page_test(unittest.TestCase):
         self.browser.console()
         self.world.bench(*AT_REST)
         self.open(self.page, self.world.url)
+        self.page.until("it may change", CAN_CHANGE, "true")
 
     def open(self, page: Page, address: str) -> None:
         """From nothing: another fragment alone would not load it."""
@@ -127,6 +132,8 @@ class Page_test(unittest.TestCase):
         def has() -> bool:
             nonlocal found
             found = self.world.call(object_path(short), method)
+            if isinstance(value, float):
+                return abs(float(found) - value) < LEAST_DIFFERENCE
             return bool(found == value)
         try:
             self.world.wait_for(short, has)

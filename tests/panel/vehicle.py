@@ -1,8 +1,7 @@
 """The vehicle: every control, from the page over the line to the bus, and back to the page."""
 from __future__ import annotations
 
-from live import Live
-from panel_world import CATALOGUE, object_path
+from panel_world import CATALOGUE
 from stage import Page_test
 
 # An input of the controller's, the object that it moves, and the object's value for the input's.
@@ -129,16 +128,11 @@ class Vehicle(Page_test):
         self.shows(self.value_selector("power/ignition", "is_on"), "on")
 
     def test_button(self) -> None:
-        button = [row["path"] for row in CATALOGUE["objects"]].index(object_path("power/button"))
-        with Live(self.world.port) as live:
-            live.receive_type("hello")
-            self.page.click('[data-word="button press"]')
-            live.receive(lambda message: message["type"] == "values" and any(
-                value[:2] == [button, "short_press"] and value[2] is not None
-                for value in message["values"]))
-        self.page.until("the press is shown", "return document.querySelector(arguments[0])"
-                        ".innerText.startsWith('short press');",
-                        self.value_selector("power/button", "short_press"))
+        heard = "Got message 1c"
+        before = self.world.log("daemon").count(heard)
+        self.page.click('[data-word="button press"]')
+        self.world.wait_for("the press", lambda:
+                            self.world.log("daemon").count(heard) == before + 1)
         self.page.click('[data-word="button"]')
         self.bench_has("the button is held", "button_down", value=True)
         self.page.click('[data-word="button"]')
@@ -160,8 +154,7 @@ class Vehicle(Page_test):
         for fault, number, key, value in (
                 ("silence", None, "silence", True), ("late", "40", "late_ms", 40),
                 ("corrupt", "25", "corrupt_percent", 25),
-                ("split", "5", "split_size", 5), ("double", None, "double", True),
-                ("disconnect", None, "disconnected", True)):
+                ("split", "5", "split_size", 5), ("double", None, "double", True)):
             with self.subTest(fault):
                 if number is not None:
                     self.enter(f'[data-fault-value="{fault}"]', number)
@@ -173,6 +166,18 @@ class Vehicle(Page_test):
                 self.page.click(switch)
                 self.bench_has(f"no {fault}", "faults", key, value=type(value)())
                 self.is_checked(switch, False)
+
+    def test_cut_line(self) -> None:
+        # The daemon opens its line once; another one finds what has come in its place.
+        self.addCleanup(self.world.start, "daemon")
+        self.addCleanup(self.world.stop, "daemon")
+        switch = '[data-fault="disconnect"]'
+        self.page.click(switch)
+        self.bench_has("the line is cut", "faults", "disconnected", value=True)
+        self.is_checked(switch, True)
+        self.page.click(switch)
+        self.bench_has("the line is whole", "faults", "disconnected", value=False)
+        self.is_checked(switch, False)
 
     def test_wrong_addresses(self) -> None:
         self.page.click('[data-fault="addresses"]')

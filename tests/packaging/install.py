@@ -55,6 +55,7 @@ OPTIONAL = {
         ("CMAKE_INSTALL_BINDIR", "", ["dov-panel"]),
         ("DOV_COMPLETION_DIR", "", ["dov-panel"]),
         ("DOV_UNIT_DIR", "", ["dov-panel.service"]),
+        ("DOV_SYSUSERS_DIR", "", ["dov-panel.conf"]),
     ],
     frozenset({"DOV_DOCS", "DOV_TOOLS", "DOV_PANEL"}): [
         ("CMAKE_INSTALL_MANDIR", "man1", ["dov-panel.1"]),

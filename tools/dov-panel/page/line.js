@@ -128,10 +128,8 @@ export class Line_view {
             if (counter.is_bad)
                 put_attribute(counter.text, "data-bad", String(value > 0));
         }
-        const answers = Object.entries(this.counters_.answers ?? {});
-        by_id("answers-block").hidden = answers.length === 0;
         if (by_id("answers-block").open)
-            this.draw_answers_(answers);
+            this.draw_answers_(Object.entries(this.counters_.answers ?? {}));
     }
 
     draw_answers_(answers) {

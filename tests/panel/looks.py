@@ -104,7 +104,7 @@ class Looks(Page_for_everybody):
             if not at["marked"]:
                 hidden.append(at["html"])
         missed = self.page.run(CONTROLS + """return controls.filter((each) =>
-            !arguments[0].includes(each.dataset.reached)
+            each.dataset.reached !== undefined && !arguments[0].includes(each.dataset.reached)
             && (each.type !== "radio" || each.checked)).map((each) =>
                 each.outerHTML.slice(0, 150));""", sorted(reached))
         self.assertEqual([], missed, "not reached by Tab")

@@ -88,7 +88,7 @@ QString listening_error(const QByteArray& address, int port)
     const int result = is_v6 ? ::bind(descriptor, reinterpret_cast<sockaddr*>(&v6), sizeof v6)
                              : ::bind(descriptor, reinterpret_cast<sockaddr*>(&v4), sizeof v4);
     const bool is_good = descriptor >= 0 && result == 0 && ::listen(descriptor, 1) == 0;
-    const QString why = is_good ? QString() : QString::fromLocal8Bit(std::strerror(errno));
+    QString why = is_good ? QString() : QString::fromLocal8Bit(std::strerror(errno));
     if (descriptor >= 0)
         ::close(descriptor);
     return why;

@@ -23,7 +23,7 @@ echo "lintian"
 lintian --allow-root --fail-on error,warning "$packages"/dov-dbus_*.changes
 
 echo "what is in the packages"
-for package in dov-dbus dov-dbus-tools dov-dbus-dev dov-dbus-wireshark python3-dov; do
+for package in dov-dbus dov-dbus-tools dov-dbus-dev dov-dbus-wireshark dov-panel python3-dov; do
     file=("$packages/${package}"_*.deb)
     dpkg-deb --fsys-tarfile "${file[0]}" |
         tar --list --verbose --numeric-owner >"$work/$package.list"

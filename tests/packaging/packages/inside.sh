@@ -18,9 +18,9 @@ traces() {
     find /etc /usr /lib /sbin /bin /var /opt /srv /media -xdev \
         ! -path '/var/lib/apt/*' ! -path '/var/tmp/*' \
         ! -path '/var/lib/dpkg/*' ! -path '/var/log/*' ! -path '/var/cache/*' \
-        ! -name '*.pyc' ! -path '*/__pycache__*' ! -path /etc/group- ! -path /etc/gshadow- \
+        ! -name '*.pyc' ! -path '*/__pycache__*' ! -path '/etc/*-' \
         -printf '%p %y %m %U %G %l\n' | sort
-    sha256sum /etc/group /etc/gshadow
+    sha256sum /etc/group /etc/gshadow /etc/passwd /etc/shadow
 }
 
 # Small images leave out documents, which are looked at here.
@@ -33,7 +33,7 @@ rm -f /usr/sbin/policy-rc.d
 mkdir -p /etc/systemd/system /etc/udev/rules.d
 traces >/tmp/before
 dpkg --install dov-dbus_*.deb dov-dbus-tools_*.deb dov-dbus-dev_*.deb dov-dbus-wireshark_*.deb \
-    python3-dov_*.deb >/tmp/install.log 2>&1 ||
+    dov-panel_*.deb python3-dov_*.deb >/tmp/install.log 2>&1 ||
     fail "$(cat /tmp/install.log)"
 
 getent group dov >/dev/null || fail "no group dov"
@@ -109,7 +109,7 @@ dpkg --install dov-dbus_*.deb >/tmp/upgrade.log 2>&1 || fail "$(cat /tmp/upgrade
 asked_for try-restart || fail "an upgrade does not restart the daemon"
 ! asked_for 'start|restart|stop|enable' || fail "an upgrade does more than restart the daemon"
 
-dpkg --purge python3-dov dov-dbus-wireshark dov-dbus-dev dov-dbus-tools dov-dbus \
+dpkg --purge python3-dov dov-panel dov-dbus-wireshark dov-dbus-dev dov-dbus-tools dov-dbus \
     >/tmp/purge.log 2>&1 || fail "$(cat /tmp/purge.log)"
 asked_for stop || fail "a removal does not stop the daemon"
 traces >/tmp/after

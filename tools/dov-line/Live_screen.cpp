@@ -98,9 +98,9 @@ void Live_screen::watch_keys()
     tcsetattr(STDIN_FILENO, TCSANOW, &settings);
     keys_ = std::make_unique<QSocketNotifier>(STDIN_FILENO, QSocketNotifier::Read);
     connect(keys_.get(), &QSocketNotifier::activated, this, [this] {
-        char key = 'q'; // also at the end of the input
-        (void)::read(STDIN_FILENO, &key, 1);
-        if (key == 'q')
+        char key = 0;
+        const bool is_at_end = ::read(STDIN_FILENO, &key, 1) != 1;
+        if (is_at_end || key == 'q')
             Q_EMIT end_asked();
     });
 }

@@ -76,7 +76,7 @@ void Tap_verb::add_incidents()
     add_size("ring",
              "Keeps the last so many bytes, as 1M, when something goes wrong: a wrong checksum, no "
              "answer, an unknown identifier, a hang-up, SIGUSR1.",
-             [this](quint64 size) { order_.ring_bytes = size; });
+             [this](quint64 size) { ring_bytes_ = size; });
     order_.keep = QStringLiteral("dov-line");
     add_path("keep", "path", "What the names of those files begin with; dov-line.", order_.keep);
 }
@@ -112,7 +112,7 @@ QString Tap_verb::wrong_usage() const
         return QStringLiteral("tap takes --device and --link");
     if (order_.rotation.most_bytes > 0 && order_.rotation.most_bytes < least_file)
         return QStringLiteral("--rotate: a file has at least 64k");
-    if (order_.ring_bytes > most_ring)
+    if (ring_bytes_ > most_ring)
         return QStringLiteral("--ring: there is no room for more than 1G");
     return {};
 }
@@ -124,6 +124,7 @@ int Tap_verb::run(const QStringList& /*arguments*/)
         complain(wrong);
         return tool_usage;
     }
+    order_.ring_bytes = static_cast<std::size_t>(ring_bytes_);
     order_.prints = !is_quiet_ && order_.pcapng != QLatin1String("-");
     order_.complain = [](const QString& text) { complain(text); };
 

@@ -18,5 +18,6 @@ private:
     QString wrong_usage() const;
 
     Tap_observer::Order order_;
+    quint64 ring_bytes_ = 0; ///< as asked for; there may be no room for so many
     bool is_quiet_ = false;
 };

@@ -17,6 +17,11 @@ if(DOV_X86_32)
   add_compile_options(-msse2 -mfpmath=sse)
 endif()
 
+# Files may be longer than 2 GiB there, too, and lie on a file system that counts further.
+if(CMAKE_SIZEOF_VOID_P EQUAL 4)
+  add_compile_definitions(_FILE_OFFSET_BITS=64)
+endif()
+
 # Q_SIGNALS, Q_SLOTS and Q_EMIT: the short forms are macros that hide ordinary words.
 add_compile_definitions(QT_NO_CAST_TO_ASCII QT_NO_FOREACH QT_NO_KEYWORDS)
 

@@ -83,8 +83,9 @@ bool Pcapng_recording::read_packet(Line_record& record)
         return fail(QStringLiteral("a packet block of %1 bytes").arg(length_));
     const quint32 interface = u32(8);
     const std::size_t size = u32(20);
+    // With its padding it fits as well: what is there for both comes in fours.
     if (interface >= interfaces_.size() || size < Pcapng::header_size ||
-        padded(size) > length_ - data_at - 4)
+        size > length_ - data_at - 4)
         return fail(QStringLiteral("a packet block that does not hold together"));
     if (interfaces_[interface].link_type != Pcapng::link_type)
         return fail(QStringLiteral("packets of link type %1, not %2: nothing of this line")

@@ -10,6 +10,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+// A recording may be longer than 2 GiB.
+static_assert(sizeof(off_t) == sizeof(qint64));
+
 namespace {
 
 QByteArray numbered(const QString& path, int number)

@@ -6,6 +6,7 @@
 #include <QFile>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QtEndian>
 
 namespace {
 
@@ -179,6 +180,37 @@ private Q_SLOTS:
         QCOMPARE(read(content),
                  QStringList{QStringLiteral("line: byte 60: packets of link type 1, not 147: "
                                             "nothing of this line")});
+    }
+
+    void packets_that_claim_another_size_are_refused_data()
+    {
+        QTest::addColumn<quint32>("size");
+        QTest::newRow("no room for the two bytes in front") << quint32{1};
+        QTest::newRow("beyond the block") << quint32{5};
+        QTest::newRow("beyond the file") << quint32{1000};
+        QTest::newRow("with its padding nothing, in 32 bits") << quint32{0xFFFFFFFE};
+        QTest::newRow("the longest") << quint32{0xFFFFFFFF};
+    }
+
+    void packets_that_claim_another_size_are_refused()
+    {
+        QFETCH(quint32, size);
+        constexpr int size_at = 20;
+        const uchar byte = 0x18;
+        const QByteArray header = Pcapng_writer::header();
+        QByteArray packet =
+            Pcapng_writer::packet({0, Sender::host, Line_record::Kind::bytes, &byte, 1}, 0);
+        // No options: the block ends behind the four bytes of the packet.
+        packet = packet.left(size_at + 12) + packet.right(4);
+        qToLittleEndian<quint32>(static_cast<quint32>(packet.size()), packet.data() + 4);
+        qToLittleEndian<quint32>(static_cast<quint32>(packet.size()),
+                                 packet.data() + packet.size() - 4);
+        QCOMPARE(read(header + packet), QStringList{QStringLiteral("0 host 18")});
+        qToLittleEndian<quint32>(size, packet.data() + size_at);
+        QCOMPARE(read(header + packet),
+                 QStringList{QStringLiteral("line: byte %1: a packet block that does not hold "
+                                            "together")
+                                 .arg(header.size())});
     }
 
     void a_file_that_is_not_there_is_named()

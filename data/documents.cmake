@@ -28,7 +28,7 @@ if(DOV_TOOLS)
   install(FILES ${manual}/dov-config-check.1 ${manual}/dov-controller.1 ${manual}/dov-line.1
     ${manual}/dov-report.1 ${manual}/dov-watch.1
     DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tools)
-  install(FILES "${CMAKE_CURRENT_BINARY_DIR}/tap.conf.example"
+  install(FILES "${dov_units}/tap.conf.example"
     DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples COMPONENT tools)
   if(TARGET dissector)
     install(FILES ${manual}/dov-line-extcap.1

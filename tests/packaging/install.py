@@ -6,7 +6,8 @@
 First the build as it is, with a prefix and DESTDIR, whole and by its components; then
 configurations of their own, which take the build's products: every directory elsewhere, one of them
 absolute, and each part left out; last one of which nobody has said anything, whose defaults are
-those that docs/porting.md tells.
+those that docs/porting.md tells. And where the panel's library is missing, the option is named that
+does without the panel.
 """
 from __future__ import annotations
 
@@ -94,11 +95,11 @@ DIRECTORIES = sorted({variable for part in (DAEMON, *OPTIONAL.values()) for vari
 OPTIONS = ("DOV_TOOLS", "DOV_PANEL", "DOV_CLIENT", "DOV_DOCS")
 
 
-def run(*command: str | Path, **environment: str) -> str:
+def run(*command: str | Path, fails: bool = False, **environment: str) -> str:
     done = subprocess.run(command, env={**os.environ, **environment}, check=False, text=True,
                           stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
-    if done.returncode != 0:
-        sys.exit(f"{' '.join(map(str, command))}\n{done.stdout}")
+    if (done.returncode != 0) != fails:
+        sys.exit(f"{' '.join(map(str, command))}: {done.returncode}\n{done.stdout}")
     return done.stdout
 
 
@@ -150,20 +151,21 @@ def compare(what: str, found: set[str], wanted: set[str]) -> None:
 
 def check_units(what: str, values: dict[str, str], stage: Path) -> None:
     """Each starts its program where that is, and names no other place where one system has it."""
-    programs = {"dov-dbus.service": os.path.join(values["CMAKE_INSTALL_SBINDIR"], "dov-dbus"),
-                "dov-line-tap.service": os.path.join(values["CMAKE_INSTALL_BINDIR"], "dov-line")}
-    for unit in stage.rglob("*.service"):
+    programs = {"dov-dbus.service": ("CMAKE_INSTALL_SBINDIR", "dov-dbus"),
+                "dov-line-tap.service": ("CMAKE_INSTALL_BINDIR", "dov-line"),
+                "dov-metrics.service": ("CMAKE_INSTALL_BINDIR", "dov-watch"),
+                "dov-panel.service": ("CMAKE_INSTALL_BINDIR", "dov-panel")}
+    directory = stage / os.path.join(PREFIX, values["DOV_UNIT_DIR"]).lstrip("/")
+    for unit in directory.glob("*.service"):
+        variable, name = programs[unit.name]
+        program = os.path.join(PREFIX, values[variable], name)
         settings = re.findall(r"^(Exec\w+)=(.*)$", unit.read_text(), re.MULTILINE)
-        if unit.name in programs:
-            program = os.path.join(PREFIX, programs[unit.name])
-            started = [value.split()[0] for key, value in settings if key == "ExecStart"]
-            if started != [program]:
-                sys.exit(f"{what}: {unit.name} does not start {program}: {settings}")
-            settings = [(key, value.removeprefix(program)) for key, value in settings]
-        if unit.parent.name != "system-services":
-            for key, value in settings:
-                if re.search(r"(^|[ =])/(usr|bin|sbin|lib|opt)", value):
-                    sys.exit(f"{what}: {unit.name} has a place of one system: {key}={value}")
+        started = [value.split()[0] for key, value in settings if key == "ExecStart"]
+        if started != [program]:
+            sys.exit(f"{what}: {unit.name} does not start {program}: {settings}")
+        for key, value in settings:
+            if re.search(r"(^|[ =])/(usr|bin|sbin|lib|opt)", value.removeprefix(program)):
+                sys.exit(f"{what}: {unit.name} has a place of one system: {key}={value}")
 
 
 def check(what: str, cmake: str, build: Path, stage: Path) -> None:
@@ -213,7 +215,8 @@ def lend_products(values: dict[str, str], build: Path, copy: Path) -> None:
         shutil.copytree(client / "dov-dbus", copy / "data/client/dov-dbus", dirs_exist_ok=True)
 
 
-def configure(cmake: str, build: Path, copy: Path, settings: dict[str, str]) -> None:
+def configure(cmake: str, build: Path, copy: Path, settings: dict[str, str],
+              fails: bool = False, **environment: str) -> str:
     """With the compilers of the build, and its Qt."""
     values = {name: value for name, value in cache(build).items()
               if name in ("CMAKE_BUILD_TYPE", "CMAKE_C_COMPILER", "CMAKE_CXX_COMPILER",
@@ -221,8 +224,9 @@ def configure(cmake: str, build: Path, copy: Path, settings: dict[str, str]) -> 
                           "QT_HOST_PATH")
               or (name == "DOV_QT_MAJOR" and value != DEFAULT_QT)}
     generator = values.pop("CMAKE_GENERATOR")
-    run(cmake, "-S", SOURCES, "-B", copy, "-G", generator,
-        *(f"-D{name}={value}" for name, value in {**values, **settings}.items()))
+    return run(cmake, "-S", SOURCES, "-B", copy, "-G", generator,
+               *(f"-D{name}={value}" for name, value in {**values, **settings}.items()),
+               fails=fails, **environment)
 
 
 def elsewhere() -> dict[str, str]:
@@ -243,6 +247,25 @@ def check_variant(what: str, cmake: str, build: Path, work: Path, settings: dict
         sys.exit(f"{what}: qdbusxml2cpp is needed")
 
 
+def check_missing_library(cmake: str, build: Path, work: Path) -> None:
+    """The library of the panel: all that pkg-config knows of but that."""
+    known = work / "known"
+    known.mkdir(parents=True)
+    path = run("pkg-config", "--variable", "pc_path", "pkg-config").strip()
+    for directory in reversed(path.split(":")):
+        for file in Path(directory).glob("*.pc"):
+            if not file.name.startswith("libwebsockets"):
+                (known / file.name).unlink(missing_ok=True)
+                (known / file.name).symlink_to(file)
+    told = configure(cmake, build, work / "build", {"DOV_TESTS": "OFF"}, fails=True,
+                     PKG_CONFIG_LIBDIR=str(known), PKG_CONFIG_PATH="")
+    message = ("dov-panel needs libwebsockets 4.1 or newer; "
+               "DOV_PANEL=OFF builds everything but the panel")
+    if message not in " ".join(told.split()):
+        sys.exit(f"without libwebsockets the configuration does not say: {message}\n{told}")
+    print("without libwebsockets: the option is named", flush=True)
+
+
 def main() -> None:
     cmake, build = sys.argv[1], Path(sys.argv[2])
     with tempfile.TemporaryDirectory(prefix="dov-install-") as name:
@@ -255,6 +278,7 @@ def main() -> None:
             check_variant(what, cmake, build, work / str(number), settings)
         configure(cmake, build, work / "defaults", {})
         check_defaults(build, variables(work / "defaults"))
+        check_missing_library(cmake, build, work / "missing")
 
 
 if __name__ == "__main__":

@@ -186,17 +186,10 @@ def make_sysfs(sysfs: Path) -> None:
     (device / "subsystem").symlink_to("../../../../class/tty")
 
 
-def make_tap(root: Path, program: str, unit: Path) -> None:
-    """Its program is in a directory of the sandbox's own."""
-    shutil.copy(program, root / "sbin/dov-line")
+def make_tool(root: Path, program: str, unit: Path) -> None:
+    """The program is in a directory of the sandbox's own."""
+    shutil.copy(program, root / "sbin" / Path(program).name)
     write(root / "units" / unit.name, unit.read_text().replace("/usr/bin/", "/usr/sbin/"))
-    shutil.copy(unit.parent / "tap.conf.example", root / "etc/tap.conf")
-
-
-def make_metrics(root: Path, watch: str, unit: Path) -> None:
-    """Systemd looks for the program itself."""
-    shutil.copy(watch, root / "sbin/dov-watch")
-    shutil.copy(unit, root / "units")
 
 
 def make_world(root: Path, program: str, unit: str, *tools: str) -> None:
@@ -209,8 +202,10 @@ def make_world(root: Path, program: str, unit: str, *tools: str) -> None:
     (root / "sbin").mkdir()
     shutil.copy(program, root / "sbin/dov-dbus")
     if tools:
-        make_tap(root, tools[0], Path(tools[1]))
-        make_metrics(root, tools[2], Path(tools[3]))
+        line, tap, watch, metrics = tools
+        make_tool(root, line, Path(tap))
+        shutil.copy(Path(tap).parent / "tap.conf.example", root / "etc/tap.conf")
+        make_tool(root, watch, Path(metrics))
     write(root / "stub", STUB, 0o755)
     write(root / "udev-control", "")
     (root / "report").mkdir()

@@ -3,6 +3,7 @@
 #include "Local_listener.h"
 
 #include <QJsonDocument>
+#include <QJsonObject>
 
 #include <utility>
 
@@ -45,7 +46,7 @@ void Bench_client::lose()
 {
     connection_.reset();
     state_timer_.stop();
-    state_.clear();
+    take_state(QJsonValue());
     asks_for_state_ = false;
     error_ = path_ + QStringLiteral(": the controller has ended the connection");
     again_timer_.start(again_ms);
@@ -98,10 +99,17 @@ void Bench_client::take_line(const QByteArray& line)
         answer_next({});
     } else if (line.startsWith(error)) {
         answer_next(QString::fromUtf8(line.mid(static_cast<int>(error.size()))));
-    } else if (line.startsWith('{') && line != state_ && QJsonDocument::fromJson(line).isObject()) {
-        state_ = line;
-        Q_EMIT state_changed();
+    } else {
+        const QJsonDocument json = QJsonDocument::fromJson(line);
+        if (json.isObject())
+            take_state(json.object());
     }
+}
+
+void Bench_client::take_state(const QJsonValue& state)
+{
+    if (std::exchange(state_, state) != state)
+        Q_EMIT state_changed();
 }
 
 void Bench_client::answer_next(const QString& error)

@@ -4,6 +4,7 @@
 #include "Local_connection.h"
 
 #include <QByteArray>
+#include <QJsonValue>
 #include <QObject>
 #include <QString>
 #include <QTimer>
@@ -34,8 +35,8 @@ public:
     /// Why it is not here.
     const QString& error() const { return error_; }
 
-    /// The state as last told, one object of JSON; empty while it is not here.
-    const QByteArray& state() const { return state_; }
+    /// The state as last told, an object; null while it is not here.
+    const QJsonValue& state() const { return state_; }
 
     /// Sends a command, one line. The answer comes later, also when the controller goes.
     void command(const QByteArray& line, const Answer& answer);
@@ -43,6 +44,7 @@ public:
 Q_SIGNALS:
     /// It has come, or gone.
     void presence_changed();
+    /// To null, too.
     void state_changed();
 
 private:
@@ -52,6 +54,7 @@ private:
     void send(const QByteArray& line, const Answer& answer);
     void take(const QByteArray& bytes);
     void take_line(const QByteArray& line);
+    void take_state(const QJsonValue& state);
     void answer_next(const QString& error);
 
     QString path_;
@@ -60,7 +63,7 @@ private:
     Line_splitter lines_;
     std::deque<Answer> waiting_; ///< for the answers of lines, oldest first
     bool asks_for_state_ = false;
-    QByteArray state_;
+    QJsonValue state_;
     QTimer state_timer_;
     QTimer again_timer_;
 };

@@ -290,12 +290,8 @@ void Panel::tell_values()
 
 void Panel::tell_state()
 {
-    if (!std::exchange(has_new_state_, false) || pages_.empty())
-        return;
-    const Page_text text(state_message());
-    for (auto& [page, state] : pages_)
-        if (!state.is_behind)
-            server_.send(page, text);
+    if (std::exchange(has_new_state_, false))
+        send_to_all(state_message());
 }
 
 void Panel::tell_frames()
@@ -350,8 +346,8 @@ void Panel::send_what_is_known(Page page)
 {
     server_.send(page, Page_text(text_of(partners())));
     server_.send(page, Page_text(text_of(values_message(values_.all(watcher_.now_ms())))));
-    if (bench_ && !bench_->state().isEmpty())
-        server_.send(page, Page_text(state_message()));
+    if (bench_)
+        server_.send(page, Page_text(text_of(state_message())));
 }
 
 QJsonObject Panel::hello(bool may_change) const
@@ -403,7 +399,9 @@ QJsonObject Panel::values_message(const QJsonArray& values) const
     return message;
 }
 
-QByteArray Panel::state_message() const
+QJsonObject Panel::state_message() const
 {
-    return R"({"type":"state","state":)" + bench_->state() + '}';
+    QJsonObject message = message_of("state");
+    message.insert(QStringLiteral("state"), bench_->state());
+    return message;
 }

@@ -91,7 +91,7 @@ private:
     QJsonObject hello(bool may_change) const;
     QJsonObject partners() const;
     QJsonObject values_message(const QJsonArray& values) const;
-    QByteArray state_message() const;
+    QJsonObject state_message() const;
     bool has_service() const;
 
     Options options_;

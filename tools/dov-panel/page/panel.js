@@ -89,7 +89,9 @@ class Panel {
             this.terminal_.take_history(message.object, message.member, message.points);
             break;
         case "state":
-            this.vehicle_.take_state(message.state);
+            // None without a controller: what the last one told stays, and cannot be changed.
+            if (message.state !== null)
+                this.vehicle_.take_state(message.state);
             this.partners_changed_();
             break;
         case "frames":

@@ -35,7 +35,7 @@ public:
     /// As `dov-line stats --json` has them, since the first record.
     QJsonObject counters() const { return counted_.to_json(); }
 
-    const Line_memory& memory() const { return memory_; }
+    Line_memory& memory() { return memory_; }
 
 private:
     void take_events();

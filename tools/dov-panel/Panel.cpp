@@ -41,8 +41,13 @@ Panel::Panel(const Options& options, const Change_token& token)
     connect(&server_, &Web_server::opened, this, &Panel::open_page);
     connect(&server_, &Web_server::closed, this, &Panel::close_page);
     connect(&server_, &Web_server::received, this, &Panel::take_text);
-    connect(&watcher_, &Watcher::bus_lost, this,
-            [this] { give_up_calls(QStringLiteral("the bus has gone")); });
+    connect(&watcher_, &Watcher::changed, this,
+            [this](const Change& change) { values_.take_event(change, watcher_.now_ms()); });
+    connect(&watcher_, &Watcher::service_left, this, [this] { values_.forget_events(); });
+    connect(&watcher_, &Watcher::bus_lost, this, [this] {
+        values_.forget_events();
+        give_up_calls(QStringLiteral("the bus has gone"));
+    });
     batch_timer_.setTimerType(Qt::PreciseTimer);
     connect(&batch_timer_, &QTimer::timeout, this, &Panel::tell);
     connect(&line_timer_, &QTimer::timeout, this, &Panel::tell_line);
@@ -50,8 +55,10 @@ Panel::Panel(const Options& options, const Change_token& token)
 
 QString Panel::start()
 {
-    QString error = server_.start({options_.address, options_.port, Page_files(options_.page),
-                                   [this] { return line_.memory().text(); }});
+    QString error =
+        server_.start({options_.address, options_.port, Page_files(options_.page), [this] {
+                           return [text = line_.memory().text()]() mutable { return text.next(); };
+                       }});
     if (!error.isEmpty())
         return error;
     if (!options_.controller.isEmpty()) {
@@ -147,6 +154,7 @@ void Panel::take_token(Page page, Page_state& state, const Page_request& request
 void Panel::take_watch(Page page, Page_state& state, const Page_request& request)
 {
     state.wants_frames = request.wants_frames;
+    state.dropped = 0;
     line_.set_wanted(std::any_of(pages_.begin(), pages_.end(),
                                  [](const auto& each) { return each.second.wants_frames; }));
     answer(page, request.id, {});
@@ -298,23 +306,26 @@ void Panel::tell_frames()
 {
     const QJsonArray frames = line_.take_frames();
     const quint64 dropped = line_.take_dropped();
-    if (frames.isEmpty() && dropped == 0)
-        return;
-    QJsonObject message = message_of("frames");
-    message.insert(QStringLiteral("frames"), frames);
-    message.insert(QStringLiteral("dropped"), static_cast<qint64>(dropped));
-    const Page_text text(text_of(message));
+    const auto text = [&frames](quint64 missing) {
+        QJsonObject message = message_of("frames");
+        message.insert(QStringLiteral("frames"), frames);
+        message.insert(QStringLiteral("dropped"), static_cast<qint64>(missing));
+        return Page_text(text_of(message));
+    };
+    std::optional<Page_text> for_most;
     for (auto& [page, state] : pages_) {
         if (!state.wants_frames)
             continue;
+        state.dropped += dropped;
         if (state.is_behind) {
-            state.dropped += static_cast<quint64>(frames.size()) + dropped;
-        } else if (state.dropped > 0) {
-            message.insert(QStringLiteral("dropped"), static_cast<qint64>(state.dropped + dropped));
+            state.dropped += static_cast<quint64>(frames.size());
+        } else if (state.dropped > dropped) {
+            server_.send(page, text(std::exchange(state.dropped, 0)));
+        } else if (!frames.isEmpty() || dropped > 0) {
+            if (!for_most)
+                for_most = text(dropped);
+            server_.send(page, *for_most);
             state.dropped = 0;
-            server_.send(page, Page_text(text_of(message)));
-        } else {
-            server_.send(page, text);
         }
     }
 }

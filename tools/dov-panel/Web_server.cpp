@@ -54,11 +54,13 @@ struct Answer {
     QByteArray type = plain_text_type;
     QByteArray body;
     std::vector<std::pair<const char*, const char*>> headers = {};
+    /// In the place of the body, when nobody knows yet how long that is.
+    Web_server::Pieces pieces = nullptr;
 };
 
 Answer refusal(unsigned status, const char* text)
 {
-    return {status, plain_text_type, QByteArray(text) + '\n', {}};
+    return {status, plain_text_type, QByteArray(text) + '\n'};
 }
 
 /// A header's value, in lower case; empty without it, and for one that is too long for any use
@@ -141,9 +143,10 @@ private:
 
     /// The body of an answer that is on its way.
     struct Body {
-        QByteArray bytes;
-        int sent = 0;
+        QByteArray bytes; ///< all, or the present piece
+        Pieces pieces;    ///< what comes behind them; none for none
         bool keeps_open = false;
+        int sent = 0; ///< of the bytes
     };
 
     static int callback(lws* connection, lws_callback_reasons reason, void* session, void* in,
@@ -154,6 +157,7 @@ private:
     QByteArray refusal_of_host(lws* connection) const;
     int answer_request(lws* connection, const QByteArray& path);
     Answer answer_of(lws* connection, int method, const QByteArray& path) const;
+    Answer recording() const;
     int begin_answer(lws* connection, const Answer& answer, bool has_body, bool keeps_open);
     int write_body(lws* connection);
     static int end_answer(lws* connection, bool keeps_open);
@@ -367,9 +371,11 @@ int Web_server::Work::answer_request(lws* connection, const QByteArray& path)
     // What another method sends behind its header is not taken: the connection ends with the
     // answer.
     const bool is_reading = method == LWSHUMETH_GET || method == LWSHUMETH_HEAD;
-    const bool has_body = method != LWSHUMETH_HEAD && !answer.body.isEmpty();
-    const int result = begin_answer(connection, answer, has_body, is_reading);
-    return result != 0 || has_body ? result : end_answer(connection, is_reading);
+    // Of a body whose length is not told, the end of the connection is the end.
+    const bool keeps_open = is_reading && !answer.pieces;
+    const bool has_body = method != LWSHUMETH_HEAD && (answer.pieces || !answer.body.isEmpty());
+    const int result = begin_answer(connection, answer, has_body, keeps_open);
+    return result != 0 || has_body ? result : end_answer(connection, keeps_open);
 }
 
 Answer Web_server::Work::answer_of(lws* connection, int method, const QByteArray& path) const
@@ -383,14 +389,25 @@ Answer Web_server::Work::answer_of(lws* connection, int method, const QByteArray
         return answer;
     }
     if (path == "/recording")
-        return {HTTP_STATUS_OK,
-                plain_text_type,
-                order_.recording(),
-                {{"content-disposition:", "attachment; filename=\"line.txt\""}}};
+        return recording();
     const auto file = order_.files.find(path);
     if (!file)
         return refusal(HTTP_STATUS_NOT_FOUND, "there is nothing of this name");
-    return {HTTP_STATUS_OK, file->type, file->bytes, {}};
+    return {HTTP_STATUS_OK, file->type, file->bytes};
+}
+
+Answer Web_server::Work::recording() const
+{
+    const auto saved = std::count_if(bodies_.begin(), bodies_.end(), [](const auto& each) {
+        return each.second.pieces != nullptr;
+    });
+    if (saved >= most_recordings)
+        return refusal(HTTP_STATUS_SERVICE_UNAVAILABLE, "as many recordings are saved as can be");
+    return {HTTP_STATUS_OK,
+            plain_text_type,
+            {},
+            {{"content-disposition:", "attachment; filename=\"line.txt\""}},
+            order_.recording()};
 }
 
 /// Writes an answer's header, and has its body follow if it is to. Returns what a callback returns.
@@ -406,9 +423,10 @@ int Web_server::Work::begin_answer(lws* connection, const Answer& answer, bool h
                                            reinterpret_cast<const uchar*>(value),
                                            static_cast<int>(std::strlen(value)), &at, end) == 0;
     };
-    bool is_good =
-        lws_add_http_common_headers(connection, answer.status, answer.type.constData(),
-                                    static_cast<lws_filepos_t>(answer.body.size()), &at, end) == 0;
+    const auto length = answer.pieces ? LWS_ILLEGAL_HTTP_CONTENT_LEN
+                                      : static_cast<lws_filepos_t>(answer.body.size());
+    bool is_good = lws_add_http_common_headers(connection, answer.status, answer.type.constData(),
+                                               length, &at, end) == 0;
     for (const auto& [name, value] : every_header)
         is_good = is_good && add(name, value);
     for (const auto& [name, value] : answer.headers)
@@ -418,7 +436,10 @@ int Web_server::Work::begin_answer(lws* connection, const Answer& answer, bool h
         return -1;
     if (!has_body)
         return 0;
-    bodies_[connection] = {answer.body, 0, keeps_open};
+    Body body{answer.body, answer.pieces, keeps_open};
+    if (body.pieces)
+        body.bytes = body.pieces();
+    bodies_[connection] = std::move(body);
     lws_callback_on_writable(connection);
     return 0;
 }
@@ -434,11 +455,15 @@ int Web_server::Work::write_body(lws* connection)
     const std::size_t left = static_cast<std::size_t>(body.bytes.size() - body.sent);
     const std::size_t size = std::min(left, body_piece);
     std::memcpy(piece.data() + LWS_PRE, body.bytes.constData() + body.sent, size);
-    const bool is_last = size == left;
+    body.sent += static_cast<int>(size);
+    if (size == left && body.pieces) {
+        body.bytes = body.pieces();
+        body.sent = 0;
+    }
+    const bool is_last = body.sent == static_cast<int>(body.bytes.size());
     if (lws_write(connection, piece.data() + LWS_PRE, size,
                   is_last ? LWS_WRITE_HTTP_FINAL : LWS_WRITE_HTTP) < 0)
         return -1;
-    body.sent += static_cast<int>(size);
     if (!is_last) {
         lws_callback_on_writable(connection);
         return 0;

@@ -49,6 +49,12 @@ public:
     static constexpr int most_unheard = 256;
     static constexpr std::size_t most_unheard_bytes = std::size_t{1} << 20;
 
+    /// How many recordings are saved at the same time.
+    static constexpr int most_recordings = 4;
+
+    /// A text, a piece at each call; an empty one behind the last.
+    using Pieces = std::function<QByteArray()>;
+
     /// Why a page is closed, by RFC 6455.
     enum Close_code : quint16 {
         policy_violation = 1008,
@@ -59,8 +65,8 @@ public:
         QString address = QStringLiteral("127.0.0.1"); ///< of the loopback interface
         int port = 8037;                               ///< 0: any that is free
         Page_files files;
-        /// What /recording answers; called in the server's thread.
-        std::function<QByteArray()> recording;
+        /// What /recording answers; called in the server's thread, as its pieces are.
+        std::function<Pieces()> recording;
     };
 
     Web_server();

@@ -29,7 +29,8 @@ int clock_gettime(clockid_t clock, timespec* now) noexcept
     const auto result = static_cast<int>(syscall(SYS_clock_gettime, clock, now));
     static const char* const standing = std::getenv("DOV_CLOCK_S");
     if (result == 0 && clock == CLOCK_REALTIME)
-        now->tv_sec = standing == nullptr ? now->tv_sec + next_step() : std::atoll(standing);
+        now->tv_sec = standing == nullptr ? now->tv_sec + next_step()
+                                          : static_cast<std::time_t>(std::atoll(standing));
     return result;
 }
 

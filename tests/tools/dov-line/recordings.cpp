@@ -196,17 +196,19 @@ private Q_SLOTS:
     {
         QFETCH(quint32, size);
         constexpr int size_at = 20;
+        const auto bytes_of = [](quint32 number) {
+            const quint32 little = qToLittleEndian(number);
+            return QByteArray(reinterpret_cast<const char*>(&little), sizeof little);
+        };
         const uchar byte = 0x18;
         const QByteArray header = Pcapng_writer::header();
         QByteArray packet =
             Pcapng_writer::packet({0, Sender::host, Line_record::Kind::bytes, &byte, 1}, 0);
         // No options: the block ends behind the four bytes of the packet.
-        packet = packet.left(size_at + 12) + packet.right(4);
-        qToLittleEndian<quint32>(static_cast<quint32>(packet.size()), packet.data() + 4);
-        qToLittleEndian<quint32>(static_cast<quint32>(packet.size()),
-                                 packet.data() + packet.size() - 4);
+        const QByteArray length = bytes_of(size_at + 16);
+        packet = packet.left(4) + length + packet.mid(8, size_at + 4) + length;
         QCOMPARE(read(header + packet), QStringList{QStringLiteral("0 host 18")});
-        qToLittleEndian<quint32>(size, packet.data() + size_at);
+        packet.replace(size_at, 4, bytes_of(size));
         QCOMPARE(read(header + packet),
                  QStringList{QStringLiteral("line: byte %1: a packet block that does not hold "
                                             "together")

@@ -1,5 +1,6 @@
 // Standard streams that are closed, limited, or led to somebody who does not read.
 
+#include "Pseudo_terminal.h"
 #include "Terminal.h"
 
 #include <QElapsedTimer>
@@ -33,15 +34,6 @@ private:
             .toString();
     }
 
-    /// The master of a new pseudo terminal, and its other side.
-    static std::pair<int, int> make_terminal()
-    {
-        const int master = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
-        if (master < 0 || grantpt(master) != 0 || unlockpt(master) != 0)
-            qFatal("no pseudo terminal");
-        return {master, ::open(ptsname(master), O_RDWR | O_NOCTTY | O_CLOEXEC)};
-    }
-
     static std::pair<int, int> make_sockets()
     {
         int ends[2];
@@ -66,6 +58,22 @@ private:
             before = waiting;
             return waiting > 0 && since.hasExpired(200);
         });
+    }
+
+    /// The daemon fills its output, and ends all the same.
+    static void fills_and_ends(int reader, int output, int frames)
+    {
+        Terminal terminal;
+        terminal.daemon.redirect(STDOUT_FILENO, output);
+        terminal.daemon.redirect(STDERR_FILENO, output);
+        terminal.launch();
+        QVERIFY(wait_for([&] { return !terminal.log.lines().isEmpty(); }));
+        for (int i = 0; i < frames; ++i)
+            terminal.controller.send(QByteArray::fromHex("1000"));
+        wait_until_still(reader);
+        terminal.daemon.signal(SIGTERM);
+        QVERIFY(terminal.daemon.wait_for_end());
+        QCOMPARE(terminal.daemon.exit_status(), 0);
     }
 
     static bool holds_back(const Terminal& terminal, int signal)
@@ -133,18 +141,13 @@ private Q_SLOTS:
     {
         QFETCH(const bool, is_terminal);
         QFETCH(const int, frames);
-        const auto [reader, output] = is_terminal ? make_terminal() : make_sockets();
-        Terminal terminal;
-        terminal.daemon.redirect(STDOUT_FILENO, output);
-        terminal.daemon.redirect(STDERR_FILENO, output);
-        terminal.launch();
-        QVERIFY(wait_for([&] { return !terminal.log.lines().isEmpty(); }));
-        for (int i = 0; i < frames; ++i)
-            terminal.controller.send(QByteArray::fromHex("1000"));
-        wait_until_still(reader);
-        terminal.daemon.signal(SIGTERM);
-        QVERIFY(terminal.daemon.wait_for_end());
-        QCOMPARE(terminal.daemon.exit_status(), 0);
+        if (is_terminal) {
+            const Pseudo_terminal screen(Pseudo_terminal::Mode::as_it_comes);
+            fills_and_ends(screen.own(), screen.other(), frames);
+            return;
+        }
+        const auto [reader, output] = make_sockets();
+        fills_and_ends(reader, output, frames);
         ::close(reader);
         ::close(output);
     }

@@ -1,11 +1,11 @@
 #include "Posix_serial_port.h"
 
+#include "Pseudo_terminal.h"
+
+#include <QFile>
 #include <QTest>
 
-#include <cstdlib>
-
-#include <fcntl.h>
-#include <unistd.h>
+#include <optional>
 
 class Posix_serial_port_test : public QObject {
     Q_OBJECT
@@ -16,8 +16,8 @@ class Posix_serial_port_test : public QObject {
         int handle() override { return descriptor; }
     };
 
+    std::optional<Pseudo_terminal> line_;
     std::unique_ptr<Port> port_;
-    int master_ = -1;
 
     termios settings() const
     {
@@ -29,16 +29,9 @@ class Posix_serial_port_test : public QObject {
 private Q_SLOTS:
     void init()
     {
-        master_ = posix_openpt(O_RDWR | O_NOCTTY);
-        QVERIFY(master_ >= 0 && grantpt(master_) == 0 && unlockpt(master_) == 0);
+        line_.emplace(Pseudo_terminal::Mode::as_it_comes);
         port_ = std::make_unique<Port>();
-        port_->descriptor = open(ptsname(master_), O_RDWR | O_NOCTTY);
-        QCOMPARE_GE(port_->descriptor, 0);
-    }
-    void cleanup()
-    {
-        close(port_->descriptor);
-        close(master_);
+        port_->descriptor = line_->other();
     }
 
     void unconfigured_port_refuses_everything()
@@ -59,18 +52,17 @@ private Q_SLOTS:
     void closed_port_refuses_everything()
     {
         QVERIFY(port_->init_port());
-        const int descriptor = port_->descriptor;
         port_->descriptor = -1;
         QVERIFY(!port_->set_baud(9600));
         QVERIFY(!port_->restore_port());
         QCOMPARE(port_->baud(), 0U);
-        port_->descriptor = descriptor;
     }
 
     void file_that_is_no_terminal_is_not_configured()
     {
-        close(port_->descriptor);
-        port_->descriptor = open("/dev/null", O_RDWR);
+        QFile file(QStringLiteral("/dev/null"));
+        QVERIFY(file.open(QIODevice::ReadWrite));
+        port_->descriptor = file.handle();
         QVERIFY(!port_->init_port());
         QVERIFY(!port_->set_baud(9600));
     }
@@ -185,10 +177,10 @@ private Q_SLOTS:
         QVERIFY(port_->init_port());
         QVERIFY(port_->set_format(8, 1, 1));
         QVERIFY(port_->set_format(8, 1, 7));
-        QVERIFY((settings().c_cflag & PARODD) != 0);
+        QCOMPARE(settings().c_cflag & PARODD, tcflag_t{PARODD});
         QVERIFY(port_->set_format(8, 1, 2));
         QVERIFY(port_->set_format(8, 1, 7));
-        QVERIFY((settings().c_cflag & PARODD) == 0);
+        QCOMPARE(settings().c_cflag & PARODD, tcflag_t{0});
     }
 
     void flow_control()
@@ -196,12 +188,12 @@ private Q_SLOTS:
         QVERIFY(port_->init_port());
         Serial_settings::Flow flow;
         QVERIFY(port_->set_flow(2));
-        QVERIFY((settings().c_iflag & (IXON | IXOFF)) == (IXON | IXOFF));
+        QCOMPARE(settings().c_iflag & (IXON | IXOFF), tcflag_t{IXON | IXOFF});
         QVERIFY(port_->get_flow(flow));
         QCOMPARE(flow.mode, 2U);
         port_->set_flow(1); // a pty has no RTS to raise
-        QVERIFY((settings().c_cflag & CRTSCTS) != 0);
-        QVERIFY((settings().c_iflag & (IXON | IXOFF)) == 0);
+        QCOMPARE(settings().c_cflag & CRTSCTS, tcflag_t{CRTSCTS});
+        QCOMPARE(settings().c_iflag & (IXON | IXOFF), tcflag_t{0});
         QVERIFY(port_->get_flow(flow));
         QCOMPARE(flow.mode, 1U);
         QVERIFY(port_->set_flow(0));
@@ -244,8 +236,8 @@ private Q_SLOTS:
         wanted.flow.mode = 2;
         QVERIFY(port_->apply(wanted)); // though a pty has no lines
         QCOMPARE(port_->baud(), 57600U);
-        QVERIFY((settings().c_cflag & CSTOPB) != 0);
-        QVERIFY((settings().c_iflag & IXON) != 0);
+        QCOMPARE(settings().c_cflag & CSTOPB, tcflag_t{CSTOPB});
+        QCOMPARE(settings().c_iflag & IXON, tcflag_t{IXON});
     }
 };
 

@@ -3,6 +3,7 @@
 #include "Threaded_serial_port.h"
 
 #include "Power_controller_interface.h"
+#include "Pseudo_terminal.h"
 #include "Waiting.h"
 
 #include <QFile>
@@ -29,31 +30,39 @@
 class Threaded_serial_port_test : public QObject {
     Q_OBJECT
 
-    class Pty {
-    public:
-        Pty() : master(posix_openpt(O_RDWR | O_NOCTTY))
-        {
-            if (master < 0 || grantpt(master) != 0 || unlockpt(master) != 0)
-                qFatal("no pseudo terminal");
-            name = ptsname(master);
-        }
-        int master;
-        QByteArray name;
-    };
+    /// A line that lives as long as the port on it: one that has hung up keeps a processor busy.
+    static const Pseudo_terminal& new_line()
+    {
+        return *new Pseudo_terminal(Pseudo_terminal::Mode::as_it_comes);
+    }
 
-    static QByteArray read_master(const Pty& pty, int size)
+    /// What comes out of the other end of a line.
+    static QByteArray read_from(const Pseudo_terminal& line, int size)
     {
         QByteArray bytes;
         while (bytes.size() < size) {
-            pollfd waited = {pty.master, POLLIN, 0};
+            pollfd waited = {line.own(), POLLIN, 0};
             char part[256];
             const ssize_t count =
-                poll(&waited, 1, patience_ms) > 0 ? ::read(pty.master, part, sizeof part) : 0;
+                poll(&waited, 1, patience_ms) > 0 ? ::read(line.own(), part, sizeof part) : 0;
             if (count <= 0)
                 break;
             bytes.append(part, static_cast<int>(count));
         }
         return bytes;
+    }
+
+    /// Sends all of it to the port on the line, whose reader makes room.
+    static void send(const Pseudo_terminal& line, const QByteArray& bytes)
+    {
+        for (int sent = 0; sent < bytes.size();) {
+            pollfd waited = {line.own(), POLLOUT, 0};
+            if (poll(&waited, 1, patience_ms) <= 0)
+                qFatal("the line takes no bytes");
+            const ssize_t count = ::write(line.own(), bytes.constData() + sent,
+                                          static_cast<std::size_t>(bytes.size() - sent));
+            sent += static_cast<int>(std::max(count, ssize_t{0}));
+        }
     }
 
     /// A device with room for 64 KiB at once: a named pipe, whose bytes the port reads.
@@ -103,10 +112,15 @@ class Threaded_serial_port_test : public QObject {
         return QByteArray(reinterpret_cast<const char*>(payload), int(length));
     }
 
-    static Threaded_serial_port* open_port(const Pty& pty)
+    static QByteArray device_of(const Pseudo_terminal& line)
+    {
+        return QFile::encodeName(line.device());
+    }
+
+    static Threaded_serial_port* open_port(const Pseudo_terminal& line)
     {
         auto* port = new Threaded_serial_port;
-        port->open(pty.name.constData());
+        port->open(device_of(line));
         return port;
     }
 
@@ -124,23 +138,23 @@ private Q_SLOTS:
 
     void device_that_was_missing_can_be_opened_later()
     {
-        const Pty pty;
+        const Pseudo_terminal& line = new_line();
         auto* port = new Threaded_serial_port;
         port->open("/nonexistent/device");
-        port->open(pty.name.constData());
+        port->open(device_of(line));
         QCOMPARE_GE(port->handle(), 0);
         port->write("x");
-        QCOMPARE(read_master(pty, 1), QByteArray("x"));
+        QCOMPARE(read_from(line, 1), QByteArray("x"));
         QSignalSpy spy(port, &QIODevice::readyRead);
-        QCOMPARE(::write(pty.master, "y", 1), ssize_t{1});
+        send(line, "y");
         WAIT_UNTIL(spy.count(), >, 0);
         QCOMPARE(port->readAll(), QByteArray("y"));
     }
 
     void empty_device_reads_nothing_at_once()
     {
-        const Pty pty;
-        auto* port = open_port(pty);
+        const Pseudo_terminal& line = new_line();
+        auto* port = open_port(line);
         QVERIFY(port->isOpen());
         QVERIFY(port->isSequential());
         char byte = 0;
@@ -149,28 +163,27 @@ private Q_SLOTS:
 
     void second_open_does_nothing()
     {
-        const Pty pty;
-        const Pty other;
-        auto* port = open_port(pty);
+        const Pseudo_terminal& line = new_line();
+        const Pseudo_terminal& other = new_line();
+        auto* port = open_port(line);
         const int descriptor = port->handle();
-        port->open(other.name.constData());
+        port->open(device_of(other));
         QCOMPARE(port->handle(), descriptor);
         port->write("x");
-        QCOMPARE(read_master(pty, 1), QByteArray("x"));
+        QCOMPARE(read_from(line, 1), QByteArray("x"));
     }
 
     void arrived_bytes_are_announced_and_read_in_order()
     {
-        const Pty pty;
-        auto* port = open_port(pty);
+        const Pseudo_terminal& line = new_line();
+        auto* port = open_port(line);
         QByteArray received;
         const QObject context; // the port outlives the test
         connect(port, &QIODevice::readyRead, &context, [&] { received += port->readAll(); });
         QByteArray sent;
         for (int i = 0; i < 1000; ++i)
             sent += QByteArray::number(i) + ',';
-        QCOMPARE(::write(pty.master, sent.constData(), std::size_t(sent.size())),
-                 ssize_t{sent.size()});
+        send(line, sent);
         QVERIFY(QTest::qWaitFor([&] { return received.size() >= sent.size(); }, patience_ms));
         QCOMPARE(received, sent);
         QCOMPARE(port->thread(), QThread::currentThread());
@@ -178,8 +191,8 @@ private Q_SLOTS:
 
     void writes_are_sent_in_order_and_counted()
     {
-        const Pty pty;
-        auto* port = open_port(pty);
+        const Pseudo_terminal& line = new_line();
+        auto* port = open_port(line);
         QCOMPARE_GE(port->handle(), 0);
         // The port outlives the test, and its writer may be in the middle of telling.
         const auto count = std::make_shared<std::atomic<qint64>>(0);
@@ -192,19 +205,19 @@ private Q_SLOTS:
             port->write(piece);
             sent += piece;
         }
-        QCOMPARE(read_master(pty, static_cast<int>(sent.size())), sent);
+        QCOMPARE(read_from(line, static_cast<int>(sent.size())), sent);
         QVERIFY(QTest::qWaitFor([&] { return *count == sent.size(); }, patience_ms));
     }
 
     void waiting_for_a_quiet_writer_ends_without_a_wake_up()
     {
-        const Pty pty;
+        const Pseudo_terminal& line = new_line();
         auto* port = new Threaded_serial_port;
         const auto quiet = std::make_shared<QSemaphore>(); // the port outlives the test
         connect(
             port, &QIODevice::bytesWritten, port, [quiet] { quiet->release(); },
             Qt::DirectConnection);
-        port->open(pty.name.constData());
+        port->open(device_of(line));
         QVERIFY(quiet->tryAcquire(1, patience_ms));
         // The wake-up that belongs to it may still come.
         const bool first = port->waitForBytesWritten(10);
@@ -214,15 +227,15 @@ private Q_SLOTS:
 
     void closed_descriptor_never_reads_another_file()
     {
-        const Pty pty;
-        auto* port = open_port(pty);
+        const Pseudo_terminal& line = new_line();
+        auto* port = open_port(line);
         const int descriptor = port->handle();
         QSignalSpy spy(port, &QIODevice::readyRead);
         port->close();
         QCOMPARE(port->handle(), descriptor);
         QVERIFY(port->isOpen());
         // The reader may still be in its last read of the line; that one may return.
-        QCOMPARE(::write(pty.master, "a", 1), ssize_t{1});
+        send(line, "a");
         int ends[2];
         QCOMPARE(::pipe(ends), 0);
         QVERIFY(ends[0] != descriptor && ends[1] != descriptor);
@@ -233,8 +246,8 @@ private Q_SLOTS:
 
     void closed_descriptor_is_an_empty_pipe()
     {
-        const Pty pty;
-        auto* port = open_port(pty);
+        const Pseudo_terminal& line = new_line();
+        auto* port = open_port(line);
         port->close();
         pollfd waited = {port->handle(), POLLIN, 0};
         QCOMPARE(poll(&waited, 1, 0), 0); // open, nothing to read, and no end of the file
@@ -244,8 +257,8 @@ private Q_SLOTS:
 
     void device_is_opened_for_both_ways_and_blocks()
     {
-        const Pty pty;
-        auto* port = open_port(pty);
+        const Pseudo_terminal& line = new_line();
+        auto* port = open_port(line);
         QCOMPARE(port->openMode(), QIODevice::OpenMode(QIODevice::ReadWrite));
         constexpr int others = O_NONBLOCK | O_APPEND | O_ASYNC | O_SYNC | O_DSYNC;
         QCOMPARE(fcntl(port->handle(), F_GETFL) & (O_ACCMODE | others), O_RDWR);
@@ -253,29 +266,23 @@ private Q_SLOTS:
 
     void commands_do_not_inherit_the_device()
     {
-        const Pty pty;
-        auto* port = open_port(pty);
+        const Pseudo_terminal& line = new_line();
+        auto* port = open_port(line);
         QCOMPARE(fcntl(port->handle(), F_GETFD), FD_CLOEXEC);
     }
 
     void descriptor_0_is_as_good_as_any()
     {
-        ::close(STDIN_FILENO);
-        const Pty pty;
+        const Pseudo_terminal& line = new_line();
+        const Pseudo_terminal& other = new_line();
         auto* port = new Threaded_serial_port;
-        // The pty's own end has taken the number.
-        const int master = dup(pty.master);
         ::close(STDIN_FILENO);
-        port->open(pty.name.constData());
+        port->open(device_of(line));
         QCOMPARE(port->handle(), STDIN_FILENO);
         QVERIFY(port->isOpen());
         port->write("x");
-        char byte = 0;
-        pollfd waited = {master, POLLIN, 0};
-        QCOMPARE(poll(&waited, 1, patience_ms), 1);
-        QCOMPARE(::read(master, &byte, 1), ssize_t{1});
-        const Pty other;
-        port->open(other.name.constData()); // is open
+        QCOMPARE(read_from(line, 1), QByteArray("x"));
+        port->open(device_of(other)); // is open
         QCOMPARE(port->handle(), STDIN_FILENO);
         port->close();
         QCOMPARE(fcntl(STDIN_FILENO, F_GETFL) & O_ACCMODE, O_RDONLY); // the pipe
@@ -283,9 +290,9 @@ private Q_SLOTS:
 
     void arrived_bytes_can_be_read_before_they_are_announced()
     {
-        const Pty pty;
-        auto* port = open_port(pty);
-        QCOMPARE(::write(pty.master, "abc", 3), ssize_t{3});
+        const Pseudo_terminal& line = new_line();
+        auto* port = open_port(line);
+        send(line, "abc");
         QByteArray received;
         for (const QDeadlineTimer deadline(patience_ms);
              received.size() < 3 && !deadline.hasExpired();)
@@ -295,23 +302,23 @@ private Q_SLOTS:
 
     void link_opens_at_115200_baud()
     {
-        const Pty pty;
+        const Pseudo_terminal& line = new_line();
         auto* link = new Power_controller_interface;
-        link->open(pty.name.constData());
+        link->open(device_of(line));
         QCOMPARE(link->baud(), 115200U);
     }
 
     void bytes_that_fill_whole_reads_are_announced()
     {
-        const Pty pty;
-        auto* port = open_port(pty);
+        const Pseudo_terminal& line = new_line();
+        auto* port = open_port(line);
         QByteArray received;
         const QObject context; // the port outlives the test
         connect(port, &QIODevice::readyRead, &context, [&] { received += port->readAll(); });
         QByteArray sent;
         for (const int size : {255, 510, 1, 2550, 255, 254, 256}) {
             const QByteArray part(size, char('a' + sent.size() % 26));
-            QCOMPARE(::write(pty.master, part.constData(), std::size_t(size)), ssize_t{size});
+            send(line, part);
             sent += part;
             QVERIFY(QTest::qWaitFor([&] { return received.size() >= sent.size(); }, patience_ms));
         }
@@ -320,8 +327,8 @@ private Q_SLOTS:
 
     void arrival_is_announced_on_the_owners_thread_and_the_end_of_writing_on_the_writers()
     {
-        const Pty pty;
-        auto* port = open_port(pty);
+        const Pseudo_terminal& line = new_line();
+        auto* port = open_port(line);
         std::atomic<QThread*> announced{nullptr};
         std::atomic<QThread*> written{nullptr};
         std::atomic<qint64> count{0}; // 1 is the last of it
@@ -335,7 +342,7 @@ private Q_SLOTS:
                 count += bytes;
             },
             Qt::DirectConnection);
-        QCOMPARE(::write(pty.master, "a", 1), ssize_t{1});
+        send(line, "a");
         port->write("b");
         QVERIFY(wait_for([&] { return announced != nullptr && count == 1; }));
         port->disconnect();
@@ -345,10 +352,10 @@ private Q_SLOTS:
 
     void bytes_that_are_peeked_at_stay()
     {
-        const Pty pty;
-        auto* port = open_port(pty);
+        const Pseudo_terminal& line = new_line();
+        auto* port = open_port(line);
         QSignalSpy spy(port, &QIODevice::readyRead);
-        QCOMPARE(::write(pty.master, "abc", 3), ssize_t{3});
+        send(line, "abc");
         WAIT_UNTIL(spy.count(), >, 0);
         QCOMPARE(port->peek(2), QByteArray("ab"));
         QCOMPARE(port->peek(260), QByteArray("abc"));
@@ -482,16 +489,15 @@ private Q_SLOTS:
     {
         const QByteArray flood(16 * 255, 'h');
         for (int round = 0; round < 30; ++round) {
-            auto* pty = new Pty;
-            auto* port = open_port(*pty);
+            Pseudo_terminal line(Pseudo_terminal::Mode::as_it_comes);
+            auto* port = open_port(line);
             connect(port, &QIODevice::readyRead, port, [port] { port->readAll(); });
-            fcntl(pty->master, F_SETFL, O_NONBLOCK);
-            (void)!::write(pty->master, flood.constData(), std::size_t(flood.size()));
+            (void)!::write(line.own(), flood.constData(), std::size_t(flood.size()));
             // The reader is in the middle of it.
             const QDeadlineTimer deadline(patience_ms);
             while (port->bytesAvailable() == 0 && !deadline.hasExpired())
                 std::this_thread::yield();
-            ::close(pty->master);
+            line.close();
             pollfd waited = {port->handle(), POLLIN, 0};
             QVERIFY(poll(&waited, 1, patience_ms) == 1 && (waited.revents & POLLHUP) != 0);
             const bool announced = wait_for([&] { return port->bytesAvailable() == 0; });
@@ -543,9 +549,9 @@ private Q_SLOTS:
 
     void flood_of_packets_leaves_turns_to_timers()
     {
-        const Pty pty;
+        const Pseudo_terminal& line = new_line();
         auto* link = new Power_controller_interface;
-        link->open(pty.name.constData());
+        link->open(device_of(line));
         int handled = 0;
         int most = 0;
         int turns = 0;
@@ -557,14 +563,7 @@ private Q_SLOTS:
             ++turns;
         });
         constexpr int size = 20000;
-        std::thread sender([&pty] {
-            const QByteArray part = frame('A').repeated(100);
-            for (int sent = 0; sent < size; sent += 100) {
-                for (int at = 0; at < part.size();)
-                    at += int(
-                        ::write(pty.master, part.constData() + at, std::size_t(part.size() - at)));
-            }
-        });
+        std::thread sender([&line] { send(line, frame('A').repeated(size)); });
         const bool all = wait_for([&] { return handled >= size; });
         sender.join();
         QVERIFY(all);

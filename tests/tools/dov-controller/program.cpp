@@ -2,16 +2,14 @@
 
 #include "Command.h"
 #include "Controller_process.h"
+#include "Pseudo_terminal.h"
 #include "Waiting.h"
 
 #include <QDir>
 #include <QFileInfo>
 #include <QRegularExpression>
 
-#include <cstdlib>
-
 #include <fcntl.h>
-#include <unistd.h>
 
 class Program : public QObject {
     Q_OBJECT
@@ -125,7 +123,7 @@ private Q_SLOTS:
         // The first one is the answer.
         QVERIFY2(clock.elapsed() >= 480, qPrintable(QString::number(clock.elapsed())));
         for (const QByteArray& message : host().messages())
-            QVERIFY(QByteArray::fromHex(message).mid(2) == QByteArray::fromHex("09c400000007"));
+            QCOMPARE(QByteArray::fromHex(message).mid(2).toHex(), QByteArray("09c400000007"));
         QVERIFY(controller().ask("3500"));
         QVERIFY(lets_time_pass());
         host().clear();
@@ -445,22 +443,18 @@ private Q_SLOTS:
 
     void takes_a_given_device()
     {
-        const int master = posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
-        QVERIFY(master >= 0 && grantpt(master) == 0 && unlockpt(master) == 0);
-        const QString device = QString::fromLatin1(ptsname(master));
-        controller().start({QStringLiteral("--device"), device, QStringLiteral("--baudrate=9600")},
-                           false);
-        QVERIFY(wait_for([&] { return controller().devices() == QStringList{device}; }));
-        // Also open here, so that the line does not go down while the controller is away.
-        const int other = ::open(ptsname(master), O_RDWR | O_NOCTTY | O_CLOEXEC);
-        host().take(master);
+        Pseudo_terminal line(Pseudo_terminal::Mode::as_it_comes);
+        controller().start(
+            {QStringLiteral("--device"), line.device(), QStringLiteral("--baudrate=9600")}, false);
+        QVERIFY(wait_for([&] { return controller().devices() == QStringList{line.device()}; }));
+        host().take(fcntl(line.own(), F_DUPFD_CLOEXEC, 0)); // which the host closes
         QVERIFY(controller().ask("11"));
         controller().command("disconnect");
         controller().command("connect");
         QVERIFY(controller().ask("15"));
         host().close();
+        line.close();
         QVERIFY(wait_for([this] { return controller().errors().contains(" is gone\n"); }));
-        ::close(other);
         controller().end();
         QCOMPARE(controller().process.exitCode(), 0);
     }

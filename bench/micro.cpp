@@ -2,6 +2,7 @@
 
 #include "Console.h"
 #include "Frame.h"
+#include "Message_id.h"
 #include "Power_controller_interface.h"
 
 #include <benchmark/benchmark.h>
@@ -30,7 +31,7 @@ void read_frames(benchmark::State& state, const QByteArray& bytes)
 
 QByteArray good_frames()
 {
-    const Message digest = {0x36, 0x00, 0x01, 0x23, 0x01, 0x23, 0x01, 0x23};
+    const Message digest = {Message_id::digest, 0x00, 0x01, 0x23, 0x01, 0x23, 0x01, 0x23};
     return Frame::build(digest).repeated(1000);
 }
 
@@ -49,7 +50,7 @@ BENCHMARK(skip_bytes_without_sync);
 void dump_a_message(benchmark::State& state)
 {
     const Console_batch batch;
-    const uchar payload[] = {0x36, 0, 1, 2, 3, 4, 5, 6};
+    const uchar payload[] = {Message_id::digest, 0, 1, 2, 3, 4, 5, 6};
     for (auto _ : state) {
         Console::err().bytes("Got Digest: ", Byte_style::padded_spaced, payload, sizeof payload)
             << "\n";

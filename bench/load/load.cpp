@@ -8,6 +8,7 @@
 #include "Exchange.h"
 #include "Frame.h"
 #include "Message_id.h"
+#include "Named_field.h"
 
 #include <algorithm>
 #include <array>
@@ -63,12 +64,16 @@ void append_frame(Bytes& bytes, const Message& message)
                  Frame::controller_address, Frame::host_address);
 }
 
+constexpr U8_field digital = {Message_id::digest, "inputs"};
+constexpr U16_field analog = {Message_id::digest, "analog"};
+constexpr U16_field light = {Message_id::digest, "light"};
+constexpr U16_field frequency = {Message_id::digest, "frequency"};
+
 /// A digest: digital inputs, then analog input, ambient light and frequency from one number.
 void append_digest(Bytes& bytes, unsigned inputs, unsigned number)
 {
-    const auto high = static_cast<std::uint8_t>(number >> 8);
-    const auto low = static_cast<std::uint8_t>(number);
-    append_frame(bytes, {0x36, static_cast<std::uint8_t>(inputs), high, low, high, low, high, low});
+    append_frame(bytes, message_with(digital.is(inputs), analog.is(number), light.is(number),
+                                     frequency.is(number)));
 }
 
 /// What a process has used so far, all threads together.

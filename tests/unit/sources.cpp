@@ -1,5 +1,6 @@
 // Rules that the sources and their tests keep, checked on their text.
 
+#include <QDir>
 #include <QDirIterator>
 #include <QFile>
 #include <QRegularExpression>
@@ -76,8 +77,12 @@ class Sources : public QObject {
         QStringList found;
         for (const auto& file : files(below)) {
             const auto match = QRegularExpression(QLatin1String(pattern)).match(file.second);
+            const auto line = file.second.left(match.capturedStart()).count(QLatin1Char('\n')) + 1;
             if (match.hasMatch() && !file.first.endsWith(QLatin1String(except)))
-                found.append(file.first + QLatin1String(": ") + match.captured());
+                found.append(QStringLiteral("%1:%2: %3")
+                                 .arg(QDir::cleanPath(file.first))
+                                 .arg(line)
+                                 .arg(match.captured()));
         }
         return found;
     }
@@ -130,11 +135,32 @@ private Q_SLOTS:
         QCOMPARE(without(untested, without(untested, tests)), QStringList());
     }
 
+    /// Tests are called in lower case, what they share is not.
+    void every_test_is_built()
+    {
+        QStringList forgotten;
+        const QDir tests(QStringLiteral(DOV_UNIT_TESTS "/.."));
+        QDirIterator it(tests.path(), {QStringLiteral("CMakeLists.txt")}, QDir::Files,
+                        QDirIterator::Subdirectories);
+        while (it.hasNext()) {
+            QFile list(it.next());
+            QVERIFY2(list.open(QIODevice::ReadOnly), qPrintable(list.fileName()));
+            const QString text = QString::fromUtf8(list.readAll());
+            for (const QFileInfo& file : QFileInfo(list).dir().entryInfoList(
+                     {QStringLiteral("*.cpp")}, QDir::Files, QDir::Name)) {
+                const QRegularExpression word(QStringLiteral("\\b%1\\b").arg(file.baseName()));
+                if (file.baseName().front().isLower() && !word.match(text).hasMatch())
+                    forgotten.append(tests.relativeFilePath(file.filePath()) +
+                                     QStringLiteral(": CMakeLists.txt beside it does not name it"));
+            }
+        }
+        QCOMPARE_EMPTY(forgotten);
+    }
+
     void absolute_paths_stand_in_one_place()
     {
-        QCOMPARE(matches(QString(), "\"[^\"\\n]*/(etc|tmp|dev|nv|media)/[^\"\\n]*\"(?!\\.)",
-                         "/Paths.cpp"),
-                 QStringList());
+        QCOMPARE_EMPTY(matches(QString(), "\"[^\"\\n]*/(etc|tmp|dev|nv|media)/[^\"\\n]*\"(?!\\.)",
+                               "/Paths.cpp"));
     }
 
     void rooms_know_nothing_of_what_lies_above_data()
@@ -165,14 +191,13 @@ private Q_SLOTS:
         QFETCH(QString, room);
         QFETCH(QString, unknown);
         const QString pattern = QStringLiteral("#include [<\"](%1)").arg(unknown);
-        QCOMPARE(matches(room, qPrintable(pattern), "-"), QStringList());
+        QCOMPARE_EMPTY(matches(room, qPrintable(pattern), "-"));
     }
 
     void texts_go_through_the_console()
     {
-        QCOMPARE(matches(QString(),
-                         "\\b(printf|puts|putchar|fputs|std::cout|std::cerr|qDebug)\\b *[(<]", "-"),
-                 QStringList());
+        QCOMPARE_EMPTY(matches(
+            QString(), "\\b(printf|puts|putchar|fputs|std::cout|std::cerr|qDebug)\\b *[(<]", "-"));
     }
 
     void bytes_of_the_protocol_stand_in_its_room_data()
@@ -186,9 +211,10 @@ private Q_SLOTS:
              "(\\[[1-9]\\]| \\+ [1-9])"},
             {"arguments by position", "\\bmessage\\((Message_id::\\w+|id), "},
             {"pair of bytes", "big_endian"},
+            {"bytes of a frame as text", "(?i)\"[^\"\\n]*18 ?ef[^\"\\n]*\""},
             {"comment on bytes", "// .*\\b[Bb]ytes? [0-7]\\b"},
         };
-        for (const char* below : {"../src", "../tools"}) {
+        for (const char* below : {"../src", "../tools", "../bench/load"}) {
             for (const auto& [what, pattern] : patterns)
                 QTest::addRow("%s, %s", below, what)
                     << QString::fromLatin1(below) << QString::fromLatin1(pattern);
@@ -201,12 +227,12 @@ private Q_SLOTS:
         QFETCH(QString, pattern);
         QStringList found = matches(below, qPrintable(pattern), "-");
         found = found.filter(QRegularExpression(QStringLiteral("^(?!.*/src/protocol/)")));
-        QCOMPARE(found.join(QLatin1Char('\n')), QString());
+        QCOMPARE_EMPTY(found);
     }
 
     void source_places_are_literal()
     {
-        QCOMPARE(matches(QString(), "__FILE__|__LINE__", "-"), QStringList());
+        QCOMPARE_EMPTY(matches(QString(), "__FILE__|__LINE__", "-"));
     }
 };
 

@@ -254,9 +254,11 @@ Verdict after_garbage(Examiner& examiner)
 
 Verdict after_sync_bytes(Examiner& examiner)
 {
-    for (const char* beginning : {"18", "18ef", "1818ef18ef"}) {
-        Verdict verdict = after_bytes(examiner, QByteArray::fromHex(beginning),
-                                      QLatin1String(beginning) + QStringLiteral(" alone"));
+    const QByteArray first(1, static_cast<char>(Frame::sync_1));
+    const QByteArray both = first + static_cast<char>(Frame::sync_2);
+    for (const QByteArray& beginning : {first, both, first + both + both}) {
+        Verdict verdict = after_bytes(
+            examiner, beginning, QString::fromLatin1(beginning.toHex()) + QStringLiteral(" alone"));
         if (verdict.kind != Verdict::Kind::passed)
             return verdict;
     }
@@ -310,7 +312,7 @@ Verdict half_frame_and_silence(Examiner& examiner)
 
 Verdict unknown_identifiers(Examiner& examiner)
 {
-    constexpr uchar unknown[] = {0x00, 0x03, 0x07, 0x36, 0x7d, 0xff};
+    constexpr uchar unknown[] = {0x00, 0x03, 0x07, Message_id::digest, 0x7d, 0xff};
     for (const uchar id : unknown) {
         // It may be answered: a controller that cannot do something does well to say so.
         const uchar allowed = answer_to(id);
@@ -523,7 +525,9 @@ Verdict right_addresses(Examiner& examiner)
     return look_at_all(
         examiner,
         [](const Line_event& event) { return event.is_frame() && !event.has_right_addresses(); },
-        QStringLiteral("a frame with other addresses than 59 and 78"));
+        QStringLiteral("a frame with other addresses than %1 and %2")
+            .arg(uint{Frame::controller_address}, 2, 16)
+            .arg(uint{Frame::host_address}, 2, 16));
 }
 
 Verdict known_identifiers(Examiner& examiner)

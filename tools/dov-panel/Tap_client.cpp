@@ -2,8 +2,7 @@
 
 #include "Local_listener.h"
 #include "Pcapng_recording.h"
-
-#include <csignal>
+#include "Signal_free_thread.h"
 
 #include <fcntl.h>
 #include <sys/socket.h>
@@ -45,13 +44,8 @@ void Tap_client::connect_again()
     has_ended_ = false;
     descriptor_ = descriptor;
     (void)::fcntl(descriptor, F_SETFL, ::fcntl(descriptor, F_GETFL) & ~O_NONBLOCK);
-    // Signals are for the threads that wait for them.
-    sigset_t all;
-    sigset_t before;
-    sigfillset(&all);
-    pthread_sigmask(SIG_SETMASK, &all, &before);
-    thread_ = std::thread([this, own = ::fcntl(descriptor, F_DUPFD_CLOEXEC, 0)] { read_all(own); });
-    pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    thread_ = signal_free_thread(
+        [this, own = ::fcntl(descriptor, F_DUPFD_CLOEXEC, 0)] { read_all(own); });
     Q_EMIT presence_changed();
 }
 

@@ -1,15 +1,15 @@
 #include "Web_server.h"
 
+#include "Signal_free_thread.h"
+
 #include <algorithm>
 #include <array>
 #include <atomic>
 #include <cerrno>
-#include <csignal>
 #include <cstring>
 #include <deque>
 #include <map>
 #include <mutex>
-#include <thread>
 #include <vector>
 
 #include <arpa/inet.h>
@@ -266,13 +266,7 @@ QString Web_server::Work::start()
     const QByteArray port = ':' + QByteArray::number(port_);
     hosts_ = {(is_v6 ? '[' + address_ + ']' : address_) + port, "127.0.0.1" + port,
               "localhost" + port, "[::1]" + port};
-    // Signals are for the threads that wait for them.
-    sigset_t all;
-    sigset_t before;
-    sigfillset(&all);
-    pthread_sigmask(SIG_SETMASK, &all, &before);
-    thread_ = std::thread([this] { run(); });
-    pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    thread_ = signal_free_thread([this] { run(); });
     return {};
 }
 

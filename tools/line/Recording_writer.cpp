@@ -1,14 +1,13 @@
 #include "Recording_writer.h"
 
 #include "Pcapng_writer.h"
+#include "Signal_free_thread.h"
 #include "Text_writer.h"
 
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
-#include <csignal>
 #include <cstdlib>
-#include <thread>
 #include <utility>
 
 #include <poll.h>
@@ -216,13 +215,7 @@ void Recording_writer::take(int descriptor, const Order& order)
 void Recording_writer::start(std::shared_ptr<Work> work)
 {
     work_ = std::move(work);
-    // Signals are for the threads that wait for them.
-    sigset_t all;
-    sigset_t before;
-    sigfillset(&all);
-    pthread_sigmask(SIG_SETMASK, &all, &before);
-    std::thread([shared = work_] { shared->run(); }).detach();
-    pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    signal_free_thread([shared = work_] { shared->run(); }).detach();
 }
 
 void Recording_writer::write(const Line_record& record)

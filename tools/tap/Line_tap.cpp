@@ -1,9 +1,10 @@
 #include "Line_tap.h"
 
+#include "Signal_free_thread.h"
+
 #include <QFileInfo>
 
 #include <cerrno>
-#include <csignal>
 #include <iterator>
 
 #include <sys/epoll.h>
@@ -53,13 +54,7 @@ QString Line_tap::start()
     QString error = make_link();
     if (!error.isEmpty())
         return error;
-    // Signals are for the threads that wait for them.
-    sigset_t all;
-    sigset_t before;
-    sigfillset(&all);
-    pthread_sigmask(SIG_SETMASK, &all, &before);
-    thread_ = std::thread([this] { run(); });
-    pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    thread_ = signal_free_thread([this] { run(); });
     return {};
 }
 

@@ -1,12 +1,12 @@
 #include "Text_output.h"
 
+#include "Signal_free_thread.h"
+
 #include <cerrno>
 #include <chrono>
 #include <condition_variable>
-#include <csignal>
 #include <cstring>
 #include <mutex>
-#include <thread>
 
 #include <unistd.h>
 
@@ -96,13 +96,7 @@ private:
 Text_output::Text_output(int descriptor, const std::function<void(const QString&)>& complain)
     : work_(std::make_shared<Work>(descriptor, complain))
 {
-    // Signals are for the threads that wait for them.
-    sigset_t all;
-    sigset_t before;
-    sigfillset(&all);
-    pthread_sigmask(SIG_SETMASK, &all, &before);
-    std::thread([shared = work_] { shared->run(); }).detach();
-    pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    signal_free_thread([shared = work_] { shared->run(); }).detach();
 }
 
 Text_output::~Text_output()

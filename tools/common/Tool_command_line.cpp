@@ -66,6 +66,30 @@ void Tool_command_line::add(const Tool_option& option)
     options_.append(option);
 }
 
+void Tool_command_line::add(const char* name, const char* value, const char* meaning,
+                            const std::function<QString(const QString&)>& take)
+{
+    add({QString::fromLatin1(name), QString::fromLatin1(value), QString::fromLatin1(meaning),
+         take});
+}
+
+void Tool_command_line::add_text(const char* name, const char* value, const char* meaning,
+                                 QString& place)
+{
+    add(name, value, meaning, [&place](const QString& text) {
+        place = text;
+        return QString();
+    });
+}
+
+void Tool_command_line::add_switch(const char* name, const char* meaning, bool& is_set)
+{
+    add(name, "", meaning, [&is_set](const QString&) {
+        is_set = true;
+        return QString();
+    });
+}
+
 void Tool_command_line::take_arguments(int least, int most, const QString& shown,
                                        const QString& meaning)
 {

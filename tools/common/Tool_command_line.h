@@ -49,6 +49,12 @@ public:
     Tool_command_line(const QString& name, const QString& description);
 
     void add(const Tool_option& option);
+    void add(const char* name, const char* value, const char* meaning,
+             const std::function<QString(const QString& value)>& take);
+
+    /// What most options are: a text that is kept, and a switch that is set.
+    void add_text(const char* name, const char* value, const char* meaning, QString& place);
+    void add_switch(const char* name, const char* meaning, bool& is_set);
 
     /// Takes bare words, between so many and so many; `shown` is how the usage writes them. Without
     /// this none is taken.

@@ -26,15 +26,6 @@ bool print(const QByteArray& text, std::FILE* stream)
     return std::fwrite(text.constData(), 1, size, stream) == size && std::fflush(stream) == 0;
 }
 
-Tool_option file_option(const char* name, const char* meaning, QString& path)
-{
-    return {QString::fromLatin1(name), QStringLiteral("file"), QString::fromLatin1(meaning),
-            [&path](const QString& value) {
-                path = value;
-                return QString();
-            }};
-}
-
 } // namespace
 
 int main(int argc, char** argv)
@@ -44,13 +35,9 @@ int main(int argc, char** argv)
     QString oem = QLatin1String(paths().oem_profile);
     bool json = false;
     Tool_command_line line(tool, QLatin1String(description));
-    line.add(
-        {QStringLiteral("json"), QString(), QStringLiteral("Print JSON."), [&json](const QString&) {
-             json = true;
-             return QString();
-         }});
-    line.add(file_option("power", "The power configuration.", power));
-    line.add(file_option("oem", "The OEM profile.", oem));
+    line.add_switch("json", "Print JSON.", json);
+    line.add_text("power", "file", "The power configuration.", power);
+    line.add_text("oem", "file", "The OEM profile.", oem);
     const Tool_request request = line.parse(QCoreApplication::arguments());
     if (!request.runs())
         return leave(tool, request);

@@ -12,50 +12,6 @@ digests at the interval that the host asks for, and shows faults on demand.
 
 Commands come from options, from a script and from standard input.)";
 
-/// An option that is not a command.
-struct Option_row {
-    const char* name;
-    const char* value; ///< null for a switch
-    const char* meaning;
-    void (*store)(Options& options, const QString& value);
-};
-
-constexpr Option_row option_rows[] = {
-    {"link", "path", "Makes path a symbolic link to the pseudo terminal, while it is there.",
-     [](Options& options, const QString& value) { options.place.link = value; }},
-    {"device", "path", "Takes this serial device instead of making a pseudo terminal.",
-     [](Options& options, const QString& value) { options.place.device = value; }},
-    {"baudrate", "rate", "Speed of the device; 115200 by default.",
-     [](Options& options, const QString& value) { options.place.baud = value.toInt(); }},
-    {"socket", "path", "Takes commands at a local socket, too, and tells there what it prints.",
-     [](Options& options, const QString& value) { options.socket = value; }},
-    {"script", "file", "Plays a script: a time and a command a line.",
-     [](Options& options, const QString& value) { options.script = value; }},
-    {"loop", nullptr, "Plays the script again and again.",
-     [](Options& options, const QString&) { options.loop = true; }},
-    {"record", "file", "Writes what goes over the line, in both directions.",
-     [](Options& options, const QString& value) { options.record = value; }},
-    {"replay", "file", "Plays the controller's side of a recording, and answers nothing itself.",
-     [](Options& options, const QString& value) { options.replay = value; }},
-    {"expect", nullptr, "Waits for the host's side of the replay, too; ends with 1 if it differs.",
-     [](Options& options, const QString&) { options.expect = options.exit_at_end = true; }},
-    {"speed", "factor", "Replays so many times as fast; 0: without pauses.",
-     [](Options& options, const QString& value) {
-         bool good = false;
-         options.speed = value.toDouble(&good);
-         if (!good)
-             options.speed = -1;
-     }},
-    {"wait", nullptr, "Script and replay begin with the host's first byte.",
-     [](Options& options, const QString&) { options.wait = true; }},
-    {"exit-at-end", nullptr, "Ends when script or replay has, and the host has taken it all.",
-     [](Options& options, const QString&) { options.exit_at_end = true; }},
-    {"check", nullptr, "Checks script and recording, and ends.",
-     [](Options& options, const QString&) { options.check = true; }},
-    {"verbose", nullptr, "Prints what goes over the line.",
-     [](Options& options, const QString&) { options.verbose = true; }},
-};
-
 QString commands_text()
 {
     QString text = QStringLiteral("\nCommands (in a script each after its time, as 1.5s or "
@@ -87,14 +43,48 @@ QString commands_text()
                       "good,\nor the host said something else than expected, 2 wrong usage.\n");
 }
 
+/// The options that are no commands.
 void add_options(Tool_command_line& line, Options& options)
 {
-    for (const Option_row& row : option_rows)
-        line.add({QString::fromLatin1(row.name), QString::fromLatin1(row.value),
-                  QString::fromLatin1(row.meaning), [&row, &options](const QString& value) {
-                      row.store(options, value);
-                      return QString();
-                  }});
+    line.add_text("link", "path",
+                  "Makes path a symbolic link to the pseudo terminal, while it is there.",
+                  options.place.link);
+    line.add_text("device", "path", "Takes this serial device instead of making a pseudo terminal.",
+                  options.place.device);
+    line.add("baudrate", "rate", "Speed of the device; 115200 by default.",
+             [&options](const QString& value) {
+                 options.place.baud = value.toInt();
+                 return QString(); // check() judges it
+             });
+    line.add_text("socket", "path",
+                  "Takes commands at a local socket, too, and tells there what it prints.",
+                  options.socket);
+    line.add_text("script", "file", "Plays a script: a time and a command a line.", options.script);
+    line.add_switch("loop", "Plays the script again and again.", options.loop);
+    line.add_text("record", "file", "Writes what goes over the line, in both directions.",
+                  options.record);
+    line.add_text("replay", "file",
+                  "Plays the controller's side of a recording, and answers nothing itself.",
+                  options.replay);
+    line.add("expect", "",
+             "Waits for the host's side of the replay, too; ends with 1 if it differs.",
+             [&options](const QString&) {
+                 options.expect = options.exit_at_end = true;
+                 return QString();
+             });
+    line.add("speed", "factor", "Replays so many times as fast; 0: without pauses.",
+             [&options](const QString& value) {
+                 bool good = false;
+                 options.speed = value.toDouble(&good);
+                 if (!good)
+                     options.speed = -1;
+                 return QString(); // check() judges it
+             });
+    line.add_switch("wait", "Script and replay begin with the host's first byte.", options.wait);
+    line.add_switch("exit-at-end", "Ends when script or replay has, and the host has taken it all.",
+                    options.exit_at_end);
+    line.add_switch("check", "Checks script and recording, and ends.", options.check);
+    line.add_switch("verbose", "Prints what goes over the line.", options.verbose);
 }
 
 /// Takes a command that is to be done before the start. An error's text, or nothing.

@@ -31,16 +31,11 @@ Check_verb::Check_verb()
                           QStringLiteral("Only these checks: recovery.garbage, digest, "
                                          "\"answer.*poll\"."));
     add_number("wait", "ms", "How long an answer may take; 300.", wait_ms_, 1);
-    add_switch("change", "Also those that change something, which is put back where it can be.",
-               change_);
-    add_switch("list", "Tells the checks, and ends.", list_);
-    add_switch("tap", "A report in TAP.", tap_);
-    line().add({QStringLiteral("junit"), QStringLiteral("file"),
-                QStringLiteral("Writes a report in JUnit's XML, too."),
-                [this](const QString& text) {
-                    junit_ = text;
-                    return QString();
-                }});
+    line().add_switch(
+        "change", "Also those that change something, which is put back where it can be.", change_);
+    line().add_switch("list", "Tells the checks, and ends.", list_);
+    line().add_switch("tap", "A report in TAP.", tap_);
+    line().add_text("junit", "file", "Writes a report in JUnit's XML, too.", junit_);
     add_json();
 }
 

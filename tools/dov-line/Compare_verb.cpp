@@ -121,7 +121,7 @@ Compare_verb::Compare_verb()
                       "their times.")
 {
     line().take_arguments(2, 2, QStringLiteral("file file"), QStringLiteral("Two recordings."));
-    add_switch("all", "Every message that differs, not the first few.", all_);
+    line().add_switch("all", "Every message that differs, not the first few.", all_);
 }
 
 int Compare_verb::run(const QStringList& arguments)

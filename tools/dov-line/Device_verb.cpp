@@ -12,46 +12,34 @@ constexpr int highest_baud = 460800;
 
 Device_verb::Device_verb(const char* name, const char* description) : Verb(name, description)
 {
-    line().add({QStringLiteral("device"), QStringLiteral("path"),
-                QStringLiteral("The serial device, or pseudo terminal, that the controller is on."),
-                [this](const QString& text) {
-                    device_ = text;
-                    return QString();
-                }});
+    line().add_text("device", "path",
+                    "The serial device, or pseudo terminal, that the controller is on.", device_);
     add_number("baudrate", "rate", "The device's speed; 115200.", baud_, 1);
-    line().add({QStringLiteral("record"), QStringLiteral("file"),
-                QStringLiteral("Records the line."), [this](const QString& text) {
-                    record_ = text;
-                    return QString();
-                }});
+    line().add_text("record", "file", "Records the line.", record_);
 }
 
 void Device_verb::add_json()
 {
-    add_switch("json", "An object of JSON a line.", json_);
+    line().add_switch("json", "An object of JSON a line.", json_);
 }
 
 void Device_verb::add_time()
 {
-    line().add({QStringLiteral("time"), QStringLiteral("relative|absolute|delta"),
-                QStringLiteral("Times since the beginning, of the wall clock, or since the last "
-                               "line."),
-                [this](const QString& text) { return take_time_style(text, style_); }});
+    Verb::add_time(style_);
 }
 
 void Device_verb::add_number(const char* name, const char* unit, const char* meaning, int& number,
                              int least)
 {
-    line().add({QLatin1String(name), QLatin1String(unit), QLatin1String(meaning),
-                [name, least, &number](const QString& text) {
-                    bool good = false;
-                    number = text.toInt(&good);
-                    return good && number >= least
-                               ? QString()
-                               : QStringLiteral("--%1: \"%2\" is no whole number from %3 on")
-                                     .arg(QLatin1String(name), text)
-                                     .arg(least);
-                }});
+    line().add(name, unit, meaning, [name, least, &number](const QString& text) {
+        bool good = false;
+        number = text.toInt(&good);
+        return good && number >= least
+                   ? QString()
+                   : QStringLiteral("--%1: \"%2\" is no whole number from %3 on")
+                         .arg(QLatin1String(name), text)
+                         .arg(least);
+    });
 }
 
 int Device_verb::open(Conversation& conversation)

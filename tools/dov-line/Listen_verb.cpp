@@ -2,12 +2,7 @@
 
 Listen_verb::Listen_verb() : Device_verb("listen", "Shows what the controller sends.")
 {
-    line().add({QStringLiteral("id"), QStringLiteral("message"),
-                QStringLiteral("Only this message: 0x36, 54 or digest; again for more."),
-                [this](const QString& text) {
-                    const QString error = filter_.want_message(text);
-                    return error.isEmpty() ? error : QStringLiteral("--id: ") + error;
-                }});
+    add_id(filter_);
     add_number("count", "number", "Ends after so many.", count_, 1);
     add_number("wait", "ms", "Ends after this time, with status 1 if fewer have come.", wait_ms_,
                0);

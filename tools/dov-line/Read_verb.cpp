@@ -7,52 +7,30 @@
 
 #include <limits>
 
-namespace {
-
-/// What is wrong with an option's value, behind the option's name.
-QString fault_of(const char* option, const QString& error)
-{
-    return error.isEmpty() ? error : QLatin1String(option) + QStringLiteral(": ") + error;
-}
-
-} // namespace
-
 Read_verb::Read_verb() : Verb("read", "Shows what is in recordings of the line.")
 {
     line().take_arguments(1, std::numeric_limits<int>::max(), QStringLiteral("file..."),
                           QStringLiteral("Recordings or pcapng files; - is standard input."));
-    line().add({QStringLiteral("from"), QStringLiteral("host|controller"),
-                QStringLiteral("Only what this side sends."),
-                [this](const QString& text) { return take_sender(text); }});
-    line().add(
-        {QStringLiteral("id"), QStringLiteral("message"),
-         QStringLiteral("Only this message: 0x36, 54 or digest; again for more."),
-         [this](const QString& text) { return fault_of("--id", filter_.want_message(text)); }});
-    line().add(
-        {QStringLiteral("where"), QStringLiteral("field=value"),
-         QStringLiteral("Only messages whose field passes: \"analog>2.5 V\"; again for "
-                        "more."),
-         [this](const QString& text) { return fault_of("--where", filter_.want_field(text)); }});
-    line().add({QStringLiteral("errors"),
-                {},
-                QStringLiteral("Only what is wrong."),
-                [this](const QString&) {
-                    filter_.want_errors();
-                    return QString();
-                }});
-    line().add({QStringLiteral("unanswered"),
-                {},
-                QStringLiteral("Only requests without an answer."),
-                [this](const QString&) {
-                    filter_.want_unanswered();
-                    return QString();
-                }});
-    line().add({QStringLiteral("time"), QStringLiteral("relative|absolute|delta"),
-                QStringLiteral("Times since the beginning, of the wall clock, or since the last "
-                               "line."),
-                [this](const QString& text) { return take_time_style(text, style_); }});
-    add_switch("json", "An object of JSON a line.", json_);
-    add_switch("csv", "Comma-separated values.", csv_);
+    line().add("from", "host|controller", "Only what this side sends.",
+               [this](const QString& text) { return take_sender(text); });
+    add_id(filter_);
+    line().add("where", "field=value",
+               "Only messages whose field passes: \"analog>2.5 V\"; again for more.",
+               [this](const QString& text) {
+                   const QString error = filter_.want_field(text);
+                   return error.isEmpty() ? error : QStringLiteral("--where: ") + error;
+               });
+    line().add("errors", "", "Only what is wrong.", [this](const QString&) {
+        filter_.want_errors();
+        return QString();
+    });
+    line().add("unanswered", "", "Only requests without an answer.", [this](const QString&) {
+        filter_.want_unanswered();
+        return QString();
+    });
+    add_time(style_);
+    line().add_switch("json", "An object of JSON a line.", json_);
+    line().add_switch("csv", "Comma-separated values.", csv_);
 }
 
 QString Read_verb::take_sender(const QString& text)

@@ -12,16 +12,15 @@ Send_verb::Send_verb()
         0, std::numeric_limits<int>::max(), QStringLiteral("message"),
         QStringLiteral("0x31, 49 or backlight, then its fields, level=127, or its arguments in "
                        "hexadecimal, 7f 00."));
-    line().add({QStringLiteral("bytes"), QStringLiteral("hex"),
-                QStringLiteral("Sends these bytes as they are, in place of a message."),
-                [this](const QString& text) {
-                    const auto bytes = bytes_of_hex(text);
-                    bytes_ = bytes.value_or(QByteArray());
-                    return bytes ? QString()
-                                 : QStringLiteral("--bytes: \"%1\" is not two hexadecimal digits "
-                                                  "a byte")
-                                       .arg(text);
-                }});
+    line().add("bytes", "hex", "Sends these bytes as they are, in place of a message.",
+               [this](const QString& text) {
+                   const auto bytes = bytes_of_hex(text);
+                   bytes_ = bytes.value_or(QByteArray());
+                   return bytes ? QString()
+                                : QStringLiteral("--bytes: \"%1\" is not two hexadecimal digits "
+                                                 "a byte")
+                                      .arg(text);
+               });
 }
 
 int Send_verb::run(const QStringList& arguments)

@@ -154,15 +154,15 @@ Stats_verb::Stats_verb() : Verb("stats", "Counts what is in a recording of the l
 {
     line().take_arguments(1, 1, QStringLiteral("file"),
                           QStringLiteral("A recording or pcapng file; - is standard input."));
-    add_switch("json", "An object of JSON.", json_);
-    add_switch("live", "Shows the status file of a running tap on one screen; q ends.", live_);
-    line().add({QStringLiteral("baudrate"), QStringLiteral("rate"),
-                QStringLiteral("The line's speed, for its load; 115200."),
-                [this](const QString& text) { return take_baud(text); }});
-    line().add({QStringLiteral("fail-if"), QStringLiteral("condition"),
-                QStringLiteral("End with status 1 if it holds: \"unanswered>0\", "
-                               "\"answers.0x15.p99_ms>20\"; again for more."),
-                [this](const QString& text) { return take_limit(text); }});
+    line().add_switch("json", "An object of JSON.", json_);
+    line().add_switch("live", "Shows the status file of a running tap on one screen; q ends.",
+                      live_);
+    line().add("baudrate", "rate", "The line's speed, for its load; 115200.",
+               [this](const QString& text) { return take_baud(text); });
+    line().add("fail-if", "condition",
+               "End with status 1 if it holds: \"unanswered>0\", "
+               "\"answers.0x15.p99_ms>20\"; again for more.",
+               [this](const QString& text) { return take_limit(text); });
 }
 
 QString Stats_verb::take_baud(const QString& text)

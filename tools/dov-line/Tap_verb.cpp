@@ -36,39 +36,35 @@ Tap_verb::Tap_verb()
                   "Makes a pseudo terminal that the daemon opens in the place of the device, and "
                   "passes every byte.\nSIGUSR1 keeps what led to that moment, with --ring.")
 {
-    add_path("device", "path", "The serial device.", order_.device);
-    add_path("link", "path", "The name that the daemon opens: a symbolic link, made here.",
-             order_.link);
-    add_switch("quiet", "Prints nothing of what passes.", is_quiet_);
-    add_switch("json", "Prints an object of JSON a line.", order_.json);
-    line().add({QStringLiteral("time"), QStringLiteral("relative|absolute|delta"),
-                QStringLiteral("Times since the beginning, of the wall clock, or since the last "
-                               "line."),
-                [this](const QString& text) { return take_time_style(text, order_.style); }});
+    line().add_text("device", "path", "The serial device.", order_.device);
+    line().add_text("link", "path", "The name that the daemon opens: a symbolic link, made here.",
+                    order_.link);
+    line().add_switch("quiet", "Prints nothing of what passes.", is_quiet_);
+    line().add_switch("json", "Prints an object of JSON a line.", order_.json);
+    add_time(order_.style);
     add_recordings();
     add_incidents();
-    add_path("status", "file", "Keeps counters there, as JSON.", order_.status);
+    line().add_text("status", "file", "Keeps counters there, as JSON.", order_.status);
 }
 
 void Tap_verb::add_recordings()
 {
-    add_path("record", "file", "Records the line.", order_.record);
-    add_path("pcapng", "file", "Records it as pcapng; - is standard output.", order_.pcapng);
-    add_path("socket", "path", "Gives it as pcapng to everybody who connects there.",
-             order_.socket);
+    line().add_text("record", "file", "Records the line.", order_.record);
+    line().add_text("pcapng", "file", "Records it as pcapng; - is standard output.", order_.pcapng);
+    line().add_text("socket", "path", "Gives it as pcapng to everybody who connects there.",
+                    order_.socket);
     add_size("rotate", "Begins a new file at this size, as 10M; FILE becomes FILE.1.",
              [this](quint64 size) { order_.rotation.most_bytes = size; });
     order_.rotation.files = order_.kept_files;
-    line().add({QStringLiteral("files"), QStringLiteral("number"),
-                QStringLiteral("How many files --rotate and --ring leave, each; 10."),
-                [this](const QString& text) {
-                    const int files = text.toInt();
-                    order_.rotation.files = files;
-                    order_.kept_files = files;
-                    return files > 0 && files <= most_files
-                               ? QString()
-                               : QStringLiteral("--files: \"%1\" is not 1 to 1000").arg(text);
-                }});
+    line().add("files", "number", "How many files --rotate and --ring leave, each; 10.",
+               [this](const QString& text) {
+                   const int files = text.toInt();
+                   order_.rotation.files = files;
+                   order_.kept_files = files;
+                   return files > 0 && files <= most_files
+                              ? QString()
+                              : QStringLiteral("--files: \"%1\" is not 1 to 1000").arg(text);
+               });
 }
 
 void Tap_verb::add_incidents()
@@ -78,30 +74,19 @@ void Tap_verb::add_incidents()
              "answer, an unknown identifier, a hang-up, SIGUSR1.",
              [this](quint64 size) { ring_bytes_ = size; });
     order_.keep = QStringLiteral("dov-line");
-    add_path("keep", "path", "What the names of those files begin with; dov-line.", order_.keep);
-}
-
-void Tap_verb::add_path(const char* name, const char* value, const char* meaning, QString& path)
-{
-    line().add({QLatin1String(name), QLatin1String(value), QLatin1String(meaning),
-                [&path](const QString& text) {
-                    path = text;
-                    return QString();
-                }});
+    line().add_text("keep", "path", "What the names of those files begin with; dov-line.",
+                    order_.keep);
 }
 
 void Tap_verb::add_size(const char* name, const char* meaning,
                         const std::function<void(quint64)>& take)
 {
-    line().add(
-        {QLatin1String(name), QStringLiteral("size"), QLatin1String(meaning),
-         [name, take](const QString& text) {
-             const quint64 size = size_of(text);
-             take(size);
-             return size > 0
-                        ? QString()
+    line().add(name, "size", meaning, [name, take](const QString& text) {
+        const quint64 size = size_of(text);
+        take(size);
+        return size > 0 ? QString()
                         : QStringLiteral("--%1: \"%2\" is no size").arg(QLatin1String(name), text);
-         }});
+    });
 }
 
 QString Tap_verb::wrong_usage() const

@@ -11,7 +11,6 @@ public:
     int run(const QStringList& arguments) override;
 
 private:
-    void add_path(const char* name, const char* value, const char* meaning, QString& path);
     void add_size(const char* name, const char* meaning, const std::function<void(quint64)>& take);
     void add_recordings();
     void add_incidents();

@@ -11,22 +11,28 @@ Verb::Verb(const char* name, const char* description)
 {
 }
 
-void Verb::add_switch(const char* name, const char* meaning, bool& is_set)
+void Verb::add_time(Time_style& style)
 {
-    line_.add({QLatin1String(name), {}, QLatin1String(meaning), [&is_set](const QString&) {
-                   is_set = true;
-                   return QString();
-               }});
+    line_.add("time", "relative|absolute|delta",
+              "Times since the beginning, of the wall clock, or since the last line.",
+              [&style](const QString& text) {
+                  return parse_time_style(text, style)
+                             ? QString()
+                             : QStringLiteral("--time: \"%1\" is not relative, absolute or delta")
+                                   .arg(text);
+              });
+}
+
+void Verb::add_id(Event_filter& filter)
+{
+    line_.add("id", "message", "Only this message: 0x36, 54 or digest; again for more.",
+              [&filter](const QString& text) {
+                  const QString error = filter.want_message(text);
+                  return error.isEmpty() ? error : QStringLiteral("--id: ") + error;
+              });
 }
 
 void complain(const QString& text)
 {
     complain(tool, text);
-}
-
-QString take_time_style(const QString& text, Time_style& style)
-{
-    return parse_time_style(text, style)
-               ? QString()
-               : QStringLiteral("--time: \"%1\" is not relative, absolute or delta").arg(text);
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Event_filter.h"
 #include "Event_format.h"
 #include "Tool_command_line.h"
 
@@ -23,8 +24,9 @@ public:
     virtual int run(const QStringList& arguments) = 0;
 
 protected:
-    /// An option without a value.
-    void add_switch(const char* name, const char* meaning, bool& is_set);
+    /// Options that several verbs have: --time, and --id.
+    void add_time(Time_style& style);
+    void add_id(Event_filter& filter);
 
 private:
     QString name_;
@@ -33,6 +35,3 @@ private:
 
 /// Prints "dov-line: TEXT" on standard error.
 void complain(const QString& text);
-
-/// Takes the value of --time. What is wrong with it, or nothing.
-QString take_time_style(const QString& text, Time_style& style);

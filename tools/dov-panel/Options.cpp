@@ -13,12 +13,6 @@ dov-controller plays the vehicle, its inputs and faults.
 Whoever can open the page can look. Nothing can be changed without --control,
 and then only by a page that has the token of the address that is printed.)";
 
-QString store(QString& place, const QString& value)
-{
-    place = value;
-    return {};
-}
-
 bool is_loopback(const QString& address)
 {
     const QByteArray text = address.toLatin1();
@@ -70,30 +64,20 @@ QString take_interval(const QString& value, Options& options)
 Tool_request parse_command_line(const QStringList& arguments, Options& options)
 {
     Tool_command_line line(QStringLiteral("dov-panel"), QString::fromLatin1(description));
-    const auto add = [&](const char* name, const char* value, const char* meaning,
-                         std::function<QString(const QString&)> take) {
-        line.add({QString::fromLatin1(name), QString::fromLatin1(value),
-                  QString::fromLatin1(meaning), std::move(take)});
-    };
-    add("bus", "address", "The bus of the terminal; the system bus by default.",
-        [&](const QString& value) { return store(options.bus, value); });
-    add("controller", "path", "The socket of dov-controller, which plays the vehicle.",
-        [&](const QString& value) { return store(options.controller, value); });
-    add("tap", "path", "The socket of dov-line tap, which hears the line.",
-        [&](const QString& value) { return store(options.tap, value); });
-    add("listen", "address", "Where browsers find it: 127.0.0.1:8037. Port 0 takes any.",
-        [&](const QString& value) { return take_listen(value, options); });
-    add("interval", "ms", "How often what no signal tells is read: 500.",
-        [&](const QString& value) { return take_interval(value, options); });
-    add("control", "", "Lets pages that have the token change things; prints it.",
-        [&](const QString&) {
-            options.control = true;
-            return QString();
-        });
-    add("token-file", "file", "Where the token is kept; made there if it is not there.",
-        [&](const QString& value) { return store(options.token_file, value); });
-    add("page", "path", "Takes the page's files from this directory.",
-        [&](const QString& value) { return store(options.page, value); });
+    line.add_text("bus", "address", "The bus of the terminal; the system bus by default.",
+                  options.bus);
+    line.add_text("controller", "path", "The socket of dov-controller, which plays the vehicle.",
+                  options.controller);
+    line.add_text("tap", "path", "The socket of dov-line tap, which hears the line.", options.tap);
+    line.add("listen", "address", "Where browsers find it: 127.0.0.1:8037. Port 0 takes any.",
+             [&](const QString& value) { return take_listen(value, options); });
+    line.add("interval", "ms", "How often what no signal tells is read: 500.",
+             [&](const QString& value) { return take_interval(value, options); });
+    line.add_switch("control", "Lets pages that have the token change things; prints it.",
+                    options.control);
+    line.add_text("token-file", "file", "Where the token is kept; made there if it is not there.",
+                  options.token_file);
+    line.add_text("page", "path", "Takes the page's files from this directory.", options.page);
     line.set_further_help(QStringLiteral(
         "\nEach of bus, controller and tap may be absent, come later, go and come back.\n"
         "\nExit status: 0 ended as asked, 1 it cannot listen or the token cannot be kept,\n"

@@ -1,7 +1,5 @@
 #include "Options.h"
 
-#include <type_traits>
-
 namespace {
 
 constexpr int least_interval_ms = 50;
@@ -25,14 +23,6 @@ bus ends; a service that is not there yet is waited for. On a terminal and with
 Exit status: 0 ended as asked or with what was watched, 1 no bus or no usable
 terminal, 2 wrong usage; with --once also: 3 the service is not on the bus, 4 a
 value could not be read.)";
-
-/// An option, and where its value goes.
-struct Option_row {
-    const char* name;
-    const char* value; ///< null for a switch
-    const char* meaning;
-    QString (*take)(Options& options, const QString& value); ///< what is wrong with the value
-};
 
 QString take_interval(Options& options, const QString& value)
 {
@@ -67,7 +57,7 @@ QString take_gone(Options& options, const QString& value)
     return {};
 }
 
-QString take_once(Options& options, const QString& /*value*/)
+QString take_once(Options& options)
 {
     options.once = options.lines = true;
     options.interval_ms = 0;
@@ -81,57 +71,45 @@ QString take_metrics(Options& options, const QString& value)
     return {};
 }
 
-QString take_json(Options& options, const QString& /*value*/)
+QString take_json(Options& options)
 {
     options.json = options.lines = true;
     return {};
 }
-
-template <class Value, Value Options::*member>
-QString keep(Options& options, const QString& value)
-{
-    if constexpr (std::is_same_v<Value, bool>)
-        options.*member = true;
-    else
-        options.*member = value;
-    return {};
-}
-
-constexpr Option_row option_rows[] = {
-    {"address", "address", "The bus; the machine's system bus by default.",
-     keep<QString, &Options::address>},
-    {"interval", "ms",
-     "Time between readings of what is not signalled: 50 or more, 1000 by default; 0 reads "
-     "everything once.",
-     take_interval},
-    {"report", "ms",
-     "Have the measured inputs signal at least so often (set_time_out), until dov-watch ends.",
-     take_report},
-    {"hysteresis", "value",
-     "Have the measured inputs signal changes beyond this (set_hysteresis), until dov-watch ends.",
-     take_hysteresis},
-    {"filter", "text", "Only objects whose path or name contains this.",
-     keep<QString, &Options::filter>},
-    {"gone", "exit|wait", "When service or bus goes away: exit or wait.", take_gone},
-    {"metrics", "file", "Keep metrics there for Prometheus, instead of lines or a screen.",
-     take_metrics},
-    {"tap", "file", "Add the counters that dov-line tap --status keeps there.",
-     keep<QString, &Options::tap>},
-    {"once", nullptr, "Read everything once, a line a value, and end.", take_once},
-    {"json", nullptr, "One JSON object a change, also on a terminal.", take_json},
-    {"lines", nullptr, "One line a change, also on a terminal.", keep<bool, &Options::lines>},
-    {"ascii", nullptr, "Draw with ASCII only.", keep<bool, &Options::ascii>},
-};
 
 } // namespace
 
 Tool_request parse_command_line(const QStringList& arguments, Options& options)
 {
     Tool_command_line line(QStringLiteral("dov-watch"), QString::fromLatin1(description));
-    for (const Option_row& row : option_rows)
-        line.add({QString::fromLatin1(row.name), QString::fromLatin1(row.value),
-                  QString::fromLatin1(row.meaning),
-                  [&row, &options](const QString& value) { return row.take(options, value); }});
+    line.add_text("address", "address", "The bus; the machine's system bus by default.",
+                  options.address);
+    line.add("interval", "ms",
+             "Time between readings of what is not signalled: 50 or more, 1000 by default; 0 reads "
+             "everything once.",
+             [&](const QString& value) { return take_interval(options, value); });
+    line.add("report", "ms",
+             "Have the measured inputs signal at least so often (set_time_out), until dov-watch "
+             "ends.",
+             [&](const QString& value) { return take_report(options, value); });
+    line.add("hysteresis", "value",
+             "Have the measured inputs signal changes beyond this (set_hysteresis), until "
+             "dov-watch ends.",
+             [&](const QString& value) { return take_hysteresis(options, value); });
+    line.add_text("filter", "text", "Only objects whose path or name contains this.",
+                  options.filter);
+    line.add("gone", "exit|wait", "When service or bus goes away: exit or wait.",
+             [&](const QString& value) { return take_gone(options, value); });
+    line.add("metrics", "file", "Keep metrics there for Prometheus, instead of lines or a screen.",
+             [&](const QString& value) { return take_metrics(options, value); });
+    line.add_text("tap", "file", "Add the counters that dov-line tap --status keeps there.",
+                  options.tap);
+    line.add("once", "", "Read everything once, a line a value, and end.",
+             [&](const QString&) { return take_once(options); });
+    line.add("json", "", "One JSON object a change, also on a terminal.",
+             [&](const QString&) { return take_json(options); });
+    line.add_switch("lines", "One line a change, also on a terminal.", options.lines);
+    line.add_switch("ascii", "Draw with ASCII only.", options.ascii);
     Tool_request request = line.parse(arguments);
     if (options.once && !options.metrics.isEmpty())
         request.refuse(QStringLiteral("--metrics and --once exclude each other"));

@@ -45,6 +45,26 @@ private Q_SLOTS:
         QCOMPARE(taken_, (QStringList{"rate=1", "quiet=", "rate=2"}));
     }
 
+    void texts_are_kept_and_switches_set()
+    {
+        QString text = QStringLiteral("as before");
+        bool is_set = false;
+        bool other = false;
+        Tool_command_line line(QStringLiteral("dov-x"), QStringLiteral("Does x."));
+        line.add_text("text", "words", "Keeps it.", text);
+        line.add_switch("set", "Sets it.", is_set);
+        line.add_switch("other", "Sets the other.", other);
+        QVERIFY(parsed(line, "dov-x --set").runs());
+        QCOMPARE(text, QStringLiteral("as before"));
+        QVERIFY(is_set);
+        QVERIFY(parsed(line, "dov-x --text one --text=two").runs());
+        QCOMPARE(text, QStringLiteral("two"));
+        QVERIFY(!other);
+        const QString help = parsed(line, "dov-x --help").text;
+        QCOMPARE_CONTAINS(help, QStringLiteral("  --text <words>  Keeps it.\n"));
+        QCOMPARE_CONTAINS(help, QStringLiteral("  --set           Sets it.\n"));
+    }
+
     void errors_data()
     {
         QTest::addColumn<QString>("words");

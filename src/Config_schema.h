@@ -54,6 +54,8 @@ struct Config_row {
     Config_defaults without_file;
     const char* meaning;    ///< as the manual says it
     const char* if_missing; ///< printed before the text that is not understood; null for nothing
+    const char* label = nullptr; ///< of an entry of the OEM profile, where its value is shown
+    const char* key = nullptr;   ///< the same for programs
 };
 
 constexpr const char* not_found = "NOT FOUND Text: ";
@@ -82,6 +84,8 @@ constexpr Config_row oem_code_row = {
     in_each_state(unknown_oem_code),
     "The OEM code of the terminal",
     nullptr,
+    "OEM code",
+    "oem_code",
 };
 constexpr Config_row power_up_time_row = {
     "RemoteSwitchPowerUpTime",
@@ -91,6 +95,8 @@ constexpr Config_row power_up_time_row = {
     in_each_state(unknown_power_up_time),
     "The remote-switch power-up time, in the controller's units",
     nullptr,
+    "remote-switch power-up time",
+    "power_up_time",
 };
 
 /// All of the OEM profile's.

@@ -8,10 +8,8 @@
 /// Reads the file. Returns a Load_result.
 int load_oem_profile(std::unique_ptr<QDomDocument>& document, const char* path);
 
-/// The OEM code, and the remote-switch power-up time in the controller's units. A null document
-/// is no file.
-Config_value read_oem_code(const QDomDocument* document);
-Config_value read_remote_switch_power_up_time(const QDomDocument* document);
+/// The value of one of oem_profile_rows. A null document is no file.
+Config_value read_profile_entry(const QDomDocument* document, const Config_row& row);
 
 /// The low 8 bits of the first "code" element's number, as "%u" of scanf reads it; the default
 /// when there is no document, no such element or no number.

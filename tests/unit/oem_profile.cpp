@@ -14,11 +14,11 @@ private Q_SLOTS:
             QCOMPARE(value.value, expected);
             QCOMPARE(value.source, Config_source::no_file);
         };
-        check(read_oem_code(nullptr), 255);
-        check(read_remote_switch_power_up_time(nullptr), 255);
+        check(read_profile_entry(nullptr, oem_code_row), 255);
+        check(read_profile_entry(nullptr, power_up_time_row), 255);
         const auto empty = config_.profile("<profile/>");
-        QCOMPARE(read_oem_code(empty.get()).value, 255);
-        QCOMPARE(read_remote_switch_power_up_time(empty.get()).value, 15);
+        QCOMPARE(read_profile_entry(empty.get(), oem_code_row).value, 255);
+        QCOMPARE(read_profile_entry(empty.get(), power_up_time_row).value, 15);
     }
 
     void profile_numbers_data()

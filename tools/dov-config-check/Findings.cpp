@@ -145,17 +145,16 @@ void check_oem_profile(Findings& findings, const QString& path)
     Document document;
     if (load_oem_profile(document, QFile::encodeName(path).constData()) != config_loaded)
         document.reset();
-    findings.oem_code = read_oem_code(document.get());
-    findings.power_up_time = read_remote_switch_power_up_time(document.get());
+    for (const Config_row* row : oem_profile_rows)
+        findings.profile.append({row, read_profile_entry(document.get(), *row)});
     if (document == nullptr) {
         findings.problems.append(load_problem(Problem_kind::rejected, path, oem_profile_file));
         return;
     }
     QVector<Problem> problems = unused_oem_entries(path, document->documentElement());
-    add_unless_recognised(problems, path, config_key(QLatin1String(oem_code_row.tag)),
-                          findings.oem_code);
-    add_unless_recognised(problems, path, config_key(QLatin1String(power_up_time_row.tag)),
-                          findings.power_up_time);
+    for (const Profile_setting& setting : findings.profile)
+        add_unless_recognised(problems, path, config_key(QLatin1String(setting.row->tag)),
+                              setting.value);
     sort_by_line(problems);
     findings.problems += problems;
 }

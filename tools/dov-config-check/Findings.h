@@ -37,13 +37,18 @@ struct Mask {
     int mask;
 };
 
+/// What the daemon makes of an entry of the OEM profile.
+struct Profile_setting {
+    const Config_row* row;
+    Config_value value;
+};
+
 /// What the daemon will do with its configuration files.
 struct Findings {
     QVector<Problem> problems; ///< the gravest first
     QVector<State_settings> states;
     QVector<Mask> masks;
-    Config_value oem_code;
-    Config_value power_up_time; ///< in the controller's units
+    QVector<Profile_setting> profile; ///< in the order of oem_profile_rows
 };
 
 /// Reads both files with the daemon's own reader. Prints nothing.

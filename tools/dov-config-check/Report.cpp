@@ -142,9 +142,10 @@ QByteArray as_text(const Findings& findings, bool coloured)
     text += QStringLiteral("masks (1 on, 2 low-power, 4 sleep):");
     for (const Mask& mask : findings.masks)
         text += QStringLiteral(" %1=%2").arg(mask.device).arg(mask.mask);
-    text +=
-        QStringLiteral("\nOEM code %1\nremote-switch power-up time %2\n")
-            .arg(number_with_reason(findings.oem_code), number_with_reason(findings.power_up_time));
+    text += QLatin1Char('\n');
+    for (const Profile_setting& setting : findings.profile)
+        text += QStringLiteral("%1 %2\n").arg(QLatin1String(setting.row->label),
+                                              number_with_reason(setting.value));
     return text.toUtf8();
 }
 
@@ -153,12 +154,10 @@ QByteArray as_json(const Findings& findings)
     QJsonObject masks;
     for (const Mask& mask : findings.masks)
         masks.insert(mask.device, mask.mask);
-    const QJsonObject all{
-        {QStringLiteral("problems"), array_of(findings.problems)},
-        {QStringLiteral("states"), array_of(findings.states)},
-        {QStringLiteral("masks"), masks},
-        {QStringLiteral("oem_code"), object_of(findings.oem_code, findings.oem_code.value)},
-        {QStringLiteral("power_up_time"),
-         object_of(findings.power_up_time, findings.power_up_time.value)}};
+    QJsonObject all{{QStringLiteral("problems"), array_of(findings.problems)},
+                    {QStringLiteral("states"), array_of(findings.states)},
+                    {QStringLiteral("masks"), masks}};
+    for (const Profile_setting& setting : findings.profile)
+        all.insert(QLatin1String(setting.row->key), object_of(setting.value, setting.value.value));
     return QJsonDocument(all).toJson();
 }

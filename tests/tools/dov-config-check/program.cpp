@@ -87,7 +87,7 @@ private:
         return status;
     }
 
-    bool has_line(const QByteArray& line) const { return output_.split('\n').contains(line); }
+    QList<QByteArray> lines() const { return output_.split('\n'); }
 
     QJsonObject checked_as_json()
     {
@@ -110,9 +110,10 @@ private Q_SLOTS:
         QCOMPARE_STARTS(output_, "state on: time-out none (default, no entry)\n"
                                  "  system   on  (line 3)\n"
                                  "  display  on  (default, no entry)\n");
-        QVERIFY(has_line("state low-power: time-out 100 s (default, no entry)"));
-        QVERIFY(has_line("OEM code 3 (line 2)"));
-        QVERIFY(has_line("remote-switch power-up time 20 (line 3)"));
+        QCOMPARE_CONTAINS(lines(),
+                          QByteArray("state low-power: time-out 100 s (default, no entry)"));
+        QCOMPARE_CONTAINS(lines(), QByteArray("OEM code 3 (line 2)"));
+        QCOMPARE_CONTAINS(lines(), QByteArray("remote-switch power-up time 20 (line 3)"));
         QCOMPARE_EMPTY(process_.readAllStandardError());
     }
 
@@ -124,8 +125,10 @@ private Q_SLOTS:
                       QStringLiteral("--oem"), examples + QStringLiteral("/oem_profile.conf")}),
                  0);
         output_ = process_.readAllStandardOutput();
-        QVERIFY(has_line("masks (1 on, 2 low-power, 4 sleep): system=3 display=1 can_1=7 can_2=5 "
-                         "can_3=4 can_4=4 eth=7 video=5 camera=4 uart_1=5 usb_1=5"));
+        QCOMPARE_CONTAINS(
+            lines(),
+            QByteArray("masks (1 on, 2 low-power, 4 sleep): system=3 display=1 can_1=7 can_2=5 "
+                       "can_3=4 can_4=4 eth=7 video=5 camera=4 uart_1=5 usb_1=5"));
     }
 
     void a_problem_is_told_first_and_in_the_status_data()
@@ -262,12 +265,12 @@ private Q_SLOTS:
         QVERIFY(QFile::remove(path("power.conf")));
         QVERIFY(QFile::remove(path("oem.conf")));
         QCOMPARE(check(), 5);
-        QVERIFY(has_line("state on: time-out none (no file)"));
-        QVERIFY(has_line("state sleep: time-out 100 s (no file)"));
-        QVERIFY(has_line("  system   off (no file)"));
+        QCOMPARE_CONTAINS(lines(), QByteArray("state on: time-out none (no file)"));
+        QCOMPARE_CONTAINS(lines(), QByteArray("state sleep: time-out 100 s (no file)"));
+        QCOMPARE_CONTAINS(lines(), QByteArray("  system   off (no file)"));
         QCOMPARE_LACKS(output_, "default, no entry");
-        QVERIFY(has_line("OEM code 255 (no file)"));
-        QVERIFY(has_line("remote-switch power-up time 255 (no file)"));
+        QCOMPARE_CONTAINS(lines(), QByteArray("OEM code 255 (no file)"));
+        QCOMPARE_CONTAINS(lines(), QByteArray("remote-switch power-up time 255 (no file)"));
     }
 
     void values_are_as_the_daemon_reads_them()
@@ -275,9 +278,11 @@ private Q_SLOTS:
         write("power.conf", power("<param name=\"timeout\">\t7 min</param>"));
         write("oem.conf", "<profile>\n<code> 300</code>\n</profile>\n");
         QCOMPARE(check(), 0);
-        QVERIFY(has_line("state on: time-out 7 s (line 3, from \"\\u00097 min\")"));
-        QVERIFY(has_line("OEM code 44 (line 2, from \" 300\")"));
-        QVERIFY(has_line("remote-switch power-up time 15 (default, no entry)"));
+        QCOMPARE_CONTAINS(lines(),
+                          QByteArray("state on: time-out 7 s (line 3, from \"\\u00097 min\")"));
+        QCOMPARE_CONTAINS(lines(), QByteArray("OEM code 44 (line 2, from \" 300\")"));
+        QCOMPARE_CONTAINS(lines(),
+                          QByteArray("remote-switch power-up time 15 (default, no entry)"));
     }
 
     void json_says_the_same()

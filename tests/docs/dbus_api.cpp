@@ -224,6 +224,19 @@ private Q_SLOTS:
         }
     }
 
+    void documents_tell_how_many_objects_there_are()
+    {
+        static const QRegularExpression number(QStringLiteral("\\b(\\d\\d+) objects\\b"));
+        for (const char* name :
+             {"README.md", "docs/dbus-api.md", "docs/architecture.md", "data/man/dov-dbus.8"}) {
+            const QString text =
+                Document(QString::fromLatin1(name)).lines().join(QLatin1Char(' ')).simplified();
+            QCOMPARE(
+                QStringLiteral("%1: %2").arg(QLatin1String(name), number.match(text).captured()),
+                QStringLiteral("%1: %2 objects").arg(QLatin1String(name)).arg(catalogue().size()));
+        }
+    }
+
 private:
     static QStringList catalogue_objects()
     {

@@ -9,6 +9,7 @@
 #include <QTest>
 
 #include <algorithm>
+#include <numeric>
 
 namespace {
 
@@ -175,15 +176,16 @@ QStringList frames_of(const Document::Section& section)
     return frames;
 }
 
-/// Whether every argument of a frame that is not 0 belongs to a field.
-bool keeps_to_layout(const QByteArray& frame)
+/// The arguments of a frame that are not 0 and belong to no field.
+QStringList stray_bytes(const QByteArray& frame)
 {
     const QList<int> named = field_bytes(id_of(frame));
-    for (int i = 1; i < 8; ++i) {
+    QStringList stray;
+    for (int i = 1; i < message_size; ++i) {
         if (frame[Frame::payload_at + i] != 0 && !named.contains(i))
-            return false;
+            stray.append(QStringLiteral("[%1]").arg(i));
     }
-    return true;
+    return stray;
 }
 
 } // namespace
@@ -266,9 +268,13 @@ private Q_SLOTS:
         for (const Message_kind& kind : message_catalogue) {
             const QString title = id_text(kind.id) + QLatin1Char(' ') + QLatin1String(kind.label);
             const QStringList frames = frames_of(document().section(title));
-            QVERIFY2(!frames.isEmpty(), qPrintable(title));
+            QVERIFY2(
+                !frames.isEmpty(),
+                qPrintable(QStringLiteral("docs/protocol.md has no section \"%1\" with a frame")
+                               .arg(title)));
             for (const QString& frame : frames)
-                QCOMPARE(id_of(frame_bytes(frame)), kind.id);
+                QVERIFY2(id_of(frame_bytes(frame)) == kind.id,
+                         qPrintable(QStringLiteral("below \"%1\": %2").arg(title, frame)));
         }
     }
 
@@ -286,11 +292,13 @@ private Q_SLOTS:
         QCOMPARE(frame.size(), Frame::size);
         const Message_kind* kind = find_message(id_of(frame));
         QVERIFY(kind != nullptr);
-        const bool to_controller = kind->direction == Direction::to_controller;
-        QCOMPARE(frame.left(Frame::payload_at).toHex(),
-                 QByteArray(to_controller ? "18ef7859" : "18ef5978"));
-        QVERIFY(Frame::is_whole(frame));
-        QVERIFY(keeps_to_layout(frame));
+        QByteArray expected = QByteArray::fromHex(
+            kind->direction == Direction::to_controller ? "18ef7859" : "18ef5978");
+        expected += frame.mid(Frame::payload_at, message_size);
+        const auto sum = std::accumulate(expected.begin(), expected.end(), 0);
+        expected += static_cast<char>(sum);
+        QCOMPARE(frame.toHex(' '), expected.toHex(' '));
+        QCOMPARE_EMPTY(stray_bytes(frame));
     }
 
     void identifiers_in_the_text_exist()

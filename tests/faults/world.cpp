@@ -1,5 +1,6 @@
 // Faults of what surrounds the daemon: its log, its media, its commands, its output.
 
+#include "Expected_objects.h"
 #include "Terminal.h"
 
 #include <QDBusPendingCall>
@@ -206,7 +207,7 @@ private Q_SLOTS:
         };
         QVERIFY(wait_for(read_some));
         QCOMPARE_STARTS(text, "Bah\nGot --port\n");
-        QCOMPARE(text.count("Path: "), 74);
+        QCOMPARE(text.count("Path: "), static_cast<int>(std::size(expected_objects)));
         // From here on nobody reads.
         for (int i = 0; i < 500; ++i)
             terminal.controller.send(QByteArray::fromHex("1000"));

@@ -112,8 +112,9 @@ private Q_SLOTS:
     void power_response_tells_the_ignition_first()
     {
         terminal().send("0603000000");
-        QVERIFY(terminal().seen_signals().contains(
-            {QStringLiteral("power/ignition"), QStringLiteral("changed"), {false}}));
+        const Terminal::Signal ignition = {
+            QStringLiteral("power/ignition"), QStringLiteral("changed"), {false}};
+        QCOMPARE_CONTAINS(terminal().seen_signals(), ignition);
         QCOMPARE(
             terminal().get(QStringLiteral("power/ignition"), QStringLiteral("get_mode")).toInt(),
             3);
@@ -129,7 +130,8 @@ private Q_SLOTS:
         for (int i = 0; i < 4; ++i) {
             const QString path = QStringLiteral("device/io/input/digital/%1").arg(i);
             QVERIFY(terminal().get(path, QStringLiteral("is_on")).toBool());
-            QVERIFY(terminal().seen_signals().contains({path, QStringLiteral("changed"), {true}}));
+            const Terminal::Signal changed = {path, QStringLiteral("changed"), {true}};
+            QCOMPARE_CONTAINS(terminal().seen_signals(), changed);
         }
         const auto value = [this](const char* path) {
             return terminal().get(QLatin1String(path), QStringLiteral("get_value")).toDouble();

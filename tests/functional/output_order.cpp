@@ -89,18 +89,26 @@ private:
 
     Terminal& terminal() { return *terminal_; }
 
+    /// Starts the daemon with one of its streams in the gate; from then on the controller is
+    /// silent. Whether it has started.
+    bool starts_with_gate_for(int stream)
+    {
+        terminal().daemon.redirect(stream, gate_.writing_end());
+        terminal().launch();
+        const bool has_started = wait_for([this] {
+            gate_.drain();
+            return terminal().log.lines().contains(
+                QLatin1String("Switching power state: null=>on"));
+        });
+        terminal().controller.set_silent(true);
+        return has_started;
+    }
+
     /// Starts the daemon with its standard error in the gate, and shuts it. Nothing but what the
     /// test sends makes the daemon print.
     void start_with_errors_held()
     {
-        terminal().daemon.redirect(STDERR_FILENO, gate_.writing_end());
-        terminal().launch();
-        QVERIFY(wait_for([this] {
-            gate_.drain();
-            return terminal().log.lines().contains(
-                QLatin1String("Switching power state: null=>on"));
-        }));
-        terminal().controller.set_silent(true);
+        QVERIFY(starts_with_gate_for(STDERR_FILENO));
         terminal().settle();
         terminal().clear();
         gate_.close_but_for(0);
@@ -224,14 +232,7 @@ private Q_SLOTS:
     /// There is room for the first text of a scan and none for what precedes the signal.
     void media_follow_their_texts()
     {
-        terminal().daemon.redirect(STDOUT_FILENO, gate_.writing_end());
-        terminal().launch();
-        QVERIFY(wait_for([this] {
-            gate_.drain();
-            return terminal().log.lines().contains(
-                QLatin1String("Switching power state: null=>on"));
-        }));
-        terminal().controller.set_silent(true);
+        QVERIFY(starts_with_gate_for(STDOUT_FILENO));
         const QString interface = terminal().interface_of(QStringLiteral("media"));
         int before = 0;
         QByteArray first;

@@ -15,6 +15,7 @@ from pathlib import Path
 
 import dbus
 import describe
+import stale
 from world import PREFIX, SERVICE, SOURCES, World, open_policy
 
 INTERFACES = SOURCES / "data/interfaces"
@@ -84,17 +85,18 @@ def main() -> None:
             sys.exit("the daemon has switched the terminal off")
     page = (SOURCES / "docs/dbus-api.md").read_text()
     documented = describe.interfaces(page, SERVICE)
-    files = {f"{name}.xml": as_described(text, documented) for name, text in found.items()}
+    try:
+        files = {f"{name}.xml": as_described(text, documented) for name, text in found.items()}
+    except describe.Undocumented as difference:
+        sys.exit(f"docs/dbus-api.md: {difference}")
     if sys.argv[2:3] == ["--write"]:
         for name, text in files.items():
             (Path(sys.argv[3]) / name).write_text(text)
         return
     checked_in = {path.name: path.read_text() for path in INTERFACES.glob("*.xml")}
-    different = sorted(name for name in files.keys() | checked_in.keys()
-                       if files.get(name) != checked_in.get(name))
-    if different:
-        sys.exit(f"not as the daemon answers and docs/dbus-api.md says: {', '.join(different)}\n"
-                 "to write them anew: tools/regenerate interfaces")
+    stale.check([stale.Kept(f"data/interfaces/{name}", checked_in.get(name, ""),
+                            files.get(name, ""))
+                 for name in sorted(files.keys() | checked_in.keys())], "interfaces")
     if missing := untold(checked_in):
         sys.exit("start values and units that no text tells:\n" + "\n".join(missing))
     print(f"{len(files)} interfaces as the daemon answers and docs/dbus-api.md says")

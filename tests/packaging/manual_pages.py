@@ -41,6 +41,12 @@ def expect(holds: bool, failure: str) -> None:
         failures.append(failure)
 
 
+def expect_same(of_program: set[str], of_text: set[str], text: str) -> None:
+    expect(len(of_program) > 2 and of_program == of_text,
+           f"{text} and --help differ: only --help has {sorted(of_program - of_text)}, "
+           f"only {text} has {sorted(of_text - of_program)}")
+
+
 def check_form(page: Path) -> None:
     formatted = run("man", "--warnings", "-E", "UTF-8", "-l", "-Tutf8", "-Z", str(page))
     expect(formatted.returncode == 0 and not formatted.stderr, f"man: {formatted.stderr}")
@@ -65,18 +71,15 @@ def options_of_program(program: Path, *verb: str) -> set[str]:
 
 
 def check_options(program: Path, page: Path, further: set[str]) -> None:
-    of_program = options_of_program(program) | further
-    of_page = options_of_page(page)
-    expect(len(of_program) > 2 and of_program == of_page,
-           f"{page.name} and --help differ in: {sorted(of_program ^ of_page)}")
+    expect_same(options_of_program(program) | further, options_of_page(page),
+                f"data/man/{page.name}")
 
 
 def check_table(program: Path, document: Path, further: set[str]) -> None:
     """The daemon's options in the table of a document."""
-    of_program = options_of_program(program) | further
     of_table = set(re.findall(r"^\| `(--[a-z0-9-]+)", document.read_text(), re.MULTILINE))
-    expect(len(of_program) > 2 and of_program == of_table,
-           f"the table of {document.name} and --help differ in: {sorted(of_program ^ of_table)}")
+    expect_same(options_of_program(program) | further, of_table,
+                f"the table of options in {document.name}")
 
 
 def check_commands(program: Path, page: Path) -> None:
@@ -88,8 +91,7 @@ def check_commands(program: Path, page: Path) -> None:
     commands, _, inputs = text.partition(".Ss Inputs")
     of_page = {f"{name} {arguments}".strip() for name, arguments in
                re.findall(r"^\.It (?:Fl -|Ic )([a-z0-9-]+)(?: Ar (.*))?$", commands, re.MULTILINE)}
-    expect(len(of_program) > 2 and of_program == of_page,
-           f"{page.name} and --help differ in the commands: {sorted(of_program ^ of_page)}")
+    expect_same(of_program, of_page, f"the list of commands in data/man/{page.name}")
     for name in re.findall(r"^  ([a-z]+)0? ", usage.partition("\nInputs,")[2].partition("\n\n")[0],
                            re.MULTILINE):
         expect(name in inputs, f"{page.name} has no input {name}")

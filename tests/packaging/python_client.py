@@ -17,6 +17,7 @@ import tempfile
 from pathlib import Path
 from typing import Any, AsyncGenerator, Awaitable, Callable, Iterator
 
+import stale
 from mock import Daemon_side, Mock_side, as_configured, check_no_power_off, expect
 from roles import ROLES, command_as, policy_for_real_users, policy_for_this_user
 from world import DEADLINE, PREFIX, SOURCES, Bus_alone, Mock_world, World, open_policy
@@ -63,8 +64,9 @@ def check_types() -> None:
 
 
 def check_generated() -> None:
-    if (PACKAGE / "dov/interfaces.py").read_text() != make_interfaces.module(SOURCES / "data"):
-        sys.exit("dov/interfaces.py is stale: tools/regenerate python")
+    file = PACKAGE / "dov/interfaces.py"
+    stale.check([stale.Kept(str(file.relative_to(SOURCES)), file.read_text(),
+                            make_interfaces.module(SOURCES / "data"))], "python")
 
 
 def remotes(holder: object) -> Iterator[Remote]:

@@ -93,7 +93,7 @@ private Q_SLOTS:
     void a_recording_of_the_daemon_is_played()
     {
         const QByteArray text = scenario_of(record());
-        QVERIFY(text.startsWith("# Made of "));
+        QCOMPARE_STARTS(text, "# Made of ");
         QCOMPARE(text.split('\n')[1], QByteArray("line"));
         const QByteArrayList calls = {
             "call device/io/output/digital/2 set b:true b:true",

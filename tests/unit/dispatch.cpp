@@ -54,6 +54,9 @@ QStringList one(const char* path)
 
 } // namespace
 
+static_assert(std::size(expected_objects) == device_object_count,
+              "tests/fixtures/Expected_objects.h has to list every object");
+
 class Dispatch_test : public Daemon_test {
     Q_OBJECT
 public:

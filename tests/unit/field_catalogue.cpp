@@ -22,13 +22,18 @@ private Q_SLOTS:
         uint end = 1;
         for (const Field& field : field_catalogue) {
             const QByteArray what = QByteArray::number(field.id, 16) + ' ' + field.name;
-            QVERIFY2(find_message(field.id) != nullptr, what);
-            QVERIFY2(field.id >= last_id, what);
+            QVERIFY2(find_message(field.id) != nullptr, what + " has no message of its own");
+            QVERIFY2(field.id >= last_id,
+                     what + " stands behind " + QByteArray::number(last_id, 16));
             if (field.id != last_id)
                 end = 1;
-            QVERIFY2(field.first >= end, what);
-            QVERIFY2(field.end() <= message_size, what);
-            QCOMPARE(find_field(field.id, field.name), &field);
+            const QByteArray bytes = " has the bytes " + QByteArray::number(field.first) + " to " +
+                                     QByteArray::number(field.end() - 1);
+            QVERIFY2(field.first >= end, what + bytes + ", and the field before ends at " +
+                                             QByteArray::number(end - 1));
+            QVERIFY2(field.end() <= message_size, what + bytes + ", of 7");
+            QVERIFY2(find_field(field.id, field.name) == &field,
+                     what + " is not found by its name");
             last_id = field.id;
             end = field.end();
         }
@@ -43,7 +48,12 @@ private Q_SLOTS:
                     continue;
                 Message message = blank_message(field.id);
                 field.put(message, number);
-                QCOMPARE(field.get(message.data()), number);
+                QVERIFY2(field.get(message.data()) == number,
+                         qPrintable(QStringLiteral("%1 %2: wrote %3, read %4")
+                                        .arg(uint{field.id}, 0, 16)
+                                        .arg(QLatin1String(field.name))
+                                        .arg(number)
+                                        .arg(field.get(message.data()))));
             }
         }
     }
@@ -58,9 +68,12 @@ private Q_SLOTS:
 
     void scales_are_exact()
     {
-        QVERIFY(find_field(0x36, "analog")->unit.scale == 0.001);
-        QVERIFY(find_field(0x32, "level")->unit.scale == 0.3937007874015748);
-        QVERIFY(find_field(0x35, "interval")->unit.scale == 50);
+        const auto scale = [](uchar id, const char* name) {
+            return QByteArray::number(find_field(id, name)->unit.scale, 'g', 17);
+        };
+        QCOMPARE(scale(0x36, "analog"), QByteArray("0.001"));
+        QCOMPARE(scale(0x32, "level"), QByteArray("0.39370078740157483"));
+        QCOMPARE(scale(0x35, "interval"), QByteArray("50"));
     }
 };
 

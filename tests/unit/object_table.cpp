@@ -14,6 +14,9 @@
 #include <QMetaClassInfo>
 #include <QMetaMethod>
 
+static_assert(std::size(expected_objects) == device_object_count,
+              "tests/fixtures/Expected_objects.h has to list every object");
+
 class Object_table_test : public Daemon_test {
     Q_OBJECT
 public:
@@ -295,8 +298,6 @@ private Q_SLOTS:
     {
         Captured_descriptor output(STDOUT_FILENO);
         create_objects(world_.daemon);
-        QCOMPARE(std::size(expected_objects), std::size_t{74});
-        QCOMPARE(device_object_count, std::size_t{74});
         QList<QByteArray> made;
         QList<QByteArray> expected;
         for (std::size_t i = 0; i < device_object_count; ++i) {

@@ -19,6 +19,7 @@ import dbus
 
 HERE = Path(__file__).resolve().parent
 sys.path.insert(0, str(HERE.parent))
+import stale  # noqa: E402
 from roles import POLICY, ROLES, command_as  # noqa: E402
 from roles import policy_for_real_users, policy_for_this_user  # noqa: E402
 from world import PREFIX, SERVICE, SOURCES, World  # noqa: E402
@@ -78,7 +79,8 @@ def every_call(address: str) -> list[dict[str, str]]:
         methods.setdefault((method["interface"], method["member"]), method)
     unknown = {member for _, member in methods} - READS - CHANGES - NOBODYS
     if unknown:
-        sys.exit(f"neither read nor change: {', '.join(sorted(unknown))}")
+        sys.exit(f"neither in READS nor in CHANGES of {Path(__file__).name}, which say who may "
+                 f"call what: {', '.join(sorted(unknown))}")
     if len({interface for interface, _ in methods if interface.startswith(SERVICE)}) < 20:
         sys.exit(f"too few interfaces: {methods.keys()}")
     calls = []
@@ -106,7 +108,10 @@ def check_calls(world: World, role: str, prefix: list[str], name_expected: str) 
     if outcomes["name"] != name_expected:
         wrong.append(f"{role}: {outcomes['name']}, not {name_expected}, when asking for the name")
     if wrong or len(calls) != len(outcomes["calls"]):
-        sys.exit("\n".join([f"{len(wrong)} wrong", *wrong[:MOST_SHOWN]]))
+        sys.exit("\n".join([f"{len(wrong)} wrong", *wrong[:MOST_SHOWN],
+                            f"who may call what, as this test has it: {Path(__file__).name}; as "
+                            "the bus has it: data/dbus/com.quorin.system.conf, written by "
+                            "tools/regenerate interfaces policy"]))
     return len(calls)
 
 
@@ -149,9 +154,7 @@ def as_real_users(program: str) -> int:
 def check_generated() -> None:
     made = subprocess.run([sys.executable, "-B", MAKE_POLICY, SOURCES / "data"],
                           check=True, capture_output=True, text=True).stdout
-    if made != POLICY.read_text():
-        sys.exit(f"{POLICY.name} is not what {MAKE_POLICY.name} writes\n"
-                 "to write it anew: tools/regenerate policy")
+    stale.check([stale.Kept(str(POLICY.relative_to(SOURCES)), POLICY.read_text(), made)], "policy")
 
 
 def main() -> None:

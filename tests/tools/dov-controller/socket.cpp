@@ -93,11 +93,11 @@ private Q_SLOTS:
         QCOMPARE(controller().host.messages(), (QVector<QByteArray>{"120b"}));
         const QList<QByteArray> state = client.ask("state");
         QCOMPARE_STARTS(state.constFirst(), "# ");
-        QVERIFY(state.contains("hardware 11"));
+        QCOMPARE_CONTAINS(state, "hardware 11");
         QCOMPARE(state.constLast(), QByteArray("ok"));
         QCOMPARE(client.ask("   # nothing"), (QList<QByteArray>{"ok"}));
         // What one has asked for nobody else is told.
-        QVERIFY(!controller().output().contains("hardware 11"));
+        QCOMPARE_LACKS(controller().output(), "hardware 11");
     }
 
     void errors_are_answered()
@@ -146,10 +146,10 @@ private Q_SLOTS:
         Client client(path());
         Client other(path());
         client.write(QByteArray(Command_server::most_line, 'x'));
-        QVERIFY(other.ask("").contains("ok"));
+        QCOMPARE_CONTAINS(other.ask(""), "ok");
         client.write("x");
         QVERIFY(client.is_dropped());
-        QVERIFY(other.ask("").contains("ok"));
+        QCOMPARE_CONTAINS(other.ask(""), "ok");
     }
 
     void more_than_it_takes_are_closed()
@@ -188,7 +188,7 @@ private Q_SLOTS:
         }));
         ::close(silent);
         Client other(path());
-        QVERIFY(other.ask("").contains("ok"));
+        QCOMPARE_CONTAINS(other.ask(""), "ok");
     }
 
     void the_state_is_one_line_of_json()

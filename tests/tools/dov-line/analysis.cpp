@@ -165,7 +165,7 @@ private Q_SLOTS:
         for (const Line_event& event : events({{0, from_controller, bytes}}))
             told += event.bytes;
         QCOMPARE(told.size(), bytes.size());
-        QVERIFY(told == bytes);
+        QCOMPARE(told.toHex(), bytes.toHex());
     }
 
     void times_are_those_of_the_first_and_the_last_byte()

@@ -267,7 +267,7 @@ private Q_SLOTS:
         }
         QCOMPARE(failures(text), failing);
         const QStringList left_out = names_of(text, "left out");
-        QVERIFY(left_out.contains(QStringLiteral("change.outputs")));
+        QCOMPARE_CONTAINS(left_out, QStringLiteral("change.outputs"));
         QCOMPARE(names_of(text, "passed").size() + failing.size() + left_out.size(), 55);
     }
 
@@ -294,9 +294,10 @@ private Q_SLOTS:
         QCOMPARE(checked.status, 0);
         QCOMPARE(names_of(checked.out, "left out"),
                  words("answer.oem_code change.outputs change.backlight change.configuration"));
-        QVERIFY(checked.out.contains(
-            QStringLiteral("left out change.outputs: it changes something; --change runs it\n")));
-        QVERIFY(trial.controller().state().constFirst().startsWith("# 0 commands"));
+        QCOMPARE_CONTAINS(
+            checked.out,
+            QStringLiteral("left out change.outputs: it changes something; --change runs it\n"));
+        QCOMPARE_STARTS(trial.controller().state().constFirst(), "# 0 commands");
     }
 
     void list_tells_every_check()
@@ -320,7 +321,7 @@ private Q_SLOTS:
                                each("change", "outputs backlight configuration"));
         const auto chosen = Line_process::run(words("check --list recovery.silence line"));
         QCOMPARE(chosen.out.count(QLatin1Char('\n')), 4);
-        QVERIFY(chosen.out.startsWith(QStringLiteral("recovery.silence  ")));
+        QCOMPARE_STARTS(chosen.out, QStringLiteral("recovery.silence  "));
     }
 
     void reports()
@@ -407,7 +408,7 @@ private Q_SLOTS:
         trial.controller().end();
         const auto checked = trial.check().end();
         QCOMPARE(checked.status, 3);
-        QVERIFY(checked.err.endsWith(QStringLiteral(": it has hung up\n")));
+        QCOMPARE_ENDS(checked.err, QStringLiteral(": it has hung up\n"));
         QVERIFY(names_of(checked.out, "FAILED").size() < 11);
     }
 

@@ -83,7 +83,7 @@ private Q_SLOTS:
                      QStringLiteral("#2 controller 0x32 display backlight report: level 127, "
                                     "second level 0 (answers #1")}));
         QCOMPARE(sent.status, 0);
-        QVERIFY(controller_->state().contains("backlight 127 0"));
+        QCOMPARE_CONTAINS(controller_->state(), "backlight 127 0");
     }
 
     void send_fills_in_what_is_always_the_same()
@@ -116,8 +116,7 @@ private Q_SLOTS:
     {
         const auto sent = run("send", start({QStringLiteral("--late=700ms")}), "--wait 60000 0x11");
         QCOMPARE(sent.status, 0);
-        QVERIFY2(sent.out.contains(QStringLiteral("(late answer to #1, after ")),
-                 qPrintable(sent.out));
+        QCOMPARE_CONTAINS(sent.out, QStringLiteral("(late answer to #1, after "));
     }
 
     void send_sends_bytes_as_they_are()
@@ -130,7 +129,7 @@ private Q_SLOTS:
         QCOMPARE(frame.status, 0);
         QCOMPARE(lines(frame.out).size(), 3);
         // Both runs, whatever the controller made of them.
-        QVERIFY(controller_->state().constFirst().contains("1 commands"));
+        QCOMPARE_CONTAINS(controller_->state().constFirst(), "1 commands");
     }
 
     void send_repeats()
@@ -154,9 +153,8 @@ private Q_SLOTS:
             run("send", start({QStringLiteral("--corrupt=next 1")}), "--count 2 --wait 5000 0x15");
         QCOMPARE(sent.status, 1);
         const QString summary = sent.out.section(QLatin1Char('\n'), -2, -2);
-        QVERIFY2(summary.startsWith(QStringLiteral("2 requests, 1 answered, 1 not")),
-                 qPrintable(summary));
-        QVERIFY(sent.out.contains(QStringLiteral("controller broken")));
+        QCOMPARE_STARTS(summary, QStringLiteral("2 requests, 1 answered, 1 not"));
+        QCOMPARE_CONTAINS(sent.out, QStringLiteral("controller broken"));
     }
 
     void what_is_said_is_recorded()
@@ -201,10 +199,10 @@ private Q_SLOTS:
         process.signal(SIGINT);
         const auto polled = process.end();
         QCOMPARE(polled.status, 0);
-        QVERIFY(polled.out.contains(QStringLiteral("0x31 display backlight: level 255, ")));
-        QVERIFY(
-            polled.out.section(QLatin1Char('\n'), -2, -2).contains(QStringLiteral(" requests, ")));
-        QVERIFY(controller_->state().contains("backlight 254 254"));
+        QCOMPARE_CONTAINS(polled.out, QStringLiteral("0x31 display backlight: level 255, "));
+        QCOMPARE_CONTAINS(polled.out.section(QLatin1Char('\n'), -2, -2),
+                          QStringLiteral(" requests, "));
+        QCOMPARE_CONTAINS(controller_->state(), "backlight 254 254");
     }
 
     void listen_shows_what_comes()
@@ -291,8 +289,7 @@ private Q_SLOTS:
         const auto third = run("send", device, "0x11");
         ::close(descriptor);
         QCOMPARE(third.status, 3);
-        QVERIFY2(third.err.endsWith(QStringLiteral(" (%1) has it open\n").arg(getpid())),
-                 qPrintable(third.err));
+        QCOMPARE_ENDS(third.err, QStringLiteral(" (%1) has it open\n").arg(getpid()));
         QCOMPARE(run("send", device, "0x11 --wait 20000").status, 0);
     }
 

@@ -122,15 +122,15 @@ private Q_SLOTS:
         for (std::thread* each : {&host_sends, &controller_sends, &host_listens})
             each->join();
         QCOMPARE(static_cast<int>(controller_heard.size()), count);
-        QVERIFY(controller_heard == out);
+        QCOMPARE(controller_heard, out);
         QCOMPARE(static_cast<int>(host_heard.size()), count);
-        QVERIFY(host_heard == in);
+        QCOMPARE(host_heard, in);
         WAIT_UNTIL(tap_->bytes_from(Sender::host), ==, quint64{count});
         WAIT_UNTIL(tap_->bytes_from(Sender::controller), ==, quint64{count});
         tap_->stop();
         listen();
-        QVERIFY(told_.from_host == out);
-        QVERIFY(told_.from_controller == in);
+        QCOMPARE(told_.from_host, out);
+        QCOMPARE(told_.from_controller, in);
         QVERIFY(told_.is_in_order);
     }
 
@@ -216,7 +216,7 @@ private Q_SLOTS:
             return heard.size() == static_cast<int>(Line_tap::most_held);
         };
         QVERIFY(wait_for([&] { return hears_all(); }));
-        QVERIFY(heard == many.right(static_cast<int>(Line_tap::most_held)));
+        QCOMPARE(heard, many.right(static_cast<int>(Line_tap::most_held)));
         ::close(listener);
     }
 

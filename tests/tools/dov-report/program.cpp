@@ -225,7 +225,7 @@ private Q_SLOTS:
         const Run all = check();
         QCOMPARE(all.err, QString());
         QCOMPARE(findings(all), QStringList({QStringLiteral("Nothing looks wrong."), QString()}));
-        QVERIFY2(all.out.startsWith(QLatin1String("dov-report 1.")), qPrintable(all.out));
+        QCOMPARE_STARTS(all.out, QLatin1String("dov-report 1."));
         QCOMPARE(all.status, 0);
     }
 
@@ -253,8 +253,9 @@ private Q_SLOTS:
     void versions_that_are_not_told_are_counted()
     {
         controller_was_never_heard();
-        QVERIFY(findings(check()).contains(
-            QStringLiteral("  - versions unknown: the controller has not told 1 of its versions")));
+        QCOMPARE_CONTAINS(
+            findings(check()),
+            QStringLiteral("  - versions unknown: the controller has not told 1 of its versions"));
     }
 
     void what_hangs_is_left_behind()
@@ -287,8 +288,7 @@ private Q_SLOTS:
         const QString archive = terminal().root.path(QStringLiteral("report.tar.gz"));
         const Run all = run({QStringLiteral("--output"), archive});
         QCOMPARE(all.err, QString());
-        QVERIFY2(all.out.endsWith(QStringLiteral("Written to %1\n").arg(archive)),
-                 qPrintable(all.out));
+        QCOMPARE_ENDS(all.out, QStringLiteral("Written to %1\n").arg(archive));
         const auto files = unpacked(archive);
         for (const char* name :
              {"SUMMARY", "versions", "packages", "unit-properties", "journal-service",
@@ -296,8 +296,8 @@ private Q_SLOTS:
               "configuration-check", "readings.json", "ports", "udev-controller", "udev-ttyUSB0",
               "memory", "uptime", "room", "line-ring"})
             QVERIFY2(files.contains(QLatin1String(name)), name);
-        QVERIFY(all.out.startsWith(QString::fromUtf8(files[QStringLiteral("SUMMARY")])));
-        QVERIFY(files[QStringLiteral("readings.json")].contains("version/serial_number"));
+        QCOMPARE_STARTS(all.out, QString::fromUtf8(files[QStringLiteral("SUMMARY")]));
+        QCOMPARE_CONTAINS(files[QStringLiteral("readings.json")], "version/serial_number");
         QVERIFY(QFile::permissions(archive) ==
                 (QFile::ReadOwner | QFile::WriteOwner | QFile::ReadUser | QFile::WriteUser));
     }
@@ -308,8 +308,8 @@ private Q_SLOTS:
         const QString archive = terminal().root.path(QStringLiteral("report.tar.gz"));
         (void)run({QStringLiteral("--redact"), QStringLiteral("--output"), archive});
         const auto files = unpacked(archive);
-        QVERIFY(files.contains(QStringLiteral("udev-ttyUSB0")));
-        QVERIFY(!files.contains(QStringLiteral("line-ring")));
+        QCOMPARE_CONTAINS(files, QStringLiteral("udev-ttyUSB0"));
+        QCOMPARE_LACKS(files, QStringLiteral("line-ring"));
         for (auto file = files.begin(); file != files.end(); ++file) {
             QVERIFY2(!file->contains("A1B2C3"), qPrintable(file.key()));
             QVERIFY2(!file->toLower().contains("01020304050607"), qPrintable(file.key()));
@@ -339,8 +339,7 @@ private Q_SLOTS:
     void an_archive_that_cannot_be_written()
     {
         const Run full = run({QStringLiteral("--output"), QStringLiteral("/nowhere/report")});
-        QVERIFY2(full.err.startsWith(QLatin1String("dov-report: /nowhere/report: ")),
-                 qPrintable(full.err));
+        QCOMPARE_STARTS(full.err, QLatin1String("dov-report: /nowhere/report: "));
         QCOMPARE(full.status, 4);
     }
 

@@ -222,7 +222,7 @@ private Q_SLOTS:
         const bool has_ended = watch.wait_for_end();
         terminal().daemon.signal(SIGCONT);
         QVERIFY(has_ended);
-        QVERIFY2(watch.errors().contains("device/io/input/analog/0 get_value: "), watch.errors());
+        QCOMPARE_CONTAINS(watch.errors(), "device/io/input/analog/0 get_value: ");
         QCOMPARE(watch.exit_status(), 4);
     }
 
@@ -242,11 +242,11 @@ private Q_SLOTS:
                 "\ndov_analog_input_volts{object=\"device/io/input/analog/0\"} 4.386\n");
         }));
         QVERIFY(QFile::permissions(path).testFlag(QFile::ReadOther));
-        QVERIFY(metrics().endsWith("# EOF\n"));
+        QCOMPARE_ENDS(metrics(), "# EOF\n");
 
         terminal().daemon.signal(SIGTERM);
         QVERIFY(wait_for([this] { return metrics().contains("\ndov_service_up 0\n"); }));
-        QVERIFY(!metrics().contains("dov_analog_input_volts"));
+        QCOMPARE_LACKS(metrics(), "dov_analog_input_volts");
         QVERIFY(watch.is_running());
 
         watch.signal(SIGTERM);
@@ -296,7 +296,7 @@ private Q_SLOTS:
         const Private_bus bus(0);
         Terminal_screen screen(watch_, mode + QStringList{"--address", bus.address()});
         QVERIFY(ends(screen));
-        QVERIFY2(screen.output().startsWith("dov-watch: no bus: "), screen.output());
+        QCOMPARE_STARTS(screen.output(), "dov-watch: no bus: ");
         QCOMPARE(screen.exit_status(), 1);
     }
 

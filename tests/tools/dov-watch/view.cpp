@@ -90,15 +90,13 @@ private Q_SLOTS:
     {
         QFile file(QStringLiteral(DOV_WATCH_TESTS "/screen.txt"));
         QVERIFY2(file.open(QIODevice::ReadOnly), qPrintable(file.errorString()));
-        const QStringList is = screen().split(QLatin1Char('\n'));
-        const QStringList should_be = QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'));
-        for (int i = 0; i < std::max(is.size(), should_be.size()); ++i)
-            QVERIFY2(is.value(i) == should_be.value(i),
-                     qPrintable(QStringLiteral("screen.txt, line %1\nis        %2\n"
-                                               "should be %3\n"
-                                               "to write it anew: tools/regenerate screen")
-                                    .arg(i + 1)
-                                    .arg(is.value(i), should_be.value(i))));
+        const QStringList shown = screen().split(QLatin1Char('\n'));
+        const QStringList kept = QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'));
+        QVERIFY2(
+            shown == kept,
+            qPrintable(QStringLiteral("the screen is not as in tests/tools/dov-watch/screen.txt\n"
+                                      "to write that anew: tools/regenerate screen") +
+                       report::difference(shown, kept)));
     }
 
     void every_column_begins_with_a_section_data()
@@ -123,7 +121,7 @@ private Q_SLOTS:
         for (const QString& column : rows[3].split(Glyphs::utf8().divider))
             QVERIFY2(headings.contains(column.trimmed()), qPrintable(rows.join(QLatin1Char('\n'))));
         // Also the first, when what stands above it is hidden.
-        for (int i = 0; i < 74; ++i) {
+        for (std::size_t i = 0; i < device_object_count; ++i) {
             view.handle_key({Key::Code::down, {}});
             const QString first = drawn(view, width, height).split(QLatin1Char('\n'))[3];
             const QString column = first.section(Glyphs::utf8().divider, 0, 0).trimmed();

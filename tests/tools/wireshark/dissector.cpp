@@ -555,9 +555,9 @@ private Q_SLOTS:
     {
         QFETCH(QString, path);
         const QString interfaces = shark_.run({QStringLiteral("-D")});
-        QVERIFY2(interfaces.contains(
-                     QLatin1String("dov-line (Display terminal's line to the power controller)")),
-                 qPrintable(interfaces));
+        QCOMPARE_CONTAINS(
+            interfaces,
+            QLatin1String("dov-line (Display terminal's line to the power controller)"));
 
         Line_file file(shark_.path("live.pcapng"));
         file.add(Sender::host, hardware_version_request());

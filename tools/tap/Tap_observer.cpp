@@ -188,13 +188,16 @@ QJsonObject Tap_observer::status() const
     return object;
 }
 
-/// In the place of the last one, whole: who reads it never finds half of it.
+/// In the place of the last one, whole: who reads it never finds half of it. For everybody,
+/// whatever the recordings are for.
 void Tap_observer::write_status()
 {
+    constexpr auto all_may_read = QFileDevice::ReadOwner | QFileDevice::WriteOwner |
+                                  QFileDevice::ReadGroup | QFileDevice::ReadOther;
     QSaveFile file(order_.status);
     const QByteArray text = QJsonDocument(status()).toJson();
-    const bool is_written =
-        file.open(QIODevice::WriteOnly) && file.write(text) == text.size() && file.commit();
+    const bool is_written = file.open(QIODevice::WriteOnly) && file.setPermissions(all_may_read) &&
+                            file.write(text) == text.size() && file.commit();
     if (!is_written && !status_fails_)
         order_.complain(order_.status + QStringLiteral(": ") + file.errorString());
     status_fails_ = !is_written;

@@ -1,10 +1,10 @@
 #!/usr/bin/python3
 """Boots systemd with the shipped unit in a sandbox and reports what driver.py has seen there.
 
-    boot.py PROGRAM UNIT [TAP_PROGRAM TAP_UNIT WATCH METRICS_UNIT]
+    boot.py PROGRAM UNIT [TAP_PROGRAM TAP_UNIT WATCH METRICS_UNIT [PANEL PANEL_UNIT CONTROLLER]]
 
-With the tap's, the daemon also runs over it, by the drop-in beside its unit; with those behind, its
-metrics are kept.
+With the tap's, the daemon also runs over it, by the drop-in beside its unit, and its metrics are
+kept; with those behind, it is shown in the panel, beside a vehicle on the bench.
 
 The sandbox has process, network, mount and control-group namespaces of its own, a file system
 put together from temporary directories and read-only parts of /usr, an invented /sys, and a stub
@@ -168,9 +168,10 @@ def make_etc(etc: Path) -> None:
         if Path("/etc", name).exists():
             shutil.copy(Path("/etc", name), etc)
     with (etc / "passwd").open("a") as users:
-        users.write("\ndov-metrics:x:64001:64001::/:/usr/sbin/nologin\n")
+        users.write("\ndov-metrics:x:64001:64001::/:/usr/sbin/nologin\n"
+                    "dov-panel:x:64002:64002::/:/usr/sbin/nologin\n")
     write(etc / "group", Path("/etc/group").read_text()
-          + "\ndov:x:64000:daemon\ndov-metrics:x:64001:\n")
+          + "\ndov:x:64000:daemon\ndov-metrics:x:64001:\ndov-panel:x:64002:\n")
     write(etc / "machine-id", "0123456789abcdef0123456789abcdef\n")
     write(etc / "bsp_version_short", "1.2\n")
     for name in ("power_manage.conf", "oem_profile.conf"):
@@ -202,10 +203,13 @@ def make_world(root: Path, program: str, unit: str, *tools: str) -> None:
     (root / "sbin").mkdir()
     shutil.copy(program, root / "sbin/dov-dbus")
     if tools:
-        line, tap, watch, metrics = tools
+        line, tap, watch, metrics, *panel = tools
         make_tool(root, line, Path(tap))
         shutil.copy(Path(tap).parent / "tap.conf.example", root / "etc/tap.conf")
         make_tool(root, watch, Path(metrics))
+        if panel:
+            make_tool(root, panel[0], Path(panel[1]))
+            shutil.copy(panel[2], root / "sbin")
     write(root / "stub", STUB, 0o755)
     write(root / "udev-control", "")
     (root / "report").mkdir()

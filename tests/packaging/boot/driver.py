@@ -1,6 +1,7 @@
 """A service in the booted sandbox: plays adapter, udev and syslog, and looks at the unit."""
 from __future__ import annotations
 
+import json
 import os
 import pty
 import select
@@ -10,15 +11,20 @@ import subprocess
 import time
 import tty
 from pathlib import Path
-from typing import Callable
+from typing import Any, Callable
+from urllib.request import urlopen
+
+import websocket
 
 SYSTEMCTL = "/driver/systemctl"
 UNIT = "dov-dbus.service"
 TAP = "dov-line-tap.service"
 METRICS = "dov-metrics.service"
 METRICS_FILE = Path("/run/dov-metrics/dov.prom")
-# Tenths of systemd's exposure level.
-MOST_EXPOSED = 6
+PANEL = "dov-panel.service"
+PANEL_PORT = 8037
+# Tenths of systemd's exposure level; one listens.
+MOST_EXPOSED = {METRICS: 6, PANEL: 14}
 SERVICE = "com.quorin.system"
 PREFIX = "/com/quorin/system"
 PORT = Path("/dev/dov/controller")
@@ -49,7 +55,7 @@ def wait_for(what: str, happened: Callable[[], bool]) -> None:
     end = time.monotonic() + DEADLINE
     while not happened():
         if time.monotonic() > end:
-            units = systemctl("status", UNIT, TAP, METRICS)
+            units = systemctl("status", UNIT, TAP, METRICS, PANEL)
             raise TimeoutError(f"{what}: {units}")
         time.sleep(0.05)
     print(f"seen: {what}", flush=True)
@@ -263,6 +269,8 @@ def can_be_tapped(adapter: Adapter) -> None:
              lambda: b"host" in Path("/var/log/dov-line/line.txt").read_bytes())
     wait_for("the line is counted",
              lambda: '"has_host": true' in Path("/run/dov-line/status.json").read_text())
+    metrics_have_the_line()
+    panel_shows_all(adapter)
     before = owner()
     systemctl("kill", "--signal=KILL", TAP)
     wait_for("back after the tap was killed",
@@ -286,6 +294,116 @@ def metrics() -> str:
         return ""
 
 
+def metrics_have_the_line() -> None:
+    systemctl("start", METRICS)
+    wait_for("the tap is among the metrics", lambda: "\ndov_line_device_present 1\n" in metrics())
+    systemctl("stop", METRICS)
+
+
+class Page:
+    """A page of the panel's, without a browser."""
+
+    def __init__(self) -> None:
+        where = f"127.0.0.1:{PANEL_PORT}"
+        self._socket = websocket.create_connection(
+            f"ws://{where}/live", subprotocols=["dov-panel.1"], origin=f"http://{where}",
+            timeout=DEADLINE)
+        self._last_id = 0
+        self._last: dict[str, dict[str, Any]] = {}
+
+    def wait_for(self, kind: str, holds: Callable[[dict[str, Any]], bool]) -> dict[str, Any]:
+        """The last message of a kind, once it holds of that."""
+        end = time.monotonic() + DEADLINE
+        while kind not in self._last or not holds(self._last[kind]):
+            if time.monotonic() > end:
+                raise TimeoutError(f"the panel says {self._last.get(kind)}")
+            message: dict[str, Any] = json.loads(self._socket.recv())
+            self._last[message["type"]] = message
+        return self._last[kind]
+
+    def ask(self, **request: Any) -> Any:
+        """What is answered: True, or why not."""
+        self._last_id += 1
+        self._socket.send(json.dumps({**request, "id": self._last_id}))
+        answer = self.wait_for("answer", lambda message: message["to"] == self._last_id)
+        return answer["ok"] or answer["error"]
+
+
+def on_page(what: str, page: Page, kind: str, holds: Callable[[dict[str, Any]], bool]) -> None:
+    page.wait_for(kind, holds)
+    print(f"seen: {what}", flush=True)
+
+
+def has_partners(page: Page, *partners: str) -> None:
+    on_page("the panel has " + ", ".join(partners), page, "partners",
+            lambda message: all(message[name] == "here" for name in partners))
+
+
+def change_panel() -> None:
+    """As the manual says, with a token that can be read here without a journal."""
+    drop_in = Path("/etc/systemd/system", f"{PANEL}.d", "bench.conf")
+    drop_in.parent.mkdir()
+    drop_in.write_text(
+        "[Service]\nRuntimeDirectory=dov-panel\nExecStart=\n"
+        "ExecStart=dov-panel --tap /run/dov-line/live --controller /run/dov-bench/commands "
+        "--control --token-file /run/dov-panel/token\n")
+    reload_units()
+
+
+def panel_shows_all(adapter: Adapter) -> None:
+    if not Path("/usr/lib/systemd/system", PANEL).exists():
+        return
+    systemctl("start", PANEL)
+    wait_for("the panel serves", lambda: panel_answers("/"))
+    expect("as a user of its own",
+           Path("/proc", state("MainPID", PANEL)).stat().st_uid not in (0, 64000))
+    exposed_to_next_to_nothing(PANEL)
+    page = Page()
+    has_partners(page, "bus", "service", "tap")
+    expect("frames are asked for", page.ask(type="watch", frames=True) is True)
+    on_page("frames are on the page", page, "frames", lambda message: bool(message["frames"]))
+    wait_for("the line can be saved", lambda: " host " in panel_answers("/recording"))
+    output = {"path": f"{PREFIX}/device/io/output/digital/0",
+              "interface": f"{SERVICE}.device.io.output.digital", "arguments": []}
+    expect("nothing is changed",
+           page.ask(type="call", method="on", **output) == "changing is not allowed")
+    change_panel()
+    systemctl("restart", UNIT)
+    wait_for("serves by the tap again", lambda: serves_by_the_tap(adapter))
+    run("systemd-run", "--unit=dov-bench", "--property=RuntimeDirectory=dov-bench",
+        "--property=Group=dov", "--property=UMask=0007", "dov-controller",
+        "--link", "/run/dov-bench/line", "--socket", "/run/dov-bench/commands")
+    systemctl("restart", PANEL)
+    wait_for("the panel serves again", lambda: panel_answers("/"))
+    page = Page()
+    has_partners(page, "bus", "service", "controller", "tap")
+    on_page("the vehicle is on the page", page, "state",
+            lambda message: message["state"] is not None and message["state"]["ignition"])
+    token = Path("/run/dov-panel/token").read_text().strip()
+    expect("the token is taken", page.ask(type="token", token=token) is True)
+    expect("the terminal is changed", page.ask(type="call", method="on", **output) is True)
+    expect("the vehicle is changed", page.ask(type="bench", line="ignition off") is True)
+    on_page("the page has the change", page, "state",
+            lambda message: not message["state"]["ignition"])
+    systemctl("stop", "dov-bench.service", PANEL)
+    expect("stopped in order", state("Result", PANEL) == "success")
+
+
+def panel_answers(path: str) -> str:
+    try:
+        with urlopen(f"http://127.0.0.1:{PANEL_PORT}{path}", timeout=DEADLINE) as answer:
+            return str(answer.read().decode())
+    except OSError:  # it does not listen yet
+        return ""
+
+
+def exposed_to_next_to_nothing(unit: str) -> None:
+    exposure = run("systemd-analyze", "security", "--no-pager",
+                   f"--threshold={MOST_EXPOSED[unit]}", unit)
+    print(exposure.stdout[-200:], exposure.stderr, flush=True)
+    expect("it is exposed to next to nothing", exposure.returncode == 0)
+
+
 def version_of_metrics() -> tuple[int, int]:
     status = METRICS_FILE.stat()
     return status.st_ino, status.st_mtime_ns
@@ -306,10 +424,7 @@ def keeps_metrics(adapter: Adapter) -> None:
                              capture_output=True, check=False)
     print(checked.stdout, checked.stderr, flush=True)
     expect("promtool has nothing to say", checked.returncode == 0 and not checked.stderr)
-    exposure = run("systemd-analyze", "security", "--no-pager", f"--threshold={MOST_EXPOSED}",
-                   METRICS)
-    print(exposure.stdout[-200:], exposure.stderr, flush=True)
-    expect("it is exposed to next to nothing", exposure.returncode == 0)
+    exposed_to_next_to_nothing(METRICS)
     process = state("MainPID", METRICS)
     systemctl("stop", UNIT)
     wait_for("metrics without the service", lambda: "\ndov_service_up 0\n" in metrics())

@@ -3,6 +3,7 @@
 #include "Bench_client.h"
 #include "Change_token.h"
 #include "Line_watch.h"
+#include "Loop_pace.h"
 #include "Method_table.h"
 #include "Options.h"
 #include "Page_request.h"
@@ -29,7 +30,7 @@
 class Panel : public QObject {
     Q_OBJECT
 public:
-    static constexpr int batch_ms = 50;
+    static constexpr int batch_ms = 25;
     /// Calls of a page's that the service has not answered.
     static constexpr int most_calls = 64;
     /// Wrong tokens after which a page is closed.
@@ -108,6 +109,7 @@ private:
     quint64 last_call_ = 0;
     QJsonObject told_partners_;
     bool has_new_state_ = false;
+    Loop_pace pace_{std::chrono::milliseconds(5)};
     QTimer batch_timer_;
     QTimer line_timer_;
     /// The last: its thread asks the others while it is there.

@@ -41,13 +41,8 @@ Panel::Panel(const Options& options, const Change_token& token)
     connect(&server_, &Web_server::opened, this, &Panel::open_page);
     connect(&server_, &Web_server::closed, this, &Panel::close_page);
     connect(&server_, &Web_server::received, this, &Panel::take_text);
-    connect(&watcher_, &Watcher::changed, this,
-            [this](const Change& change) { values_.take_event(change, watcher_.now_ms()); });
-    connect(&watcher_, &Watcher::service_left, this, [this] { values_.forget_events(); });
-    connect(&watcher_, &Watcher::bus_lost, this, [this] {
-        values_.forget_events();
-        give_up_calls(QStringLiteral("the bus has gone"));
-    });
+    connect(&watcher_, &Watcher::bus_lost, this,
+            [this] { give_up_calls(QStringLiteral("the bus has gone")); });
     batch_timer_.setTimerType(Qt::PreciseTimer);
     connect(&batch_timer_, &QTimer::timeout, this, &Panel::tell);
     connect(&line_timer_, &QTimer::timeout, this, &Panel::tell_line);

@@ -9,23 +9,20 @@
 #include <optional>
 #include <vector>
 
-/// What pages have been told of the terminal's values and events, and how the values went.
+/// What pages have been told of the terminal's values and signals, and how the values went.
 ///
 /// Pure: the caller says when it is: `now_ms` of the model's clock, `clock_ms` since 1970.
 class Terminal_values {
 public:
+    /// A signal that carries a value is counted at most so often: the value itself is told at once.
+    static constexpr qint64 count_ms = 1000;
+
     /// The model outlives it.
     explicit Terminal_values(const Watch_model& model);
 
-    /// Something has happened; what is no event does not count.
-    void take_event(const Change& change, qint64 now_ms);
-
-    /// The service has gone, and what has happened there with it.
-    void forget_events();
-
-    /// What has changed since the last call, as [object, member, value, age in ms] each. An event
-    /// has its argument for its value, a list of several, or true for none; of several at once the
-    /// last is told.
+    /// What has changed since the last call: of values [object, member, value, age in ms] each, and
+    /// of signals [object, name, arguments, age in ms, how many]. No argument is true, and several
+    /// are a list.
     QJsonArray take_changes(qint64 now_ms, qint64 clock_ms);
 
     /// All that is known, in the same form.
@@ -45,21 +42,25 @@ private:
         Value_history history;
     };
 
-    /// A signal that tells no value.
-    struct Event {
+    struct Signal {
         int object;
-        QString member;
-        QJsonValue last; ///< null for none yet
-        qint64 time_ms = 0;
-        bool is_told = true;
+        std::size_t index; ///< among the object's signals
+        QString name;
+        bool carries_value;
+        quint64 told = 0; ///< how many
+        qint64 told_ms = 0;
     };
 
-    void add_events(int object, const Object_kind& kind);
+    void add_values(int object);
+    void add_signals(int object);
+    void take_signals(QJsonArray& changes, qint64 now_ms);
+    const Watched_object& object(int index) const;
+    const Heard_signal& heard(const Signal& signal) const;
     QVariant present(const Value& value) const;
     QJsonArray row(const Value& value, qint64 now_ms) const;
-    static QJsonArray row(const Event& event, qint64 now_ms);
+    QJsonArray row(const Signal& signal, qint64 now_ms) const;
 
     const Watch_model& model_;
     std::vector<Value> values_;
-    std::vector<Event> events_;
+    std::vector<Signal> signals_;
 };

@@ -27,6 +27,21 @@ bool is_due(Watched_value& value, const Value_row& row)
     return false;
 }
 
+/// An event's arguments as one value.
+QVariant as_value(const QVariantList& arguments)
+{
+    return arguments.size() == 1 ? arguments.first() : QVariant(arguments);
+}
+
+void note_signal(Watched_object& object, const QString& member, const QVariantList& arguments,
+                 qint64 now_ms)
+{
+    const auto& signal_rows = object.entry.kind->signals;
+    for (std::size_t i = 0; i < signal_rows.size(); ++i)
+        if (member == QLatin1String(signal_rows[i].name))
+            object.heard[i] = {object.heard[i].count + 1, as_value(arguments), now_ms};
+}
+
 } // namespace
 
 bool is_known(const QVariant& value)
@@ -43,6 +58,7 @@ Watch_model::Watch_model()
             backlight_ = static_cast<int>(objects_.size());
         Watched_object object;
         object.values.resize(entry.kind->values.size());
+        object.heard.resize(entry.kind->signals.size());
         object.entry = std::move(entry);
         objects_.push_back(std::move(object));
     }
@@ -99,6 +115,7 @@ std::optional<Change> Watch_model::take_signal(const QString& path, const QStrin
         return std::nullopt;
     ++signals_;
     last_signal_ms_ = now_ms;
+    note_signal(object, member, arguments, now_ms);
     for (std::size_t i = 0; i < object.values.size(); ++i) {
         const char* signal = object.entry.kind->values[i].signal;
         if (signal == nullptr || member != QLatin1String(signal) || arguments.isEmpty())
@@ -112,7 +129,7 @@ std::optional<Change> Watch_model::take_signal(const QString& path, const QStrin
             object.values[i].fresh = false;
     ++object.changes;
     object.event_ms = now_ms;
-    const QVariant value = arguments.size() == 1 ? arguments.first() : QVariant(arguments);
+    const QVariant value = as_value(arguments);
     object.last_event = (member + QLatin1Char(' ') + plain_text(value)).trimmed();
     return Change{path, member, value};
 }

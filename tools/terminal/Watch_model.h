@@ -19,10 +19,18 @@ struct Watched_value {
     bool heard = false;       ///< its signal has come since it was last due
 };
 
+/// One signal of one object, as it has been heard.
+struct Heard_signal {
+    quint64 count = 0;  ///< since the watcher listens
+    QVariant arguments; ///< of the last one; a list unless it is a single one
+    qint64 heard_ms = 0;
+};
+
 /// One object, with all that is known of it.
 struct Watched_object {
     Catalogue_object entry;
     std::vector<Watched_value> values; ///< as many as its kind has
+    std::vector<Heard_signal> heard;   ///< as many as its kind has signals
     History history;                   ///< of its first value, where its kind has a sparkline
     quint64 changes = 0;               ///< changes and events seen
     QString last_event;                ///< name and arguments; empty for none yet

@@ -266,8 +266,10 @@ private Q_SLOTS:
         Panel_page later(*panel_);
         QVERIFY(later.opens());
         QVERIFY(later.knows(button, QStringLiteral("short_press"), 1));
+        // What has happened has happened.
         terminal().daemon.signal(SIGTERM);
-        QVERIFY(becomes(button, "short_press", QJsonValue()));
+        QVERIFY(partner_becomes("service", "away"));
+        QVERIFY(page().knows(button, QStringLiteral("short_press"), 1));
     }
 
     void an_output_is_switched_and_reaches_the_controller()

@@ -54,52 +54,83 @@ private Q_SLOTS:
     {
         QTest::addColumn<QString>("path");
         QTest::addColumn<QString>("member");
-        QTest::addColumn<QVariant>("arguments");
+        QTest::addColumn<QVariantList>("arguments");
         QTest::addColumn<QJsonValue>("told");
-        const auto row = [](const char* path, const char* member, const QVariant& arguments,
+        const auto row = [](const char* path, const char* member, const QVariantList& arguments,
                             const QJsonValue& told) {
             QTest::newRow(member) << QStringLiteral("/com/quorin/system/") + QLatin1String(path)
                                   << QString::fromLatin1(member) << arguments << told;
         };
-        row("power/button", "short_press", QVariantList(), true);
-        row("device/io/input/analog/0", "min_pass", 1.5, 1.5);
-        row("atx", "received", QVariantList{1, QStringLiteral("x")},
-            QJsonArray{1, QStringLiteral("x")});
+        row("power/button", "short_press", {1}, 1);
+        row("device/io/input/analog/0", "min_pass", {1.5}, 1.5);
+        row("atx", "received", {}, true);
+        row("media", "connection", {QStringLiteral("/media/usb0"), true},
+            QJsonArray{QStringLiteral("/media/usb0"), true});
     }
 
     void events_are_told_each_time()
     {
         QFETCH(QString, path);
         QFETCH(QString, member);
-        QFETCH(QVariant, arguments);
+        QFETCH(QVariantList, arguments);
         QFETCH(QJsonValue, told);
         Watch_model model;
         const int object = model.find(path);
         QVERIFY(object >= 0);
+        const QString interface =
+            model.objects().at(static_cast<std::size_t>(object)).entry.interface;
         Terminal_values values(model);
         QVERIFY(values.all(0).isEmpty());
-        for (int i = 0; i < 2; ++i) {
-            values.take_event({path, member, arguments}, 1000);
-            QCOMPARE(values.take_changes(1010, 0), only({object, member, told, 10}));
+        for (int count = 1; count < 3; ++count) {
+            (void)model.take_signal(path, interface, member, arguments, 1000);
+            QCOMPARE(values.take_changes(1010, 0), only({object, member, told, 10, count}));
             QVERIFY(values.take_changes(1010, 0).isEmpty());
         }
-        QCOMPARE(values.all(1100), only({object, member, told, 100}));
-        values.forget_events();
-        QCOMPARE(values.take_changes(1200, 0), only({object, member, QJsonValue(), 200}));
-        QVERIFY(values.all(1200).isEmpty());
-        values.forget_events();
+        // Two at once are counted as two.
+        (void)model.take_signal(path, interface, member, arguments, 1020);
+        (void)model.take_signal(path, interface, member, arguments, 1030);
+        QCOMPARE(values.take_changes(1040, 0), only({object, member, told, 10, 4}));
+        QCOMPARE(values.all(1130), only({object, member, told, 100, 4}));
+        // What has happened has happened.
+        model.set_owner({}, 1200);
         QVERIFY(values.take_changes(1200, 0).isEmpty());
+        QCOMPARE(values.all(1230), only({object, member, told, 200, 4}));
     }
 
-    void what_is_no_event_is_not_told_as_one()
+    void signals_of_values_are_counted_once_a_second()
     {
         Watch_model model;
         Terminal_values values(model);
-        const QString analog = QStringLiteral("/com/quorin/system/device/io/input/analog/0");
-        values.take_event({analog, QStringLiteral("val_changed"), 1.5}, 0);
-        values.take_event({analog, QStringLiteral("get_value"), 1.5}, 0);
-        values.take_event({analog, QStringLiteral("short_press"), 1.5}, 0);
-        values.take_event({QStringLiteral("/nothing"), QStringLiteral("min_pass"), 1.5}, 0);
+        model.set_owner(QStringLiteral(":1.1"), 0);
+        const QString path = QStringLiteral("/com/quorin/system/device/io/input/analog/0");
+        const QString interface = QStringLiteral("com.quorin.system.device.io.input.analog");
+        const QString member = QStringLiteral("val_changed");
+        const int input = model.find(path);
+        const auto value_row = [input](double value) {
+            return QJsonArray{input, QStringLiteral("get_value"), value, 0};
+        };
+        const auto signal_row = [&](double value, int count) {
+            return QJsonArray{input, member, QJsonArray{value, false}, 0, count};
+        };
+        const auto come = [&](double value, qint64 now_ms) {
+            (void)model.take_signal(path, interface, member, {value, false}, now_ms);
+            return values.take_changes(now_ms, 0);
+        };
+        QCOMPARE(come(1.5, 5000), (QJsonArray{value_row(1.5), signal_row(1.5, 1)}));
+        const qint64 soon = 5000 + Terminal_values::count_ms;
+        QCOMPARE(come(2.5, soon - 1), only(value_row(2.5)));
+        QCOMPARE(come(3.5, soon), (QJsonArray{value_row(3.5), signal_row(3.5, 3)}));
+    }
+
+    void other_signals_are_not_told()
+    {
+        Watch_model model;
+        Terminal_values values(model);
+        const QString path = QStringLiteral("/com/quorin/system/device/io/input/analog/0");
+        const QString interface = QStringLiteral("com.quorin.system.device.io.input.analog");
+        (void)model.take_signal(path, interface, QStringLiteral("short_press"), {1.5}, 0);
+        (void)model.take_signal(QStringLiteral("/nothing"), interface, QStringLiteral("min_pass"),
+                                {1.5}, 0);
         QVERIFY(values.take_changes(0, 0).isEmpty());
     }
 };

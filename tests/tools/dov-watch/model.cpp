@@ -94,6 +94,47 @@ private Q_SLOTS:
         QCOMPARE(object(model, path).changes, quint64{2});
     }
 
+    void signals_are_counted_with_what_they_told()
+    {
+        Watch_model model;
+        const QString analog = prefix_ + QStringLiteral("device/io/input/analog/0");
+        const QString media = prefix_ + QStringLiteral("media");
+        const QString atx = prefix_ + QStringLiteral("atx");
+        // In the order of the kind's table.
+        const auto signal = [&model](const QString& path, std::size_t index) {
+            return object(model, path).heard.at(index);
+        };
+        QCOMPARE(object(model, analog).heard.size(), std::size_t{3});
+        QCOMPARE(signal(analog, 0).count, quint64{0});
+
+        model.take_signal(analog, analog_, QStringLiteral("val_changed"), {2.5, false}, 10);
+        model.take_signal(analog, analog_, QStringLiteral("val_changed"), {2.5, true}, 20);
+        QCOMPARE(signal(analog, 0).count, quint64{2});
+        QCOMPARE(signal(analog, 0).arguments, QVariant(QVariantList({2.5, true})));
+        QCOMPARE(signal(analog, 0).heard_ms, 20);
+
+        model.take_signal(analog, analog_, QStringLiteral("max_pass"), {4.5}, 30);
+        QCOMPARE(signal(analog, 1).count, quint64{0});
+        QCOMPARE(signal(analog, 2).count, quint64{1});
+        QCOMPARE(signal(analog, 2).arguments, QVariant(4.5));
+
+        const QString interface = QStringLiteral("com.quorin.system.");
+        model.take_signal(media, interface + QStringLiteral("media"), QStringLiteral("connection"),
+                          {QStringLiteral("/media/usb0"), true}, 40);
+        QCOMPARE(signal(media, 0).arguments,
+                 QVariant(QVariantList({QStringLiteral("/media/usb0"), true})));
+        model.take_signal(atx, interface + QStringLiteral("atx"), QStringLiteral("received"), {},
+                          50);
+        QCOMPARE(signal(atx, 0).arguments, QVariant(QVariantList()));
+
+        // What has been heard has been heard.
+        model.set_owner({}, 60);
+        QCOMPARE(signal(atx, 0).count, quint64{1});
+        // Another interface's signal is none of the object's.
+        model.take_signal(atx, QStringLiteral("other"), QStringLiteral("received"), {}, 70);
+        QCOMPARE(signal(atx, 0).count, quint64{1});
+    }
+
     void first_reading_of_an_input_is_no_change_of_it()
     {
         Watch_model model;

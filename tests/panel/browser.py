@@ -5,7 +5,7 @@ import base64
 import json
 import tempfile
 from pathlib import Path
-from typing import Any, Callable
+from typing import Any, Callable, ContextManager
 
 DEADLINE = 30.0
 
@@ -149,7 +149,8 @@ class Browser:
     def picture(self, handle: str) -> str:
         raise NotImplementedError
 
-    def set_dark(self, page: Page, dark: bool) -> None:
+    def in_the_dark(self, page: Page) -> ContextManager[Page]:
+        """The page, or an empty one of the same kind, where the reader prefers the dark."""
         raise NotImplementedError
 
     def console(self) -> list[str]:

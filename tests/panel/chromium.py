@@ -2,8 +2,9 @@
 from __future__ import annotations
 
 import os
+from contextlib import contextmanager
 from pathlib import Path
-from typing import Any
+from typing import Any, Iterator
 
 from selenium import webdriver
 from selenium.webdriver.chrome.service import Service
@@ -83,9 +84,17 @@ class Chromium(Browser):
     def picture(self, handle: str) -> str:
         return str(self._at(handle).get_screenshot_as_base64())
 
-    def set_dark(self, page: Page, dark: bool) -> None:
+    @contextmanager
+    def in_the_dark(self, page: Page) -> Iterator[Page]:
+        self._prefer(page, "dark")
+        try:
+            yield page
+        finally:
+            self._prefer(page, "light")
+
+    def _prefer(self, page: Page, scheme: str) -> None:
         self.command(page, "Emulation.setEmulatedMedia", features=[
-            {"name": "prefers-color-scheme", "value": "dark" if dark else "light"}])
+            {"name": "prefers-color-scheme", "value": scheme}])
 
     def console(self) -> list[str]:
         return [f"{entry['level']}: {entry['message']}" for entry in self._driver.get_log("browser")

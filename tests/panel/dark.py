@@ -1,4 +1,4 @@
-"""In the dark, as in the light. A Firefox has one scheme for its whole life."""
+"""In the dark, as in the light."""
 from __future__ import annotations
 
 from looks import SIZES, Page_for_everybody
@@ -9,11 +9,14 @@ BACKGROUND = "return getComputedStyle(document.body).backgroundColor;"
 class Dark(Page_for_everybody):
     def test_in_the_dark(self) -> None:
         light = self.page.run(BACKGROUND)
-        self.browser.set_dark(self.page, True)
-        self.addCleanup(self.browser.set_dark, self.page, False)
-        self.assertNotEqual(light, self.page.run(BACKGROUND))
-        for width, height in SIZES:
-            with self.subTest(width):
-                self.page.resize(width, height)
-                self.check()
-                self.page.picture(self.picture(f"{self.browser.name}-{width}-dark.png"))
+        with self.browser.in_the_dark(self.page) as page:
+            if page is not self.page:
+                self.open(page, self.world.url)
+                for partner in ("service", "controller", "tap"):
+                    self.partner_is(partner, "here", page)
+            self.assertNotEqual(light, page.run(BACKGROUND))
+            for width, height in SIZES:
+                with self.subTest(width):
+                    page.resize(width, height)
+                    self.check(page)
+                    page.picture(self.picture(f"{self.browser.name}-{width}-dark.png"))

@@ -5,12 +5,13 @@ import json
 import os
 import re
 import subprocess
+from contextlib import contextmanager
 from pathlib import Path
-from typing import Any
+from typing import Any, Iterator
 
 import websocket
 
-from browser import DEADLINE, Browser, Page, Page_failure
+from browser import DEADLINE, Browser, Page, Page_failure, Started_browser
 
 FIREFOX_SETTINGS = {
     # Nothing but the page's own server is asked, which is never behind a proxy.
@@ -26,17 +27,19 @@ FIREFOX_SETTINGS = {
     "accessibility.tabfocus": 7,
     "remote.active-protocols": 1,
 }
+# What pages are told that the reader prefers, for the whole life of a Firefox.
+SCHEME, DARK, LIGHT = "layout.css.prefers-color-scheme.content-override", 0, 1
 
 
 class Firefox(Browser):
     name = "firefox"
 
-    def __init__(self, home: Path) -> None:
+    def __init__(self, home: Path, scheme: int = LIGHT) -> None:
         profile = home / "profile"
         profile.mkdir(parents=True)
         (profile / "user.js").write_text("".join(
             f"user_pref({json.dumps(name)}, {json.dumps(value)});\n"
-            for name, value in FIREFOX_SETTINGS.items()))
+            for name, value in {**FIREFOX_SETTINGS, SCHEME: scheme}.items()))
         self._events: list[dict[str, Any]] = []
         self._count = 0
         self._process = subprocess.Popen(
@@ -125,6 +128,11 @@ class Firefox(Browser):
 
     def picture(self, handle: str) -> str:
         return str(self._command("browsingContext.captureScreenshot", context=handle)["data"])
+
+    @contextmanager
+    def in_the_dark(self, page: Page) -> Iterator[Page]:
+        with Started_browser(lambda home: Firefox(home, DARK)) as dark:
+            yield dark.first_page()
 
     def console(self) -> list[str]:
         self._command("session.status")  # what was said before has come

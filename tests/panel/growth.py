@@ -1,6 +1,7 @@
 """A page that is open for long stays as large as it is: minutes of a full line, played fast."""
 from __future__ import annotations
 
+from pathlib import Path
 from typing import Any
 
 from chromium import Chromium
@@ -52,6 +53,25 @@ return globalThis.frame;
 """
 
 
+LINE_BEGIN, LINE_END = "<!-- written by tests/panel/run -->\n", "<!-- end -->\n"
+
+
+def table(sizes: list[dict[str, int]]) -> str:
+    rows = [f"| {title} | {' | '.join(f'{size[what] / unit:.{decimals}f}' for size in sizes)} |\n"
+            for title, what, unit, decimals in (
+                ("heap, MiB", "heap", 1 << 20, 1), ("nodes of the page", "nodes", 1, 0),
+                ("listeners", "listeners", 1, 0))]
+    return f"| After | {MINUTES} minutes | {2 * MINUTES} minutes |\n|---|---|---|\n" + "".join(rows)
+
+
+def write(file: Path, text: str) -> None:
+    before, begin, rest = file.read_text().partition(LINE_BEGIN)
+    _, end, after = rest.partition(LINE_END)
+    if not begin or not end:
+        raise RuntimeError(f"{file} has no place for it")
+    file.write_text(before + begin + text + end + after)
+
+
 class Growth(Page_test):
     def setUp(self) -> None:
         assert isinstance(self.stage.browser, Chromium)
@@ -84,6 +104,8 @@ class Growth(Page_test):
             self.page.until("the last frame is shown", """return document.querySelector(
                 `#frames tr[data-n="${arguments[0]}"]`) !== null;""", frame - 1)
             sizes.append(self.size())
-        print(f"page: after {MINUTES} minutes {sizes[0]}, after {2 * MINUTES} {sizes[1]}")
+        print(table(sizes), end="")
+        if self.stage.measurements is not None:
+            write(self.stage.measurements, table(sizes))
         for what, least in (("heap", 2 << 20), ("nodes", 200), ("listeners", 20)):
             self.assertLessEqual(sizes[1][what], 1.1 * sizes[0][what] + least, f"{what}: {sizes}")

@@ -3,7 +3,8 @@ from __future__ import annotations
 
 from typing import Any
 
-from panel_world import SOURCES
+from browser import Page
+from panel_world import SOURCES, object_path
 from stage import Page_test
 
 CHECKER = (SOURCES / "tests/panel/third_party/axe.min.js").read_text()
@@ -35,8 +36,8 @@ class Page_for_everybody(Page_test):
         self.stage.pictures.mkdir(parents=True, exist_ok=True)
         return self.stage.pictures / name
 
-    def check(self) -> None:
-        found = self.page.run(CHECKER + """;
+    def check(self, page: Page | None = None) -> None:
+        found = (page or self.page).run(CHECKER + """;
             const result = await axe.run(document);
             if (result.passes.length < 10) throw new Error("the checker saw next to nothing");
             return result.violations.map((each) => ({rule: each.id, help: each.help,
@@ -80,6 +81,21 @@ class Looks(Page_for_everybody):
             with self.subTest(width):
                 self.page.resize(width, height)
                 self.check()
+
+    def test_details_are_for_everybody(self) -> None:
+        for width, height in SIZES:
+            with self.subTest(width):
+                self.page.resize(width, height)
+                self.page.click(f'[data-details="{object_path("device/io/input/analog/0")}"]')
+                self.page.until("the settings", """return document.querySelector(
+                    "#details [data-setting]").placeholder === "reports nothing";""")
+                self.check()
+                self.page.picture(self.picture(f"{self.browser.name}-{width}-details.png"))
+                edges = self.page.run("""
+                    const at = document.querySelector("#details").getBoundingClientRect();
+                    return [at.left, at.top, innerWidth - at.right, innerHeight - at.bottom];""")
+                self.assertGreaterEqual(min(edges), 0, "a part of it is beyond the page")
+                self.page.click("#details-close")
 
     def test_every_control_is_reached_by_keys(self) -> None:
         count = self.page.run(NAME_THEM)

@@ -6,8 +6,9 @@ from stage import CAN_CHANGE, Page_test
 
 # Every control that could change something, as a person finds it.
 CONTROLS = """[...document.querySelectorAll(
-    "[data-word], [data-number], [data-wave], [data-fault], [data-call], #bench-line, #healthy, "
-    + "#restart")]"""
+    "[data-word], [data-number], [data-wave], [data-fault], [data-call], [data-setting], "
+    + "#bench-line, #healthy, #restart")]"""
+DETAILS = f'[data-details="{object_path("device/io/input/analog/0")}"]'
 
 
 class Pages(Page_test):
@@ -31,6 +32,9 @@ class Pages(Page_test):
         looking = self.another_page(self.world.origin + "/")
         looking.until("it only looks", CAN_CHANGE, "false")
         self.shows(self.value_selector("device/io/input/digital/0", "is_on"), "off", looking)
+        looking.click(DETAILS)
+        looking.until("settings are seen", """return document.querySelector(
+            "#details [data-setting]").placeholder === "reports nothing";""")
         self.assertEqual([], looking.run(f"""return {CONTROLS}.filter((each) =>
             !each.disabled && !each.closest("[inert], fieldset[disabled]")
             && each.checkVisibility()).map((each) => each.outerHTML.slice(0, 200));"""))

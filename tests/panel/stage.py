@@ -26,6 +26,10 @@ LEAST_DIFFERENCE = 1e-9
 
 CAN_CHANGE = "return document.body.dataset.changing === arguments[0];"
 VALUE = "return document.querySelector(arguments[0]).innerText.trim() === arguments[1];"
+TAKE_FIELD = """const field = document.querySelector(arguments[0]);
+if (field.disabled) return false;
+field.focus();
+return document.activeElement === field;"""
 STATE_OF_PARTNER = """return document.querySelector(
     `[data-partner="${arguments[0]}"]`).dataset.state === arguments[1];"""
 
@@ -33,10 +37,12 @@ STATE_OF_PARTNER = """return document.querySelector(
 class Stage:
     """One for all tests of a run in one browser."""
 
-    def __init__(self, world: Panel_world, browser: Browser, pictures: Path) -> None:
+    def __init__(self, world: Panel_world, browser: Browser, pictures: Path,
+                 measurements: Path | None = None) -> None:
         self.world = world
         self.browser = browser
         self.pictures = pictures
+        self.measurements = measurements
         self.page = browser.first_page()
         self.server_goes = False
 
@@ -104,6 +110,15 @@ class Page_test(unittest.TestCase):
 
     def value_selector(self, short: str, member: str) -> str:
         return f'[data-object="{object_path(short)}"][data-member="{member}"]'
+
+    # What a person does
+
+    def enter(self, selector: str, text: str) -> None:
+        """Into the field, all of it anew, and Enter."""
+        self.page.until(f"{selector} takes keys", TAKE_FIELD, selector)
+        self.page.press("Control+a", "Delete")
+        self.page.type(text)
+        self.page.press("Enter")
 
     def partner_is(self, partner: str, state: str, page: Page | None = None) -> None:
         (page or self.page).until(f"{partner} is {state}", STATE_OF_PARTNER, partner, state)

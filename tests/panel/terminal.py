@@ -12,6 +12,9 @@ from stage import Page_test
 VALUES = [(row["path"], value) for row in CATALOGUE["objects"]
           for value in KINDS[row["kind"]]["values"] if value["getter"]]
 
+PRESSED = """return document.querySelector(arguments[0]).getAttribute("aria-pressed")
+    === arguments[1];"""
+
 # A link that is followed saves a file; here what would be in it is kept.
 CATCH_DOWNLOADS = """
 globalThis.saved = [];
@@ -171,6 +174,49 @@ class Terminal(Page_test):
         self.page.until("half a minute again", chosen, 30, True)
         self.page.click('[data-span="600"]')
         self.page.until("ten minutes", chosen, 600, True)
+
+    def test_a_paused_plot_stays_as_it_is(self) -> None:
+        path = self.plot_analog()
+        bus = self.value_selector("device/io/input/analog/0", "get_value")
+        lane = f'[data-lane="{path}"] .lane-value'
+        differs = "return document.querySelector(arguments[0]).innerText !== arguments[1];"
+        self.page.click("#plot-pause")
+        self.shows("#plot-pause", "Go on")
+        # It has been drawn once more behind the click.
+        self.page.run("""await new Promise((resolve) =>
+            requestAnimationFrame(() => requestAnimationFrame(resolve)));""")
+        kept = self.page.text(lane)
+        for _ in range(3):
+            self.page.until("the value moves on", differs, bus, self.page.text(bus))
+            self.assertEqual(kept, self.page.text(lane))
+        self.page.click("#plot-pause")
+        self.page.until("the plot moves on", differs, lane, kept)
+
+    def test_plots_by_keys_alone(self) -> None:
+        self.plot_analog()
+        self.page.click('[data-span="120"]')
+        self.page.run("document.querySelector('#plot-lanes').focus();")
+        self.page.press("+")
+        self.page.until("nearer", PRESSED, '[data-span="120"]', "false")
+        self.page.press("-")
+        self.page.until("as it was", PRESSED, '[data-span="120"]', "true")
+        self.page.press(" ")
+        self.page.until("it pauses", PRESSED, "#plot-pause", "true")
+        self.page.press(" ")
+        self.page.until("it goes on", PRESSED, "#plot-pause", "false")
+        self.page.press("ArrowLeft")
+        self.page.until("the past stands still", PRESSED, "#plot-pause", "true")
+        self.page.click("#plot-pause")
+        self.page.until("it goes on", PRESSED, "#plot-pause", "false")
+
+    def test_plots_come_and_go(self) -> None:
+        for short in ("device/io/input/temperature/3", "device/io/input/digital/1"):
+            path = object_path(short)
+            for there in (True, False):
+                self.page.click(f'[data-plot="{path}"]')
+                self.page.until(f"its plot: {there}", """return arguments[1] ===
+                    (document.querySelector(`[data-lane="${arguments[0]}"]`) !== null);""",
+                                path, there)
 
     def test_power_switches_and_versions(self) -> None:
         self.shows(self.value_selector("version/hardware", "get"),

@@ -21,8 +21,6 @@ DECIMALS = {kind["name"]: kind["values"][0]["decimals"]
 IS_CHECKED = """const box = document.querySelector(arguments[0]);
 return arguments[1] === (box.type === "checkbox" ? box.checked : "true" === (
     box.getAttribute("aria-checked") ?? box.getAttribute("aria-pressed")));"""
-SET_FIELD = """const field = document.querySelector(arguments[0]);
-field.focus(); field.select?.(); return document.activeElement === field;"""
 CHOOSE = """const list = document.querySelector(arguments[0]);
 list.value = arguments[1];
 list.dispatchEvent(new Event("input", {bubbles: true}));
@@ -35,13 +33,6 @@ class Vehicle(Page_test):
         super().setUp()
         self.partner_is("controller", "here")
         self.partner_is("service", "here")
-
-    def enter(self, selector: str, text: str) -> None:
-        """As a person does: into the field, all of it anew, and Enter."""
-        self.page.until(f"{selector} takes keys", SET_FIELD, selector)
-        self.page.press("Control+a")
-        self.page.type(text)
-        self.page.press("Enter")
 
     def choose(self, selector: str, value: str) -> None:
         self.assertTrue(self.page.run(CHOOSE, selector, value), f"{selector} has no {value}")
@@ -118,6 +109,48 @@ class Vehicle(Page_test):
         self.world.wait_for("constant", lambda: self.world.input("analog")["waveform"]["shape"]
                             == "constant")
 
+    def test_every_input_takes_a_waveform(self) -> None:
+        for row in self.world.state()["inputs"]:
+            with self.subTest(row["name"]):
+                self.choose(f'[data-wave="input {row["name"]}"]', "square")
+                self.enter(f'[data-wave-period="input {row["name"]}"]', "4")
+                self.world.wait_for(row["name"], lambda: [
+                    self.world.input(row["name"])["waveform"].get(key)
+                    for key in ("shape", "period_ms")] == ["square", 4000])
+
+    def test_a_touch_of_the_slider_ends_a_waveform(self) -> None:
+        self.choose('[data-wave="input voltage2"]', "sine")
+        self.world.wait_for("sine", lambda: self.world.input("voltage2")["waveform"]["shape"]
+                            == "sine")
+        self.page.click('[data-word="input voltage2"]', 0.7)
+        self.world.wait_for("constant", lambda: self.world.input("voltage2")["waveform"]["shape"]
+                            == "constant")
+        self.page.until("the picker shows it", """return document.querySelector(
+            '[data-wave="input voltage2"]').value === "constant";""")
+
+    def test_below_an_input_stands_what_the_bus_has(self) -> None:
+        for name, (path, scaled) in INPUTS.items():
+            with self.subTest(name):
+                decimals = DECIMALS[KIND_OF_PATH[path]]
+                text = f"{scaled(self.world.input(name)['value']):.{decimals}f}"
+                self.page.until(f"{name} {text}", """return document
+                    .querySelector(arguments[0]).closest(".input").querySelector(".echo")
+                    .innerText.startsWith(arguments[1]);""",
+                                f'[data-word="input {name}"]', text)
+
+    def test_what_the_controller_drives(self) -> None:
+        self.world.bench("backlight 127 254", "frequency-output 1234", "configuration 7 3 99",
+                         "digest 250ms", "output 1 disabled", "output 2 on")
+        self.addCleanup(self.world.bench, "configuration 7 3 0")
+        for lamp, text in (("backlight", "50 and 100 %"), ("frequency-output", "1234"),
+                           ("configuration", "7/3: 99"), ("digest", "every 250 ms"),
+                           ("device", self.world.state()["device"])):
+            with self.subTest(lamp):
+                self.shows(f'[data-lamp="{lamp}"]', text)
+        for lamp, state in (("output 1", "disabled"), ("output 2", "true"), ("output 3", "false")):
+            self.page.until(f"{lamp} {state}", """return document.querySelector(
+                `[data-lamp="${arguments[0]}"]`).dataset.on === arguments[1];""", lamp, state)
+
     def test_ignition(self) -> None:
         self.is_checked('[data-word="ignition"]', True)
         self.page.click('[data-word="ignition"]')
@@ -151,21 +184,37 @@ class Vehicle(Page_test):
                 self.bench_has(word, key, value=value)
 
     def test_every_fault(self) -> None:
-        for fault, number, key, value in (
-                ("silence", None, "silence", True), ("late", "40", "late_ms", 40),
-                ("corrupt", "25", "corrupt_percent", 25),
-                ("split", "5", "split_size", 5), ("double", None, "double", True)):
+        badge = "#fault-count"
+        for fault, numbers, state in (
+                ("silence", {}, {"silence": True}), ("late", {"late": "40"}, {"late_ms": 40}),
+                ("corrupt", {"corrupt": "25"}, {"corrupt_percent": 25}),
+                ("split", {"split": "5", "split gap": "30"}, {"split_size": 5, "split_gap_ms": 30}),
+                ("addresses", {"addresses": "7", "addresses to": "9"}, {"addresses": [7, 9]}),
+                ("double", {}, {"double": True})):
             with self.subTest(fault):
-                if number is not None:
-                    self.enter(f'[data-fault-value="{fault}"]', number)
+                for field, number in numbers.items():
+                    self.enter(f'[data-fault-value="{field}"]', number)
+                without = self.world.state()["faults"]
                 switch = f'[data-fault="{fault}"]'
-                if self.world.state()["faults"][key] in (False, 0):
-                    self.page.click(switch)
-                self.bench_has(fault, "faults", key, value=value)
-                self.is_checked(switch, True)
                 self.page.click(switch)
-                self.bench_has(f"no {fault}", "faults", key, value=type(value)())
+                for key, value in state.items():
+                    self.bench_has(fault, "faults", key, value=value)
+                self.is_checked(switch, True)
+                self.shows(badge, "1 fault on")
+                self.page.click(switch)
+                self.bench_has(f"no {fault}", "faults", value=without)
                 self.is_checked(switch, False)
+                self.shows(badge, "no faults")
+
+    def test_a_number_of_a_fault_that_is_on_counts_at_once(self) -> None:
+        self.page.click('[data-fault="late"]')
+        self.is_checked('[data-fault="late"]', True)
+        self.enter('[data-fault-value="late"]', "70")
+        self.bench_has("later", "faults", "late_ms", value=70)
+        self.enter('[data-fault-value="late"]', "0")
+        self.page.until("what is wrong", """return document.querySelector("#message").innerText
+            .includes("1 to 600000");""")
+        self.bench_has("as it was", "faults", "late_ms", value=70)
 
     def test_cut_line(self) -> None:
         # The daemon opens its line once; another one finds what has come in its place.
@@ -179,28 +228,38 @@ class Vehicle(Page_test):
         self.bench_has("the line is whole", "faults", "disconnected", value=False)
         self.is_checked(switch, False)
 
-    def test_wrong_addresses(self) -> None:
-        self.page.click('[data-fault="addresses"]')
-        self.world.wait_for("addresses", lambda: self.world.state()["faults"]["addresses"])
+    def test_all_faults_are_ended_at_once(self) -> None:
+        for fault in ("silence", "addresses", "double"):
+            self.page.click(f'[data-fault="{fault}"]')
+        self.shows("#fault-count", "3 faults on")
         self.page.click("#healthy")
-        self.bench_has("healthy", "faults", "addresses", value=None)
+        self.shows("#fault-count", "no faults")
+        for key, value in (("silence", False), ("addresses", None), ("double", False)):
+            self.bench_has("healthy", "faults", key, value=value)
 
     def test_faults_of_a_moment_are_counted(self) -> None:
         self.partner_is("tap", "here")
-        for button, counter in (('[data-fault="corrupt next"]', "checksum_errors"),
-                                ('[data-fault="garbage"]', "skipped_bytes")):
+        for fault, number, counter in (("corrupt next", "2", "checksum_errors"),
+                                       ("garbage", "40", "skipped_bytes")):
             with self.subTest(counter):
+                button = f'[data-fault="{fault}"]'
+                self.enter(f'[data-fault-value="{fault}"]', number)
                 count = f"Number(document.querySelector('[data-counter=\"{counter}\"]')" \
                         ".innerText.replace(/\\D/g, ''))"
                 before = self.page.run(f"return {count};")
                 self.page.click(button)
-                self.page.until(f"{counter} grows", f"return {count} > arguments[0];", before)
+                self.page.until(f"{counter} grows by {number}",
+                                f"return {count} >= arguments[0];", before + int(number))
 
     def test_restart(self) -> None:
         self.world.bench("input analog 4444", "ignition off")
         self.page.click("#restart")
         self.bench_has("the start", "ignition", value=True)
         self.world.wait_for("the input", lambda: self.world.input("analog")["value"] != 4444)
+        # dov-dbus asks for digests once.
+        self.bench_has("the digests go on", "digest_ms", value=100)
+        self.world.bench("input analog 1234")
+        self.input_arrives("analog", 1234)
 
     def test_any_word(self) -> None:
         self.enter("#bench-line", "frequency-output 4711")

@@ -4,8 +4,8 @@ import assert from "node:assert/strict";
 import test from "node:test";
 
 import {
-    age_text, clock_text, count_text, csv_cell, file_time, identifier_text, milliseconds_word,
-    number_text, value_text,
+    age_text, arguments_text, clock_text, count_text, csv_cell, event_text, file_time,
+    identifier_text, milliseconds_word, number_text, value_text,
 } from "../../../tools/dov-panel/page/format.js";
 
 test("values", () => {
@@ -34,6 +34,29 @@ test("ages", () => {
         [3599999, "59 min"], [3600000, "1 h"], [86399999, "23 h"], [86400000, "1 d"],
     ])
         assert.equal(age_text(age), text);
+});
+
+test("what a signal has told", () => {
+    const volts = { type: "d", decimals: 3, unit: "V" };
+    assert.equal(arguments_text(true), "");
+    assert.equal(arguments_text(4.1, volts), "4.100 V");
+    assert.equal(arguments_text([2.5, false], volts), "2.500 V false");
+    assert.equal(arguments_text([7], { type: "y" }), "7");
+    assert.equal(arguments_text(["/media/usb0", true]), "/media/usb0 true");
+});
+
+test("events", () => {
+    for (const [name, told, count, text] of [
+        ["short_press", null, 0, "not yet"],
+        ["short_press", 1, 1, "pressed"],
+        ["short_press", 1, 2, "pressed, 2 ×"],
+        ["received", true, 1, "acknowledged"],
+        ["connection", ["/media/usb0", true], 1, "/media/usb0 has come"],
+        ["connection", ["/media/usb0", false], 4, "/media/usb0 has gone, 4 ×"],
+        ["another", [3, "x"], 1, "another 3 x"],
+        ["another", true, 1, "another"],
+    ])
+        assert.equal(event_text(name, told, count), text);
 });
 
 test("the time of day", () => {

@@ -28,6 +28,34 @@ export function number_text(value, decimals) {
     return Number(text) === 0 ? text.replace("-", "") : text;
 }
 
+/**
+ * What a signal has told: an argument alone, a list of several, or true for none. Fractions are
+ * written as those of the object's value, whose row of the catalogue this is.
+ */
+export function arguments_text(told, row = {}) {
+    const text = (each) => (typeof each === "number" && row.type === "d"
+        ? value_text(row, each) : String(each));
+    if (told === true)
+        return "";
+    return (Array.isArray(told) ? told : [told]).map(text).join(" ");
+}
+
+const event_words = {
+    short_press: () => "pressed",
+    received: () => "acknowledged",
+    connection: ([path, is_here]) => `${path} ${is_here ? "has come" : "has gone"}`,
+};
+
+/** An event, its name and what it has told, as a person would tell it; and how often. */
+export function event_text(name, told, count) {
+    if (count === 0)
+        return "not yet";
+    const words = event_words[name];
+    const text = words === undefined ? `${name} ${arguments_text(told)}`.trim()
+        : words(Array.isArray(told) ? told : [told]);
+    return count === 1 ? text : `${text}, ${count_text(count)} ×`;
+}
+
 /** How long ago, short: "now", "9 s", "3 min", "2 h", "4 d". */
 export function age_text(age_ms) {
     const seconds = Math.floor(age_ms / 1000);

@@ -10,6 +10,9 @@
 //   [data-fault="silence"]                     a fault; [data-fault-value="late"] its number
 //   [data-lamp="output 0"]                     what the controller drives; data-on
 //   [data-object="/com/…"][data-member="…"]    a value of the bus; [data-age="/com/…"] its age
+//   [data-details="/com/…"]                    the button of an object's details, in them
+//                                              [data-setting="/com/… hysteresis"] and, how often,
+//                                              [data-object="/com/…"][data-signal="min_pass"]
 //   [data-call="/com/… on"]                    a control of the terminal, by its first method
 //   [data-plot="/com/…"], [data-lane="/com/…"] the button of a plot, and the plot
 //   #frames tr[data-n="17"]                    a frame; #frame-filter and so on choose
@@ -89,9 +92,7 @@ class Panel {
             this.terminal_.take_history(message.object, message.member, message.points);
             break;
         case "state":
-            // None without a controller: what the last one told stays, and cannot be changed.
-            if (message.state !== null)
-                this.vehicle_.take_state(message.state);
+            this.vehicle_.take_state(message.state);
             this.partners_changed_();
             break;
         case "frames":
@@ -111,7 +112,7 @@ class Panel {
         this.terminal_.set_catalogue(message.objects, message.kinds);
         // A second one comes when the token is taken.
         if (!this.is_greeted_)
-            this.terminal_.renew_history();
+            this.terminal_.renew();
         this.is_greeted_ = true;
         this.allow_(message.changing);
         if (!message.changing)
@@ -122,15 +123,18 @@ class Panel {
     connection_changed_(state) {
         this.partners_.set("panel", state);
         this.is_greeted_ = false;
-        if (state === "away")
+        if (state === "away") {
+            this.partners_.forget();
             this.allow_(false);
+        }
     }
 
     partners_changed_() {
         if (this.partners_.state("service") !== "here")
             this.terminal_.forget();
-        // Controls of a controller that has never told its state would be empty.
-        const is_empty = !this.vehicle_.has_state || this.partners_.state("controller") === "none";
+        // What a controller was that is gone is nothing to look at.
+        const is_empty = !this.vehicle_.has_state ||
+            ["away", "none"].includes(this.partners_.state("controller"));
         by_id("vehicle-controls").hidden = is_empty;
         by_id("vehicle-links").hidden = is_empty;
         this.allow_(this.is_changing_);

@@ -108,6 +108,14 @@ export class Partners {
 
     state(name) { return this.states_.get(name); }
 
+    /** Who of the others is there can only dov-panel tell, and it is gone. */
+    forget() {
+        for (const { name } of partners) {
+            if (name !== "panel")
+                this.set(name, "unknown");
+        }
+    }
+
     /** Takes the state of one partner, and why. */
     set(name, state, reason = "") {
         const partner = partners.find((each) => each.name === name);
@@ -118,7 +126,7 @@ export class Partners {
         put_text(word, state_words[state] ?? state);
         lamp.title = reason;
         this.show_missing_(partner, state, reason);
-        if (before !== "unknown" && before !== state)
+        if (before !== "unknown" && state !== "unknown" && before !== state)
             this.said_(`${partner.title}: ${state_words[state] ?? state}`, state !== "here");
         document.body.dataset[name] = state;
     }

@@ -1,6 +1,7 @@
 // The terminal: every object of the catalogue with its values, and what of it can be switched.
 
-import { age_text, dash, value_text } from "./format.js";
+import { Details } from "./details.js";
+import { age_text, dash, event_text, value_text } from "./format.js";
 import { Paced, Sizes, by_id, element, put_attribute, put_text } from "./elements.js";
 import { draw_spark } from "./plots.js";
 import { Series } from "./series.js";
@@ -18,7 +19,9 @@ const plotted_at_first = [
 ];
 
 const plotted_types = "bdyu";
-const digits_of_event = 3;
+
+/** A row of "values" that tells a signal has so many members, and one of a value fewer. */
+const signal_members = 5;
 
 export class Terminal {
     /** `ask` sends a request and brings its answer; `changed` asks for a refresh. */
@@ -31,10 +34,12 @@ export class Terminal {
         this.objects_ = [];
         this.by_path_ = new Map();
         this.dirty_ = new Set();
+        this.dirty_events_ = new Set();
         this.controls_ = [];
         this.catalogue_ = "";
         this.drawn_ms_ = 0;
         this.sizes_ = new Sizes(changed);
+        this.details_ = new Details({ ask, said, now });
         plots.removed = (key) => this.show_plotted_(key, false);
         by_id("object-filter").addEventListener("input",
             (event) => this.filter_(event.target.value));
@@ -54,26 +59,51 @@ export class Terminal {
         }
     }
 
-    /** A connection has come, and with it somebody who has listened all the while. */
-    renew_history() {
-        for (const object of this.objects_)
+    /** A connection has come, and with it somebody who has listened and counted all the while. */
+    renew() {
+        for (const object of this.objects_) {
             object.has_history = false;
+            for (const signal of object.signals.values())
+                signal.count = 0;
+            if (object.event !== null)
+                this.dirty_events_.add(object);
+        }
         this.fetch_histories_();
     }
 
-    /** Takes values: [object, member, value, age_ms] each. */
+    /**
+     * Takes values, [object, member, value, age_ms] each, and signals, [object, name, arguments,
+     * age_ms, count] each.
+     */
     take_values(time_ms, rows) {
-        for (const [index, member, value, age_ms] of rows) {
-            const shown = this.objects_[index]?.members.get(member);
-            if (shown === undefined)
-                continue;
-            shown.value = value;
-            shown.changed_ms = time_ms - (age_ms ?? 0);
-            if (shown.series !== null)
-                shown.series.add(shown.changed_ms, value === null ? NaN : Number(value));
-            this.dirty_.add(shown);
+        for (const row of rows) {
+            if (row.length === signal_members)
+                this.take_signal_(time_ms, row);
+            else
+                this.take_value_(time_ms, row);
         }
         this.changed_();
+    }
+
+    take_value_(time_ms, [index, member, value, age_ms]) {
+        const shown = this.objects_[index]?.members.get(member);
+        if (shown === undefined)
+            return;
+        shown.value = value;
+        shown.changed_ms = time_ms - age_ms;
+        if (shown.series !== null)
+            shown.series.add(shown.changed_ms, value === null ? NaN : Number(value));
+        this.dirty_.add(shown);
+    }
+
+    take_signal_(time_ms, [index, name, told, age_ms, count]) {
+        const object = this.objects_[index];
+        const signal = object?.signals.get(name);
+        if (signal === undefined)
+            return;
+        Object.assign(signal, { told, count, heard_ms: time_ms - age_ms });
+        if (object.event !== null)
+            this.dirty_events_.add(object);
     }
 
     take_history(index, member, points) {
@@ -81,7 +111,7 @@ export class Terminal {
         this.changed_();
     }
 
-    /** The service has gone: nothing is known any more. */
+    /** The service has gone: no value is known any more. What it has signalled, it has. */
     forget() {
         const now = this.now_();
         for (const object of this.objects_) {
@@ -100,11 +130,7 @@ export class Terminal {
     allow(is_allowed) {
         for (const control of this.controls_)
             control.disabled = !is_allowed;
-    }
-
-    /** The value that an object's first member has now, or null. */
-    value_at(path) {
-        return this.by_path_.get(path)?.first?.value ?? null;
+        this.details_.allow(is_allowed);
     }
 
     /** The text of an object's first value. */
@@ -118,20 +144,22 @@ export class Terminal {
         for (const shown of this.dirty_)
             this.show_value_(shown);
         this.dirty_.clear();
+        for (const { event } of this.dirty_events_)
+            show_event(event);
+        this.dirty_events_.clear();
         const now = this.now_();
         if (Math.abs(now - this.drawn_ms_) < 400)
             return;
         this.drawn_ms_ = now;
         this.draw_ages_(now);
         this.draw_sparks_(now);
+        this.details_.draw();
     }
 
     draw_ages_(now) {
         for (const object of this.objects_) {
-            const latest = object.first;
-            const text = latest === null || latest.changed_ms === null || latest.value === null
-                ? "" : age_text(now - latest.changed_ms);
-            put_text(object.age, text);
+            const since = latest_ms(object);
+            put_text(object.age, since === null ? "" : age_text(now - since));
         }
     }
 
@@ -144,8 +172,7 @@ export class Terminal {
     }
 
     show_value_(shown) {
-        const text = shown.row.is_event ? event_text(shown) : value_text(shown.row, shown.value);
-        put_text(shown.text, text);
+        put_text(shown.text, value_text(shown.row, shown.value));
         if (shown.row.type === "b") {
             const state = shown.value === null ? "none"
                 : shown.value === shown.row.good ? "good" : "other";
@@ -162,6 +189,9 @@ export class Terminal {
         place.replaceChildren();
         this.objects_ = [];
         this.by_path_.clear();
+        this.dirty_.clear();
+        this.dirty_events_.clear();
+        this.details_.close();
         this.controls_ = [];
         const cards = new Map();
         objects.forEach((row) => {
@@ -186,22 +216,31 @@ export class Terminal {
     }
 
     object_(row, kind) {
-        const object = { ...row, kind, members: new Map(), spark: null, first: null };
+        const object = { ...row, kind, members: new Map(), signals: new Map(), spark: null };
         for (const value of kind.values)
             this.add_member_(object, value.getter ?? value.signal, value);
-        if (kind.values.length === 0) {
-            for (const signal of kind.signals.filter((each) => each.sent))
-                this.add_member_(object, signal.name, { is_event: true, name: signal.name });
-        }
-        [object.first] = object.members.values();
+        for (const { name, sent } of kind.signals)
+            object.signals.set(name, { name, sent, told: null, count: 0, heard_ms: 0 });
+        [object.first = null] = object.members.values();
+        object.event = object.first === null ? this.event_(object) : null;
         object.age = element("span", { class: "age", "data-age": row.path });
         object.root = element("li", { class: `row row-${kind.name}` });
         this.fill_row_(object);
         return object;
     }
 
+    /** The signal of an object that has nothing else. */
+    event_(object) {
+        const [signal] = object.signals.values();
+        signal.text = element("span", {
+            class: "value", "data-object": object.path, "data-member": signal.name,
+        });
+        show_event(signal);
+        return signal;
+    }
+
     add_member_(object, member, row) {
-        const is_plotted = !row.is_event && plotted_types.includes(row.type);
+        const is_plotted = plotted_types.includes(row.type);
         const text = element("span", {
             class: "value", "data-object": object.path, "data-member": member,
         }, dash);
@@ -232,16 +271,30 @@ export class Terminal {
             this.sizes_.watch(object.spark);
             root.append(object.spark);
         }
-        const put = (shown, ...after) => {
+        const put = (shown) => {
             const control = this.control_of_(object, shown.member);
-            root.append(...(control === null ? [] : [control]), shown.text, ...after);
+            root.append(...(control === null ? [] : [control]), shown.text);
         };
-        put(first, object.age);
+        if (first === null)
+            root.append(object.event.text);
+        else
+            put(first);
+        root.append(object.age, this.details_button_(object));
         for (const shown of [...object.members.values()].slice(1)) {
             root.append(element("span", { class: "row-more" },
                 member_labels[shown.member] ?? shown.member));
             put(shown);
         }
+    }
+
+    details_button_(object) {
+        const button = element("button", {
+            type: "button", class: "details-button", "data-details": object.path,
+            "aria-expanded": "false", "aria-controls": "details", title: "Details",
+            "aria-label": `Details of ${object.section}: ${object.title}`,
+            click: () => this.details_.toggle(object, button),
+        });
+        return button;
     }
 
     /** What switches a value; null for what only shows. */
@@ -380,13 +433,14 @@ export class Terminal {
     }
 }
 
-/** What an event that has come is shown as: its name and its arguments. */
-function event_text(shown) {
-    if (shown.value === null)
-        return dash;
-    const name = shown.row.name.replace(/_/g, " ");
-    if (shown.value === true)
-        return name;
-    const parts = Array.isArray(shown.value) ? shown.value : [shown.value];
-    return `${name} ${parts.slice(0, digits_of_event).join(" ")}`;
+function show_event({ text, name, told, count }) {
+    put_text(text, event_text(name, told, count));
+    put_attribute(text, "data-none", String(count === 0));
+}
+
+/** When an object's value has changed, or its event has come; null for not yet. */
+function latest_ms({ first, event }) {
+    if (event !== null)
+        return event.count > 0 ? event.heard_ms : null;
+    return first.value === null ? null : first.changed_ms;
 }

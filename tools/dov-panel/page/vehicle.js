@@ -156,8 +156,11 @@ export class Vehicle {
 
     get has_state() { return this.state_ !== null; }
 
+    /** Takes what the controller tells of itself; null when it is gone. */
     take_state(state) {
         this.state_ = state;
+        if (state === null)
+            return;
         if (this.inputs_.size === 0) {
             this.build_inputs_(state.inputs);
             this.offer_generations_(state.generations);
@@ -488,6 +491,13 @@ export class Vehicle {
         }
     }
 
+    /** Back to the start; but dov-dbus asks for digests once, and they go on. */
+    async restart_() {
+        const { digest_ms } = this.state_;
+        if (await this.bench_("restart") && digest_ms > 0)
+            this.bench_(`digest ${milliseconds_word(digest_ms)}`);
+    }
+
     offer_generations_(names) {
         by_id("generation").append(
             ...names.map((name) => element("option", { value: name }, name)));
@@ -495,7 +505,7 @@ export class Vehicle {
 
     listen_() {
         by_id("healthy").addEventListener("click", () => this.bench_("healthy"));
-        by_id("restart").addEventListener("click", () => this.bench_("restart"));
+        by_id("restart").addEventListener("click", () => this.restart_());
         const line = by_id("bench-line");
         by_id("bench-form").addEventListener("submit", async (event) => {
             event.preventDefault();

@@ -263,6 +263,22 @@ private Q_SLOTS:
         QCOMPARE(json[QStringLiteral("unanswered")], QJsonValue(0));
     }
 
+    void quantiles_are_told_by_their_names()
+    {
+        QVector<Sent> line;
+        for (int i = 1; i <= 100; ++i) {
+            line.append({i * 1000.0, from_host, host("11")});
+            line.append({i * 1000.0 + i, from_controller, controller("12")});
+        }
+        const QJsonObject response =
+            statistics(line).to_json()[QStringLiteral("response")].toObject();
+        QCOMPARE(response, (QJsonObject{{QStringLiteral("count"), 100},
+                                        {QStringLiteral("p50_ms"), 50.0},
+                                        {QStringLiteral("p90_ms"), 90.0},
+                                        {QStringLiteral("p99_ms"), 99.0},
+                                        {QStringLiteral("most_ms"), 100.0}}));
+    }
+
     void quantiles_are_times_that_were_there()
     {
         Time_distribution times;

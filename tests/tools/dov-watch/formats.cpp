@@ -17,6 +17,7 @@ private Q_SLOTS:
         QTest::addColumn<QVariant>("value");
         QTest::addColumn<QString>("text");
         QTest::newRow("raw millivolts") << QVariant(12340 * 0.001) << "12.34";
+        QTest::newRow("nine digits") << QVariant(100.0 / 3) << "33.3333333";
         QTest::newRow("rounded at nine digits") << QVariant(94 * 100.0 / 254) << "37.007874";
         QTest::newRow("no reading") << QVariant(-1000000.0) << "-1000000";
         QTest::newRow("yes") << QVariant(true) << "true";

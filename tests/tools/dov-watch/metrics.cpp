@@ -197,9 +197,13 @@ private Q_SLOTS:
         for (const QString& sample : samples(model, {}, line))
             names += sample.left(sample.indexOf(QRegularExpression(QStringLiteral("[{ ]"))));
         names.removeDuplicates();
-        QVERIFY(names.size() > 20);
-        for (const QString& name : names)
-            QVERIFY2(text.contains('`' + name.toUtf8() + '`'), qPrintable(name));
+        QCOMPARE_GT(names.size(), 20);
+        QStringList undocumented;
+        for (const QString& name : names) {
+            if (!text.contains('`' + name.toUtf8() + '`'))
+                undocumented.append(name);
+        }
+        QCOMPARE_EMPTY(undocumented);
     }
 
     void promtool_has_nothing_to_say()

@@ -36,10 +36,12 @@ bool is_test(const QString& kind, const QString& name)
 {
     QDirIterator it(source_path(QStringLiteral("tests")), {QStringLiteral("CMakeLists.txt")},
                     QDir::Files, QDirIterator::Subdirectories);
+    static const QRegularExpression comment(QStringLiteral("#.*"));
     while (it.hasNext()) {
         QFile list(it.next());
-        const QString text =
+        QString text =
             list.open(QIODevice::ReadOnly) ? QString::fromUtf8(list.readAll()) : QString();
+        text.remove(comment);
         if (has_word(text, kind) && has_word(text, name))
             return true;
     }

@@ -196,8 +196,8 @@ private Q_SLOTS:
             QCOMPARE(path + QLatin1Char(' ') + name,
                      path + QLatin1Char(' ') +
                          interface_of.value(QString::fromLatin1(object.class_name)));
-            QStringList expected = interfaces.value(same_as.value(name));
-            QCOMPARE(interface_lines(interface), expected);
+            const QStringList golden_interface = interfaces.value(same_as.value(name));
+            QCOMPARE(interface_lines(interface), golden_interface);
             seen.insert(name);
         }
         QCOMPARE(seen.size(), same_as.size());
@@ -207,9 +207,9 @@ private Q_SLOTS:
     {
         QStringList text = QString::fromUtf8(terminal().daemon.output()).split(QLatin1Char('\n'));
         text = text.mid(text.indexOf(QRegularExpression(QStringLiteral("^Path: .*"))));
-        const QStringList expected = expected_dump();
-        QCOMPARE(text.mid(0, expected.size()), expected);
-        QCOMPARE(text.value(expected.size()), QStringLiteral("Periodic"));
+        const QStringList golden_classes = expected_dump();
+        QCOMPARE(text.mid(0, golden_classes.size()), golden_classes);
+        QCOMPARE(text.value(golden_classes.size()), QStringLiteral("Periodic"));
     }
 
     void texts_before_the_dump_are_in_the_order_of_creation()

@@ -23,8 +23,10 @@ TOOLS = ("dov-config-check", "dov-controller", "dov-panel", "dov-report", "dov-w
 # What has options of its own behind the verb.
 VERBS = {"dov-line": ("read", "stats", "compare", "tap", "send", "poll", "listen", "check",
                       "scenario")}
-# Options of the daemon's that its first usage leaves out, for they are read later.
-DAEMON_OPTIONS = {"--port", "--baudrate"}
+# The daemon's usage but for --simulate is printed by a start alone: it is taken from its source.
+USAGE = SOURCES / "src/base/Command_line.cpp"
+NO_OPTION = {"--debug"}  # in the usage; the manual page says that it is none
+DAEMON_OPTIONS = set(re.findall(r'"    (--[a-z0-9-]+) ', USAGE.read_text())) - NO_OPTION
 
 failures: list[str] = []
 

@@ -7,8 +7,10 @@ BUILD has dov-watch and dov-controller, and what is installed of the client's pa
 """
 from __future__ import annotations
 
+import difflib
 import importlib.metadata
 import json
+import pprint
 import random
 import re
 import shlex
@@ -91,7 +93,10 @@ def plain(value: Any) -> Any:
 
 def expect(what: str, found: Any, expected: Any) -> None:
     if found != expected:
-        sys.exit(f"{what}: {found}\nand not: {expected}")
+        difference = difflib.unified_diff(
+            pprint.pformat(expected).splitlines(), pprint.pformat(found).splitlines(),
+            "expected", "found", lineterm="", n=2)
+        sys.exit("\n".join([f"{what}:", *difference]))
 
 
 # One side of each trial: what the daemon hears from its controller, and what the mock is told.

@@ -64,7 +64,7 @@ def documented_other() -> str:
 def main() -> None:
     rules = RULES.read_text()
     if DEFAULT not in rules:
-        sys.exit(f"no line {DEFAULT}")
+        sys.exit(f"{RULES} lacks the line {DEFAULT}")
     adapter = {"SUBSYSTEM": "tty", "SUBSYSTEMS": "usb", "ATTRS{idVendor}": "0403",
                "ATTRS{serial}": "A1B2C3"}
     by_adapter = rules.replace(DEFAULT, documented_other())
@@ -78,7 +78,7 @@ def main() -> None:
     )
     for text, port, expected in cases:
         if given(text, port) != expected:
-            sys.exit(f"{port} gets {given(text, port)}")
+            sys.exit(f"{port} gets {given(text, port)}, not {expected}")
     print(f"{len(cases)} ports get what they should")
 
 

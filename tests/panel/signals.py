@@ -195,6 +195,8 @@ class Signals(Page_test):
                     other = OTHER_SETTINGS[row["name"]]
                     self.enter(self.field(short, row["name"]), str(other))
                     self.setting_is(short, row["name"], other)
+                    self.page.until("it stays", HAS_VALUE, self.field(short, row["name"]),
+                                    str(other))
                     self.enter(self.field(short, row["name"]), "")
                     self.setting_is(short, row["name"], row["start"])
             self.close_details()

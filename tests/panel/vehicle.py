@@ -99,12 +99,15 @@ class Vehicle(Page_test):
         for shape in ("sine", "triangle", "square", "ramp", "random"):
             with self.subTest(shape):
                 self.choose('[data-wave="input analog"]', shape)
-                self.enter('[data-wave-low="input analog"]', "1000")
-                self.enter('[data-wave-high="input analog"]', "4000")
-                self.enter('[data-wave-period="input analog"]', "5")
-                self.world.wait_for(shape, lambda: [
-                    self.world.input("analog")["waveform"].get(key)
-                    for key in ("shape", "low", "high", "period_ms")] == [shape, 1000, 4000, 5000])
+                for field, number, key, value in (("low", "1000", "low", 1000),
+                                                  ("high", "4000", "high", 4000),
+                                                  ("period", "5", "period_ms", 5000)):
+                    self.enter(f'[data-wave-{field}="input analog"]', number)
+                    self.world.wait_for(f"{shape} {field}", lambda: self.world.input("analog")
+                                        ["waveform"].get(key) == value)
+                wave = self.world.input("analog")["waveform"]
+                self.assertEqual([shape, 1000, 4000, 5000], [
+                    wave.get(key) for key in ("shape", "low", "high", "period_ms")])
         self.choose('[data-wave="input analog"]', "constant")
         self.world.wait_for("constant", lambda: self.world.input("analog")["waveform"]["shape"]
                             == "constant")

@@ -128,7 +128,7 @@ export class Details {
         const words = settings_words[setting.name] ?? { title: setting.name, none: "", help: "" };
         const unit = words.unit ?? object.first?.row.unit ?? "";
         const id = `setting-${setting.name}`;
-        const field = { setting, words, shown: undefined };
+        const field = { setting, words, shown: undefined, sets: 0 };
         field.input = element("input", {
             type: "number", id, "data-setting": `${object.path} ${setting.name}`,
             min: words.least, max: words.most, step: setting.type === "d" ? "any" : "1",
@@ -152,10 +152,13 @@ export class Details {
             return;
         this.is_reading_ = true;
         for (const field of this.fields_) {
+            const { sets } = field;
             const answer = await this.call_(object, `get_${field.setting.name}`, []);
             if (this.object_ !== object)
                 break;
-            this.show_(field, answer.ok ? answer.value : undefined);
+            // What was read while somebody set it may be from before.
+            if (field.sets === sets)
+                this.show_(field, answer.ok ? answer.value : undefined);
         }
         this.is_reading_ = false;
     }
@@ -184,7 +187,9 @@ export class Details {
         }
         const value = input.value === "" ? setting.start : Number(input.value);
         field.shown = input.value;
+        ++field.sets;
         const answer = await this.call_(object, `set_${setting.name}`, [value]);
+        ++field.sets;
         if (!answer.ok)
             this.said_(`${object.title}: ${answer.error}`, true);
         this.read_();

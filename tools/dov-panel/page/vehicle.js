@@ -108,6 +108,7 @@ class Held_control {
         this.put_ = put;
         this.changed_ = changed;
         this.touched_ms_ = -Infinity;
+        this.unanswered_ = 0;
         this.shown_ = undefined;
         this.is_typed_ = input.type === "text" || input.type === "number";
         if (this.is_typed_)
@@ -121,6 +122,17 @@ class Held_control {
         setTimeout(this.changed_, held_ms + 10);
     }
 
+    /** What was sent is not answered: what the controller tells is from before. */
+    hold() {
+        ++this.unanswered_;
+        this.touch();
+    }
+
+    answered() {
+        --this.unanswered_;
+        this.touch();
+    }
+
     let_go() {
         this.touched_ms_ = -Infinity;
         this.shown_ = undefined;
@@ -129,7 +141,7 @@ class Held_control {
 
     show(value) {
         if ((this.is_typed_ && document.activeElement === this.input_) ||
-            this.input_.matches(":active") ||
+            this.input_.matches(":active") || this.unanswered_ > 0 ||
             performance.now() - this.touched_ms_ < held_ms || value === this.shown_)
             return;
         this.shown_ = value;
@@ -209,8 +221,10 @@ export class Vehicle {
     }
 
     async send_(control, line) {
-        control.touch();
-        if (!await this.bench_(line))
+        control.hold();
+        const is_taken = await this.bench_(line);
+        control.answered();
+        if (!is_taken)
             control.let_go();
     }
 
@@ -369,8 +383,6 @@ export class Vehicle {
         const { wave } = made;
         const shape = wave.picker.value;
         const word = `input ${made.name}`;
-        for (const name of ["control", "low_control", "high_control", "period_control"])
-            wave[name].touch();
         if (shape === "constant") {
             this.send_(wave.control, `${word} ${input.value}`);
             return;
@@ -382,7 +394,10 @@ export class Vehicle {
             : [number(wave.low, made.usual[0]), number(wave.high, made.usual[1])];
         const period = milliseconds_word(number(wave.period, 10) * 1000);
         const seed = shape === "random" ? ` ${input.waveform.seed ?? 0}` : "";
-        this.send_(wave.control, `${word} ${shape} ${low} ${high} ${period}${seed}`);
+        const numbers = [wave.low_control, wave.high_control, wave.period_control];
+        numbers.forEach((control) => control.hold());
+        await this.send_(wave.control, `${word} ${shape} ${low} ${high} ${period}${seed}`);
+        numbers.forEach((control) => control.answered());
     }
 
     show_input_(input) {

@@ -23,13 +23,12 @@ Asking_verb::Asking_verb(const char* name, const char* description, int count, i
 
 int Asking_verb::ask(const QVector<QByteArray>& requests)
 {
-    Interview* listening = nullptr;
-    Conversation conversation([this, &listening](const Line_event& event) {
-        show(event);
-        listening->see(event);
-    });
+    Conversation conversation;
     Interview interview(conversation, wait_ms_);
-    listening = &interview;
+    conversation.set_listener([this, &interview](const Line_event& event) {
+        show(event);
+        interview.see(event);
+    });
     const int opened = open(conversation);
     if (opened != tool_done)
         return opened;

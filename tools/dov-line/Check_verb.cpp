@@ -49,8 +49,9 @@ int Check_verb::run(const QStringList& arguments)
     }
     if (list_)
         return list(checks);
-    Examiner examiner(wait_ms_);
-    const int opened = open(examiner.conversation);
+    Conversation conversation;
+    Examiner examiner(conversation, wait_ms_);
+    const int opened = open(conversation);
     if (opened != tool_done)
         return opened;
     if (tap_)
@@ -58,18 +59,10 @@ int Check_verb::run(const QStringList& arguments)
     examine(checks, examiner);
     const Check_counts counts = count(results_);
     if (!tap_)
-        tell(QStringLiteral("%1 checks: %2 passed, %3 failed, %4 left out")
-                 .arg(results_.size())
-                 .arg(counts.passed)
-                 .arg(counts.failed)
-                 .arg(counts.left_out),
-             {{QStringLiteral("passed"), counts.passed},
-              {QStringLiteral("failed"), counts.failed},
-              {QStringLiteral("left_out"), counts.left_out}});
+        tell(text_of(counts), json_of(counts));
     const bool is_written = write_junit();
-    const bool is_whole = results_.size() == checks.size();
-    const int status =
-        end(examiner.conversation, counts.failed > 0 || !is_whole ? status_found : tool_done);
+    const bool is_whole = results_.size() == checks.size() && counts.unjudged == 0;
+    const int status = end(conversation, counts.failed > 0 || !is_whole ? status_found : tool_done);
     return is_written ? status : status_output;
 }
 
@@ -109,13 +102,13 @@ void Check_verb::examine(const Checks& checks, Examiner& examiner)
 {
     for (const Controller_check& check : checks) {
         show_progress(check.name, checks.size());
-        const qint64 begin_us = examiner.conversation.now_us();
+        const qint64 begin_us = examiner.dialogue.now_us();
         const Verdict verdict = judge(check, examiner);
         examiner.clean_up();
         // What came of a check that was broken off says nothing.
-        if (examiner.conversation.is_over() || is_output_gone())
+        if (examiner.dialogue.is_over() || is_output_gone())
             break;
-        const auto us = static_cast<double>(examiner.conversation.now_us() - begin_us);
+        const auto us = static_cast<double>(examiner.dialogue.now_us() - begin_us);
         report({check.name, verdict, us / us_per_s});
     }
     show_progress({}, 0);

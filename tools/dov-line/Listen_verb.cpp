@@ -13,7 +13,8 @@ Listen_verb::Listen_verb() : Device_verb("listen", "Shows what the controller se
 int Listen_verb::run(const QStringList& /*arguments*/)
 {
     int seen = 0;
-    Conversation conversation([this, &seen](const Line_event& event) {
+    Conversation conversation;
+    conversation.set_listener([this, &seen](const Line_event& event) {
         const bool is_shown = filter_.wants(event) && (count_ == 0 || seen < count_);
         seen += is_shown ? 1 : 0;
         show(event, is_shown);

@@ -16,10 +16,28 @@ QString word_of(Verdict::Kind kind)
         return QStringLiteral("passed");
     case Verdict::Kind::failed:
         return QStringLiteral("failed");
+    case Verdict::Kind::unjudged:
+        return QStringLiteral("unjudged");
     case Verdict::Kind::left_out:
         break;
     }
     return QStringLiteral("left out");
+}
+
+/// JUnit's; none for what passed.
+QString element_of(Verdict::Kind kind)
+{
+    switch (kind) {
+    case Verdict::Kind::failed:
+        return QStringLiteral("failure");
+    case Verdict::Kind::left_out:
+        return QStringLiteral("skipped");
+    case Verdict::Kind::unjudged:
+        return QStringLiteral("error");
+    case Verdict::Kind::passed:
+        break;
+    }
+    return {};
 }
 
 void write_case(QXmlStreamWriter& writer, const Check_result& result)
@@ -30,10 +48,9 @@ void write_case(QXmlStreamWriter& writer, const Check_result& result)
                               result.name.section(QLatin1Char('.'), 0, 0));
     writer.writeAttribute(QStringLiteral("name"), result.name);
     writer.writeAttribute(QStringLiteral("time"), seconds_text(result.seconds));
-    if (result.verdict.kind != Verdict::Kind::passed) {
-        writer.writeEmptyElement(result.verdict.kind == Verdict::Kind::failed
-                                     ? QStringLiteral("failure")
-                                     : QStringLiteral("skipped"));
+    const QString element = element_of(result.verdict.kind);
+    if (!element.isEmpty()) {
+        writer.writeEmptyElement(element);
         writer.writeAttribute(QStringLiteral("message"), result.verdict.text);
     }
     writer.writeEndElement();
@@ -48,8 +65,28 @@ Check_counts count(const std::vector<Check_result>& results)
         counts.passed += result.verdict.kind == Verdict::Kind::passed ? 1 : 0;
         counts.failed += result.verdict.kind == Verdict::Kind::failed ? 1 : 0;
         counts.left_out += result.verdict.kind == Verdict::Kind::left_out ? 1 : 0;
+        counts.unjudged += result.verdict.kind == Verdict::Kind::unjudged ? 1 : 0;
     }
     return counts;
+}
+
+QString text_of(const Check_counts& counts)
+{
+    const QString text = QStringLiteral("%1 checks: %2 passed, %3 failed, %4 left out")
+                             .arg(counts.passed + counts.failed + counts.left_out + counts.unjudged)
+                             .arg(counts.passed)
+                             .arg(counts.failed)
+                             .arg(counts.left_out);
+    return counts.unjudged == 0 ? text
+                                : text + QStringLiteral(", %1 unjudged").arg(counts.unjudged);
+}
+
+QJsonObject json_of(const Check_counts& counts)
+{
+    return {{QStringLiteral("passed"), counts.passed},
+            {QStringLiteral("failed"), counts.failed},
+            {QStringLiteral("left_out"), counts.left_out},
+            {QStringLiteral("unjudged"), counts.unjudged}};
 }
 
 QString line_of(const Check_result& result)
@@ -76,6 +113,7 @@ QString tap_of(const Check_result& result, int number)
             .arg(number)
             .arg(result.name, result.verdict.text);
     case Verdict::Kind::failed:
+    case Verdict::Kind::unjudged:
         return QStringLiteral("not ok %1 - %2\n  ---\n  message: '%3'\n  ...")
             .arg(number)
             .arg(result.name,
@@ -108,7 +146,7 @@ QByteArray junit_of(const std::vector<Check_result>& results)
     writer.writeAttribute(QStringLiteral("name"), QStringLiteral("dov-line check"));
     writer.writeAttribute(QStringLiteral("tests"), QString::number(results.size()));
     writer.writeAttribute(QStringLiteral("failures"), QString::number(counts.failed));
-    writer.writeAttribute(QStringLiteral("errors"), QStringLiteral("0"));
+    writer.writeAttribute(QStringLiteral("errors"), QString::number(counts.unjudged));
     writer.writeAttribute(QStringLiteral("skipped"), QString::number(counts.left_out));
     writer.writeAttribute(QStringLiteral("time"), seconds_text(seconds));
     for (const Check_result& result : results)

@@ -9,6 +9,7 @@
 #include <cstring>
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/file.h>
 #include <unistd.h>
 
@@ -78,6 +79,12 @@ void Host_line::write(const QByteArray& bytes)
         return;
     pending_.append(bytes);
     write_pending();
+}
+
+bool Host_line::has_input() const
+{
+    pollfd device = {port_, POLLIN, 0};
+    return poll(&device, 1, 0) > 0;
 }
 
 void Host_line::read_some()

@@ -29,6 +29,9 @@ public:
     /// Sends bytes, behind those that still wait.
     void write(const QByteArray& bytes);
 
+    /// Whether something has come that has not been received yet.
+    bool has_input() const;
+
     /// Whether the device has taken everything.
     bool is_written() const { return pending_.isEmpty(); }
 

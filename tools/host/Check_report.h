@@ -18,8 +18,13 @@ struct Check_counts {
     int passed = 0;
     int failed = 0;
     int left_out = 0;
+    int unjudged = 0;
 };
 Check_counts count(const std::vector<Check_result>& results);
+
+// What it comes to, for people and for programs.
+QString text_of(const Check_counts& counts);
+QJsonObject json_of(const Check_counts& counts);
 
 // A result in each of the formats.
 

@@ -9,7 +9,12 @@
 
 /// What a check found.
 struct Verdict {
-    enum class Kind : uchar { passed, failed, left_out };
+    enum class Kind : uchar {
+        passed,
+        failed,
+        left_out,
+        unjudged, ///< this end stood still, and cannot tell
+    };
 
     Kind kind = Kind::passed;
     QString text; ///< why; of a check that passed what it measured, or nothing

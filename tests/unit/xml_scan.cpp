@@ -34,6 +34,14 @@ private Q_SLOTS:
         QCOMPARE(demand.references, (QHash<QString, int>()));
     }
 
+    void what_is_no_declaration_in_a_document_type_counts_for_nothing()
+    {
+        const Xml_demand demand =
+            scan_xml(QStringLiteral("<!DOCTYPE a [<?e 'f' #g %h; >?> <!-- 'b' #c %d; > -->]><a/>"));
+        QCOMPARE(demand.values, 0);
+        QCOMPARE(demand.declared_references, 0);
+    }
+
     /// A declaration of one counts as well.
     void references_to_parameter_entities_are_counted_apart()
     {

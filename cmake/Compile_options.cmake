@@ -32,7 +32,14 @@ if(DOV_SANITIZE)
   add_compile_options(-fsanitize=${DOV_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
   add_link_options(-fsanitize=${DOV_SANITIZE})
 endif()
+# What each program has counted is added to a file of its own, whatever its surroundings.
 if(DOV_COVERAGE)
-  add_compile_options(--coverage -fprofile-update=atomic)
-  add_link_options(--coverage)
+  if(NOT CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+    message(FATAL_ERROR "DOV_COVERAGE needs clang: use the preset \"asan\"")
+  endif()
+  add_compile_options("-fprofile-instr-generate=${CMAKE_BINARY_DIR}/counts/%m.profraw"
+    -fcoverage-mapping -fprofile-update=atomic
+    # Functions of headers that no code is made of, such as those for constants, do not count.
+    -mllvm -limited-coverage-experimental)
+  add_link_options(-fprofile-instr-generate)
 endif()

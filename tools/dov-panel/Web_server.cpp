@@ -28,6 +28,10 @@ constexpr unsigned most_connections = 128;
 constexpr int keep_alive_s = 30;
 constexpr unsigned request_s = 10;
 
+/// A reader that takes nothing of an answer for so long is gone. The kernel takes up to four
+/// megabytes for a slow one, and more only when a third of that has left.
+constexpr int reader_s = 60;
+
 /// A browser that is gone without a word is missed after so long.
 constexpr uint16_t ping_s = 20;
 constexpr uint16_t hang_up_s = 45;
@@ -459,6 +463,7 @@ int Web_server::Work::write_body(lws* connection)
                   is_last ? LWS_WRITE_HTTP_FINAL : LWS_WRITE_HTTP) < 0)
         return -1;
     if (!is_last) {
+        lws_set_timeout(connection, PENDING_TIMEOUT_HTTP_CONTENT, reader_s);
         lws_callback_on_writable(connection);
         return 0;
     }

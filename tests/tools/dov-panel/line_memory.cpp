@@ -34,12 +34,12 @@ private Q_SLOTS:
         memory.add(record_at(5000, Sender::controller, version_answer), 1700000000000000);
         Line_memory::Text text = memory.text();
         memory.add(record_at(6000, Sender::host, version_request), 1700000000000000);
-        const QByteArray all = text.next();
-        QCOMPARE_CONTAINS(all, "#! began 2023-11-14T22:13:20.000Z\n");
-        QCOMPARE_CONTAINS(all, "\n0.000000 host       18ef78591100000000000000e9  # ");
-        QCOMPARE_CONTAINS(all, "\n0.005000 controller 18ef59781214000000000000fe  # ");
+        const QByteArray saved = text.next();
+        QCOMPARE_CONTAINS(saved, "#! began 2023-11-14T22:13:20.000Z\n");
+        QCOMPARE_CONTAINS(saved, "\n0.000000 host       18ef78591100000000000000e9  # ");
+        QCOMPARE_CONTAINS(saved, "\n0.005000 controller 18ef59781214000000000000fe  # ");
         // What came behind the asking is not part of it.
-        QCOMPARE_LACKS(all, "0.006000");
+        QCOMPARE_LACKS(saved, "0.006000");
         QCOMPARE(text.next(), QByteArray());
         QCOMPARE(text.next(), QByteArray());
         QCOMPARE_CONTAINS(memory.text().next(), "0.006000");
@@ -56,14 +56,14 @@ private Q_SLOTS:
                 (void)memory.text();
         }
         Line_memory::Text text = memory.text();
-        QByteArray all;
+        QByteArray saved;
         for (QByteArray piece = text.next(); !piece.isEmpty(); piece = text.next()) {
             QVERIFY(piece.endsWith('\n'));
             constexpr int line = 200;
             QCOMPARE_LT(static_cast<int>(piece.size()), Line_memory::Text::piece_bytes + line);
-            all += piece;
+            saved += piece;
         }
-        QList<QByteArray> lines = all.split('\n');
+        QList<QByteArray> lines = saved.split('\n');
         const auto is_none = [](const QByteArray& line) {
             return line.isEmpty() || line.startsWith('#');
         };
@@ -79,16 +79,16 @@ private Q_SLOTS:
         constexpr int records = 200000;
         for (int i = 0; i < records; ++i)
             memory.add(record_at(i, Sender::host, version_request), 0);
-        QByteArray all;
+        QByteArray saved;
         Line_memory::Text text = memory.text();
         for (QByteArray piece = text.next(); !piece.isEmpty(); piece = text.next())
-            all += piece;
+            saved += piece;
         const auto cost = Record_batch::cost_of(record_at(0, Sender::host, version_request));
         const auto most = static_cast<int>(Line_memory::most_bytes / cost);
-        const int lines = static_cast<int>(all.count(" host "));
+        const int lines = static_cast<int>(saved.count(" host "));
         QCOMPARE_LE(lines, most);
         QCOMPARE_GT(lines, most * 9 / 10);
-        QCOMPARE_CONTAINS(all, "\n0.199999 host");
+        QCOMPARE_CONTAINS(saved, "\n0.199999 host");
     }
 };
 

@@ -22,7 +22,9 @@ class Pages(Page_test):
         self.partner_is("controller", "here", other)
         self.page.click('[data-word="input digital3"]')
         self.shows(self.value_selector("device/io/input/digital/3", "is_on"), "on", other)
-        other.click(f'[data-call="{object_path("device/io/output/digital/0")} on"]')
+        output = object_path("device/io/output/digital/0")
+        self.addCleanup(self.world.call, output, "off")
+        other.click(f'[data-call="{output} on"]')
         self.shows(self.value_selector("device/io/output/digital/0", "is_on"), "on")
         for page in (self.page, other):
             page.until("the switch", """return document.querySelector(

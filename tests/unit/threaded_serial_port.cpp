@@ -192,13 +192,14 @@ private Q_SLOTS:
     void writes_are_sent_in_order_and_counted()
     {
         const Pseudo_terminal& line = new_line();
-        auto* port = open_port(line);
-        QCOMPARE_GE(port->handle(), 0);
+        auto* port = new Threaded_serial_port;
         // The port outlives the test, and its writer may be in the middle of telling.
         const auto count = std::make_shared<std::atomic<qint64>>(0);
         connect(
             port, &QIODevice::bytesWritten, port, [count](qint64 bytes) { *count += bytes; },
             Qt::DirectConnection);
+        port->open(device_of(line)); // from here on its writer tells
+        QCOMPARE_GE(port->handle(), 0);
         QByteArray sent;
         for (int i = 0; i < 50; ++i) {
             const QByteArray piece = QByteArray::number(i).rightJustified(7, '.');
@@ -328,7 +329,7 @@ private Q_SLOTS:
     void arrival_is_announced_on_the_owners_thread_and_the_end_of_writing_on_the_writers()
     {
         const Pseudo_terminal& line = new_line();
-        auto* port = open_port(line);
+        auto* port = new Threaded_serial_port;
         std::atomic<QThread*> announced{nullptr};
         std::atomic<QThread*> written{nullptr};
         std::atomic<qint64> count{0}; // 1 is the last of it
@@ -342,6 +343,7 @@ private Q_SLOTS:
                 count += bytes;
             },
             Qt::DirectConnection);
+        port->open(device_of(line)); // from here on its threads tell
         send(line, "a");
         port->write("b");
         QVERIFY(wait_for([&] { return announced != nullptr && count == 1; }));

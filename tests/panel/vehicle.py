@@ -164,11 +164,12 @@ class Vehicle(Page_test):
         self.shows(self.value_selector("power/ignition", "is_on"), "on")
 
     def test_button(self) -> None:
-        heard = "Got message 1c"
-        before = self.world.log("daemon").count(heard)
+        row = self.value_selector("power/button", "short_press")
+        before = self.page.text(row)
         self.page.click('[data-word="button press"]')
-        self.world.wait_for("the press", lambda:
-                            self.world.log("daemon").count(heard) == before + 1)
+        self.page.until("the press", """const text = document.querySelector(arguments[0])
+            .innerText;
+            return text.startsWith("pressed") && text !== arguments[1];""", row, before)
         self.page.click('[data-word="button"]')
         self.bench_has("the button is held", "button_down", value=True)
         self.page.click('[data-word="button"]')

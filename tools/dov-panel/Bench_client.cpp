@@ -50,6 +50,7 @@ void Bench_client::lose()
     asks_for_state_ = false;
     error_ = path_ + QStringLiteral(": the controller has ended the connection");
     again_timer_.start(again_ms);
+    answer_done();
     while (!waiting_.empty())
         answer_next(QStringLiteral("the controller has gone"));
     Q_EMIT presence_changed();
@@ -63,7 +64,12 @@ void Bench_client::command(const QByteArray& line, const Answer& answer)
         answer(QStringLiteral("the controller does not follow"));
     else
         send(line, [this, answer](const QString& error) {
-            answer(error);
+            if (!error.isEmpty()) {
+                answer(error);
+                return;
+            }
+            done_.push_back(answer);
+            // One that is already asked for was so after this command: answers come in order.
             ask_for_state();
         });
 }
@@ -72,7 +78,10 @@ void Bench_client::ask_for_state()
 {
     if (!is_here() || std::exchange(asks_for_state_, true))
         return;
-    send("state json", [this](const QString&) { asks_for_state_ = false; });
+    send("state json", [this](const QString&) {
+        asks_for_state_ = false;
+        answer_done();
+    });
 }
 
 void Bench_client::send(const QByteArray& line, const Answer& answer)
@@ -110,6 +119,12 @@ void Bench_client::take_state(const QJsonValue& state)
 {
     if (std::exchange(state_, state) != state)
         Q_EMIT state_changed();
+}
+
+void Bench_client::answer_done()
+{
+    for (const Answer& answer : std::exchange(done_, {}))
+        answer({});
 }
 
 void Bench_client::answer_next(const QString& error)

@@ -12,6 +12,7 @@
 #include <deque>
 #include <functional>
 #include <memory>
+#include <vector>
 
 /// The place of a running dov-controller's socket: sends it commands, and asks for its state again
 /// and again. It may come and go.
@@ -38,7 +39,8 @@ public:
     /// The state as last told, an object; null while it is not here.
     const QJsonValue& state() const { return state_; }
 
-    /// Sends a command, one line. The answer comes later, also when the controller goes.
+    /// Sends a command, one line. The answer comes later, also when the controller goes; that it
+    /// has been done is told when state() has what has come of it.
     void command(const QByteArray& line, const Answer& answer);
 
 Q_SIGNALS:
@@ -55,6 +57,7 @@ private:
     void take(const QByteArray& bytes);
     void take_line(const QByteArray& line);
     void take_state(const QJsonValue& state);
+    void answer_done();
     void answer_next(const QString& error);
 
     QString path_;
@@ -62,6 +65,7 @@ private:
     std::unique_ptr<Local_connection> connection_;
     Line_splitter lines_;
     std::deque<Answer> waiting_; ///< for the answers of lines, oldest first
+    std::vector<Answer> done_;   ///< of commands that have been done, for the state
     bool asks_for_state_ = false;
     QJsonValue state_;
     QTimer state_timer_;

@@ -236,7 +236,7 @@ void Panel::take_bench(Page page, const Page_state& state, const Page_request& r
         answer(page, request.id, QStringLiteral("the panel has been started without --controller"));
     else
         bench_->command(request.line, [this, page, id = request.id](const QString& error) {
-            answer(page, id, error);
+            done_commands_.push_back({page, id, error});
         });
 }
 
@@ -260,6 +260,7 @@ void Panel::tell()
     tell_partners();
     tell_values();
     tell_state();
+    tell_done_commands();
     tell_frames();
     look_at_slow_pages();
 }
@@ -295,6 +296,13 @@ void Panel::tell_state()
 {
     if (std::exchange(has_new_state_, false))
         send_to_all(state_message());
+}
+
+/// After the state: what a page shows once its command is answered is what came of it.
+void Panel::tell_done_commands()
+{
+    for (const Done_command& command : std::exchange(done_commands_, {}))
+        answer(command.page, command.id, command.error);
 }
 
 void Panel::tell_frames()

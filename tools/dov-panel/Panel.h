@@ -19,6 +19,7 @@
 
 #include <map>
 #include <optional>
+#include <vector>
 
 /// The panel: what it knows of terminal, vehicle and line goes to the pages, and what the pages ask
 /// for goes there, if they may.
@@ -62,6 +63,13 @@ private:
         std::optional<qint64> id;
     };
 
+    /// What a page has had the controller do, until the state that came of it is told.
+    struct Done_command {
+        Page page;
+        std::optional<qint64> id;
+        QString error;
+    };
+
     void open_page(Page page);
     void close_page(Page page);
     void take_text(Page page, const QByteArray& text);
@@ -83,6 +91,7 @@ private:
     void tell_partners();
     void tell_values();
     void tell_state();
+    void tell_done_commands();
     void tell_frames();
     void tell_line();
     void look_at_slow_pages();
@@ -109,6 +118,7 @@ private:
     quint64 last_call_ = 0;
     QJsonObject told_partners_;
     bool has_new_state_ = false;
+    std::vector<Done_command> done_commands_;
     Loop_pace pace_{std::chrono::milliseconds(5)};
     QTimer batch_timer_;
     QTimer line_timer_;

@@ -229,7 +229,7 @@ private Q_SLOTS:
         QVERIFY(partner_becomes("controller", "here"));
         QVERIFY(wait_for([this] { return !state().isEmpty(); }));
         QCOMPARE(page().bench(QStringLiteral("ignition off")), QString());
-        QVERIFY(wait_for([this] { return !state()[QStringLiteral("ignition")].toBool(true); }));
+        QCOMPARE(state()[QStringLiteral("ignition")], QJsonValue(false));
         QCOMPARE(page().bench(QStringLiteral("hardware 300")),
                  QStringLiteral("column 10: \"300\" is not a revision from 0 to 255"));
         controller_->end();
@@ -262,6 +262,17 @@ private Q_SLOTS:
         QVERIFY(becomes(analog(), "get_value", 1.0));
         QCOMPARE(page().bench(QStringLiteral("input analog 2500")), QString());
         QVERIFY(becomes(analog(), "get_value", 2.5));
+    }
+
+    void what_came_of_a_command_is_told_before_its_answer()
+    {
+        start_controller();
+        start_panel({QStringLiteral("--controller"), path("bench")});
+        QVERIFY(partner_becomes("controller", "here"));
+        for (int revision = 1; revision <= 50; ++revision) {
+            QCOMPARE(page().bench(QStringLiteral("hardware %1").arg(revision)), QString());
+            QCOMPARE(state()[QStringLiteral("hardware")], QJsonValue(revision));
+        }
     }
 
     void a_press_of_the_button_is_on_every_page()

@@ -101,7 +101,10 @@ const identity = [
     },
 ];
 
-/** A control that shows what the controller tells, but not while somebody has it in hand. */
+/**
+ * A control that shows what the controller tells, but not while somebody has it in hand, nor before
+ * what it has sent is answered: dov-panel tells first what came of it.
+ */
 class Held_control {
     constructor(input, put, changed) {
         this.input_ = input;
@@ -113,7 +116,7 @@ class Held_control {
         this.is_typed_ = input.type === "text" || input.type === "number";
         if (this.is_typed_)
             input.addEventListener("focus", () => input.select());
-        input.addEventListener("blur", () => this.let_go());
+        input.addEventListener("blur", () => this.show_again_());
     }
 
     touch() {
@@ -122,19 +125,14 @@ class Held_control {
         setTimeout(this.changed_, held_ms + 10);
     }
 
-    /** What was sent is not answered: what the controller tells is from before. */
-    hold() {
-        ++this.unanswered_;
-        this.touch();
-    }
+    hold() { ++this.unanswered_; }
 
     answered() {
         --this.unanswered_;
-        this.touch();
+        this.show_again_();
     }
 
-    let_go() {
-        this.touched_ms_ = -Infinity;
+    show_again_() {
         this.shown_ = undefined;
         this.changed_();
     }
@@ -220,12 +218,11 @@ export class Vehicle {
         return control;
     }
 
-    async send_(control, line) {
-        control.hold();
-        const is_taken = await this.bench_(line);
-        control.answered();
-        if (!is_taken)
-            control.let_go();
+    /** Sends words; `controls` keep what they have until these are answered. */
+    async send_(controls, line) {
+        controls.forEach((control) => control.hold());
+        await this.bench_(line);
+        controls.forEach((control) => control.answered());
     }
 
     // Ignition and button.
@@ -238,7 +235,7 @@ export class Vehicle {
             const input = document.querySelector(`[data-word="${word}"]`);
             const control = this.bind_(input, of, (value) => { input.checked = value; });
             input.addEventListener("change", () =>
-                this.send_(control, `${word} ${input.checked ? yes : no}`));
+                this.send_([control], `${word} ${input.checked ? yes : no}`));
         }
         const press = document.querySelector("[data-word=\"button press\"]");
         press.addEventListener("click", () => this.bench_("button press"));
@@ -302,7 +299,7 @@ export class Vehicle {
         const word = `input ${made.name}`;
         const input = element("input", {
             type: "checkbox", role: "switch", id: `value-${made.name}`, "data-word": word,
-            change: () => this.send_(made.control, `${word} ${input.checked ? 1 : 0}`),
+            change: () => this.send_([made.control], `${word} ${input.checked ? 1 : 0}`),
         });
         const text = element("span", { "data-state": word }, "off");
         made.control = new Held_control(input, (value) => { input.checked = value >= 0.5; },
@@ -316,7 +313,7 @@ export class Vehicle {
 
     slider_(made, input) {
         const word = `input ${made.name}`;
-        const paced = new Paced((value) => this.send_(made.control, `${word} ${value}`));
+        const paced = new Paced((value) => this.send_([made.control], `${word} ${value}`));
         const slider = element("input", {
             type: "range", id: `value-${made.name}`, "data-word": word, min: made.usual[0],
             max: made.usual[1], step: "1", "aria-label": `${made.title} ${input.unit}`.trim(),
@@ -332,7 +329,7 @@ export class Vehicle {
             "aria-label": `${made.title}, any value ${input.unit}`.trim(),
             change: () => {
                 if (number.value !== "")
-                    this.send_(made.number_control, `${word} ${number.value}`);
+                    this.send_([made.number_control], `${word} ${number.value}`);
             },
         });
         const redraw = () => this.ask_for_drawing_();
@@ -378,13 +375,13 @@ export class Vehicle {
         return wave;
     }
 
-    async send_wave_(made) {
+    send_wave_(made) {
         const input = this.state_.inputs.find((each) => each.name === made.name);
         const { wave } = made;
         const shape = wave.picker.value;
         const word = `input ${made.name}`;
         if (shape === "constant") {
-            this.send_(wave.control, `${word} ${input.value}`);
+            this.send_([wave.control], `${word} ${input.value}`);
             return;
         }
         const was_constant = input.waveform.shape === "constant";
@@ -392,12 +389,13 @@ export class Vehicle {
             (was_constant || field.value === "" ? otherwise : Number(field.value));
         const [low, high] = made.is_truth ? [0, 1]
             : [number(wave.low, made.usual[0]), number(wave.high, made.usual[1])];
-        const period = milliseconds_word(number(wave.period, 10) * 1000);
+        const period = number(wave.period, 10);
         const seed = shape === "random" ? ` ${input.waveform.seed ?? 0}` : "";
-        const numbers = [wave.low_control, wave.high_control, wave.period_control];
-        numbers.forEach((control) => control.hold());
-        await this.send_(wave.control, `${word} ${shape} ${low} ${high} ${period}${seed}`);
-        numbers.forEach((control) => control.answered());
+        this.send_([wave.control, wave.low_control, wave.high_control, wave.period_control],
+            `${word} ${shape} ${low} ${high} ${milliseconds_word(period * 1000)}${seed}`);
+        wave.low.value = low;
+        wave.high.value = high;
+        wave.period.value = period;
     }
 
     show_input_(input) {
@@ -436,24 +434,25 @@ export class Vehicle {
         const id = `fault-${fault.name}`;
         const fields = fault.fields.map((field) => fault_field(field));
         const words = () => fault.on(fields.map(({ input }) => Number(input.value)));
+        const controls = [];
         const input = element("input", {
             type: "checkbox", role: "switch", id, "data-fault": fault.name,
             "aria-describedby": `${id}-help`,
-            change: () => this.send_(control, input.checked ? words() : fault.off),
+            change: () => this.send_(controls, input.checked ? words() : fault.off),
         });
-        const control = this.bind_(input, (state) => fault.is_on(state.faults),
-            (value) => { input.checked = value; });
+        controls.push(this.bind_(input, (state) => fault.is_on(state.faults),
+            (value) => { input.checked = value; }));
         fault.fields.forEach((field, i) => {
             const of_field = fields[i].input;
             of_field.addEventListener("change", () => {
                 if (!of_field.checkValidity())
                     this.said_(range_text(fault, field), true);
                 else if (input.checked)
-                    this.send_(control, words());
+                    this.send_(controls, words());
             });
             if (field.of !== undefined)
-                this.bind_(of_field, (state) => state.faults[field.of] || undefined,
-                    (value) => { of_field.value = value ?? of_field.value; });
+                controls.push(this.bind_(of_field, (state) => state.faults[field.of] || undefined,
+                    (value) => { of_field.value = value ?? of_field.value; }));
         });
         return element("div", { class: "fault" },
             element("label", { class: "switch", for: id }, input, element("span", {}, fault.title)),
@@ -486,7 +485,7 @@ export class Vehicle {
         const place = by_id("identity");
         const picker = element("select", {
             id: "generation", "data-word": "generation",
-            change: () => this.send_(control, `generation ${picker.value}`),
+            change: () => this.send_([control], `generation ${picker.value}`),
         }, element("option", { value: "", disabled: true }, "none of them"));
         const control = this.bind_(picker, (state) => state.generation ?? "",
             (value) => { picker.value = value; });
@@ -498,7 +497,7 @@ export class Vehicle {
                 min: "0", max: row.most, spellcheck: "false", autocomplete: "off",
                 change: () => {
                     if (input.value.trim() !== "")
-                        this.send_(own, `${row.word} ${input.value.trim()}`);
+                        this.send_([own], `${row.word} ${input.value.trim()}`);
                 },
             });
             const own = this.bind_(input, row.of, (value) => { input.value = value; });

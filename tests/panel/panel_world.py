@@ -10,8 +10,9 @@ import re
 import socket
 import subprocess
 import sys
+from contextlib import contextmanager
 from pathlib import Path
-from typing import Any, Callable
+from typing import Any, Callable, Iterator
 
 import dbus
 
@@ -89,19 +90,34 @@ class Panel_world(World):
             "--tap", self.root / "live", "--listen", f"127.0.0.1:{self._port}"]
         if self.control:
             command.append("--control")
-        (self.root / "panel.log").write_text("")
-        self._start("panel", command)
-        self.wait_for("the panel", lambda: self._printed_address() is not None
-                      or self._children[-1].poll() is not None)
-        address = self._printed_address()
-        if address is None:
-            raise RuntimeError("the panel does not start: " + self.log("panel"))
+        address = self._serve("panel", command)
         self.url = address[1]
         self._port = int(address[2])  # the same one when it comes back
 
-    def _printed_address(self) -> re.Match[str] | None:
-        return re.search(r"^dov-panel: (http://127\.0\.0\.1:(\d+)/\S*)\n", self.log("panel"),
+    def _serve(self, part: str, command: list[str | Path]) -> re.Match[str]:
+        (self.root / f"{part}.log").write_text("")
+        self._start(part, command)
+        self.wait_for(part, lambda: self._printed_address(part) is not None
+                      or self._children[-1].poll() is not None)
+        address = self._printed_address(part)
+        if address is None:
+            raise RuntimeError(f"{part} does not start: " + self.log(part))
+        return address
+
+    def _printed_address(self, part: str) -> re.Match[str] | None:
+        return re.search(r"^dov-panel: (http://127\.0\.0\.1:(\d+)/\S*)\n", self.log(part),
                          re.MULTILINE)
+
+    @contextmanager
+    def another_panel(self, *options: str) -> Iterator[str]:
+        """One more, with these options alone; its address."""
+        address = self._serve("another-panel", [
+            self.build / "dov-panel", "--listen", "127.0.0.1:0", *options])
+        child = self._children.pop()
+        try:
+            yield address[1]
+        finally:
+            self._end(child)
 
     @property
     def port(self) -> int:

@@ -116,5 +116,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_APPLESS_MAIN(Log)
+QTEST_GUILESS_MAIN(Log)
 #include "log.moc"

@@ -146,5 +146,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_APPLESS_MAIN(Times_and_limits)
+QTEST_GUILESS_MAIN(Times_and_limits)
 #include "times_and_limits.moc"

@@ -47,5 +47,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_APPLESS_MAIN(Version)
+QTEST_GUILESS_MAIN(Version)
 #include "version.moc"

@@ -26,5 +26,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_APPLESS_MAIN(Byte_text_test)
+QTEST_GUILESS_MAIN(Byte_text_test)
 #include "byte_text.moc"

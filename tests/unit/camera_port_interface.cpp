@@ -13,5 +13,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_APPLESS_MAIN(Camera_port)
+QTEST_GUILESS_MAIN(Camera_port)
 #include "camera_port_interface.moc"

@@ -19,5 +19,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_APPLESS_MAIN(Catalogue_json_test)
+QTEST_GUILESS_MAIN(Catalogue_json_test)
 #include "catalogue_json.moc"

@@ -30,5 +30,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_APPLESS_MAIN(Codes_test)
+QTEST_GUILESS_MAIN(Codes_test)
 #include "codes.moc"

@@ -86,5 +86,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_APPLESS_MAIN(Command_line_test)
+QTEST_GUILESS_MAIN(Command_line_test)
 #include "command_line.moc"

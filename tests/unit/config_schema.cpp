@@ -75,5 +75,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_APPLESS_MAIN(Config_schema_test)
+QTEST_GUILESS_MAIN(Config_schema_test)
 #include "config_schema.moc"

@@ -46,5 +46,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_APPLESS_MAIN(Console_batch_test)
+QTEST_GUILESS_MAIN(Console_batch_test)
 #include "console_batch.moc"

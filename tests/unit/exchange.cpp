@@ -23,5 +23,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_APPLESS_MAIN(Exchange_test)
+QTEST_GUILESS_MAIN(Exchange_test)
 #include "exchange.moc"

@@ -170,5 +170,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_APPLESS_MAIN(Explanation_test)
+QTEST_GUILESS_MAIN(Explanation_test)
 #include "explanation.moc"

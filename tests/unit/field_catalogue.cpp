@@ -77,5 +77,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_APPLESS_MAIN(Field_catalogue_test)
+QTEST_GUILESS_MAIN(Field_catalogue_test)
 #include "field_catalogue.moc"

@@ -110,5 +110,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_APPLESS_MAIN(Frame_test)
+QTEST_GUILESS_MAIN(Frame_test)
 #include "frame.moc"

@@ -45,5 +45,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_APPLESS_MAIN(Frame_reader_test)
+QTEST_GUILESS_MAIN(Frame_reader_test)
 #include "frame_reader.moc"

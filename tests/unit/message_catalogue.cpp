@@ -197,5 +197,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_APPLESS_MAIN(Message_catalogue_test)
+QTEST_GUILESS_MAIN(Message_catalogue_test)
 #include "message_catalogue.moc"

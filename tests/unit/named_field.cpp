@@ -64,5 +64,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_APPLESS_MAIN(Named_field_test)
+QTEST_GUILESS_MAIN(Named_field_test)
 #include "named_field.moc"

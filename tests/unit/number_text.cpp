@@ -29,5 +29,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_APPLESS_MAIN(Number_text_test)
+QTEST_GUILESS_MAIN(Number_text_test)
 #include "number_text.moc"

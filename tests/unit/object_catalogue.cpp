@@ -40,5 +40,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_APPLESS_MAIN(Object_catalogue_test)
+QTEST_GUILESS_MAIN(Object_catalogue_test)
 #include "object_catalogue.moc"

@@ -82,5 +82,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_APPLESS_MAIN(Object_kinds_test)
+QTEST_GUILESS_MAIN(Object_kinds_test)
 #include "object_kinds.moc"

@@ -241,5 +241,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_APPLESS_MAIN(Posix_serial_port_test)
+QTEST_GUILESS_MAIN(Posix_serial_port_test)
 #include "posix_serial_port.moc"

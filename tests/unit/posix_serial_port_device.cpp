@@ -404,5 +404,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_APPLESS_MAIN(Serial_device)
+QTEST_GUILESS_MAIN(Serial_device)
 #include "posix_serial_port_device.moc"

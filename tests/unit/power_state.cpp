@@ -17,5 +17,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_APPLESS_MAIN(Power_state_test)
+QTEST_GUILESS_MAIN(Power_state_test)
 #include "power_state.moc"

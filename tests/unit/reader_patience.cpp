@@ -26,5 +26,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_APPLESS_MAIN(Reader_patience_test)
+QTEST_GUILESS_MAIN(Reader_patience_test)
 #include "reader_patience.moc"

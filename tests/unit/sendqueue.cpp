@@ -33,5 +33,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_APPLESS_MAIN(Send_queue_test)
+QTEST_GUILESS_MAIN(Send_queue_test)
 #include "sendqueue.moc"

@@ -57,5 +57,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_APPLESS_MAIN(Simulator_backlog_test)
+QTEST_GUILESS_MAIN(Simulator_backlog_test)
 #include "simulator_backlog.moc"

@@ -68,5 +68,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_APPLESS_MAIN(Simulator_waveform_test)
+QTEST_GUILESS_MAIN(Simulator_waveform_test)
 #include "simulator_waveform.moc"

@@ -236,5 +236,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_APPLESS_MAIN(Sources)
+QTEST_GUILESS_MAIN(Sources)
 #include "sources.moc"

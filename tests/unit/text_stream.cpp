@@ -71,5 +71,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_APPLESS_MAIN(Text_stream_test)
+QTEST_GUILESS_MAIN(Text_stream_test)
 #include "text_stream.moc"

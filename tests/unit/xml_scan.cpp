@@ -51,5 +51,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_APPLESS_MAIN(Xml_scan_test)
+QTEST_GUILESS_MAIN(Xml_scan_test)
 #include "xml_scan.moc"

@@ -214,5 +214,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_APPLESS_MAIN(Line_bytes)
+QTEST_GUILESS_MAIN(Line_bytes)
 #include "faults.moc"

@@ -71,5 +71,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_APPLESS_MAIN(Waveforms)
+QTEST_GUILESS_MAIN(Waveforms)
 #include "waveforms.moc"

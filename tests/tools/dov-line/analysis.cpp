@@ -353,5 +353,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_APPLESS_MAIN(Analysis)
+QTEST_GUILESS_MAIN(Analysis)
 #include "analysis.moc"

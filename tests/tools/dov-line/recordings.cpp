@@ -223,5 +223,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_APPLESS_MAIN(Recordings)
+QTEST_GUILESS_MAIN(Recordings)
 #include "recordings.moc"

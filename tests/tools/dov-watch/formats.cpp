@@ -139,5 +139,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_APPLESS_MAIN(Formats)
+QTEST_GUILESS_MAIN(Formats)
 #include "formats.moc"

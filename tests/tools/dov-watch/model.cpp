@@ -259,5 +259,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_APPLESS_MAIN(Model)
+QTEST_GUILESS_MAIN(Model)
 #include "model.moc"

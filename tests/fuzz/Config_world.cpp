@@ -54,7 +54,9 @@ QByteArray known_version(const std::string& bytes)
 {
     static const std::regex declaration(
         "^((\xef\xbb\xbf)?<\\?xml\\s+version\\s*=\\s*[\"'])1\\.[0-9]+");
-    return QByteArray::fromStdString(std::regex_replace(bytes, declaration, "$011.0"));
+    // Without the flag it is sought behind every byte.
+    return QByteArray::fromStdString(
+        std::regex_replace(bytes, declaration, "$011.0", std::regex_constants::match_continuous));
 }
 
 /// The file that the inputs are written to, by name.

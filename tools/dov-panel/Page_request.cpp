@@ -2,11 +2,14 @@
 
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QRegularExpression>
+#include <QSet>
 
 #include <algorithm>
 #include <cmath>
 #include <limits>
 #include <utility>
+#include <vector>
 
 namespace {
 
@@ -26,6 +29,40 @@ std::optional<qint64> whole_of(const QJsonValue& value)
     if (!(std::fabs(number) <= most_whole) || std::floor(number) < number)
         return std::nullopt;
     return static_cast<qint64>(number);
+}
+
+/// What a text of JSON says, in quotes.
+QString text_of(const QString& quoted)
+{
+    return QJsonDocument::fromJson('[' + quoted.toUtf8() + ']').array().at(0).toString();
+}
+
+/// Whether an object has two members of one name. Qt 5 would never free a list or an object that
+/// the first of them holds.
+bool has_name_twice(const QByteArray& text)
+{
+    static const QRegularExpression token(
+        QStringLiteral(R"re(("(?:[^"\\]++|\\.)*+"?+)\s*+(:?)|[{}\[\]])re"),
+        QRegularExpression::DotMatchesEverythingOption);
+    std::vector<QSet<QString>> names(1); // of what is open, one within the other
+    // With its size: Qt 5 would stop at a zero.
+    auto tokens =
+        token.globalMatch(QString::fromUtf8(text.constData(), static_cast<int>(text.size())));
+    while (tokens.hasNext()) {
+        const QRegularExpressionMatch found = tokens.next();
+        const QChar first = found.captured().front();
+        if (first == QLatin1Char('{') || first == QLatin1Char('[')) {
+            names.emplace_back();
+        } else if (first != QLatin1Char('"')) {
+            names.resize(std::max<std::size_t>(1, names.size() - 1));
+        } else if (!found.captured(2).isEmpty()) {
+            const QString name = text_of(found.captured(1));
+            if (names.back().contains(name))
+                return true;
+            names.back().insert(name);
+        }
+    }
+    return false;
 }
 
 /// Takes members of an object; notes the first that is not as it has to be.
@@ -117,6 +154,8 @@ QString take_members(const QJsonObject& object, Page_request& request)
 
 Page_message read_page_message(const QByteArray& text)
 {
+    if (has_name_twice(text))
+        return {std::nullopt, std::nullopt, QStringLiteral("a name is there twice")};
     const QJsonDocument document = QJsonDocument::fromJson(text);
     if (!document.isObject())
         return {std::nullopt, std::nullopt, QStringLiteral("no object of JSON")};

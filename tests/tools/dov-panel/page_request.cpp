@@ -47,6 +47,16 @@ private Q_SLOTS:
         };
         row("", false, "no object of JSON");
         row("[1]", false, "no object of JSON");
+        const char* const twice = "a name is there twice";
+        row(R"({"id":1,"type":"token","token":"x","id":1})", false, twice);
+        row(R"({"id":1,"type":"token","token":"x","a":[1],"a" : 2})", false, twice);
+        row(R"({"id":1,"type":"token","token":"x","a":[1],"\u0061":2})", false, twice);
+        row(R"({"id":1,"type":"x","a":{"b":[{"c":[],"c":[]}]}})", false, twice);
+        row(R"({"id":1,"type":"x","b":1,"a":[{"b":{}},{"b":{"a":"b"}}],"c":"b"})", true,
+            "there is no such type");
+        row(R"({"id":1,"type":"x","a":"\"b\":{\"b\":","b":"}"})", true, "there is no such type");
+        row(R"({"id":1,"type":"x","a)", false, "no object of JSON");
+        row("}]{", false, "no object of JSON");
         row(R"({"id":1})", true, "there is no such type");
         row(R"({"id":1.5,"type":"x"})", false, "there is no such type");
         row(R"({"id":1e300,"type":"x"})", false, "there is no such type");
@@ -58,6 +68,13 @@ private Q_SLOTS:
             "\"arguments\" is not a list");
         row(R"({"id":1,"type":"bench","line":"a\u0000b"})", true, "\"line\" is not one line");
         row(R"({"id":1,"type":"bench","line":"a\rb"})", true, "\"line\" is not one line");
+    }
+
+    void a_zero_hides_no_name()
+    {
+        const char text[] = "{\"type\":\"\0\",\"a\":[1],\"a\":2}";
+        const Page_message message = read_page_message(QByteArray(text, sizeof text - 1));
+        QCOMPARE(message.error, QStringLiteral("a name is there twice"));
     }
 
     void what_is_wrong_with_a_message_is_told()

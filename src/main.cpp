@@ -1,5 +1,6 @@
 #include "Console.h"
 #include "DBus_daemon.h"
+#include "Locale.h"
 #include "Reader_patience.h"
 #include "Simulator.h"
 
@@ -92,6 +93,7 @@ int main(int count, char** arguments)
     std::signal(SIGXFSZ, SIG_IGN); // of output that has reached its limit
     // Qt's own event loop, which is cheaper than the one it builds on GLib.
     qputenv("QT_NO_GLIB", "1");
+    use_utf8_locale();
     Console::open();
     interrupt_console();
     Console::out() << "Bah\n";

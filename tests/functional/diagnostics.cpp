@@ -145,6 +145,14 @@ private Q_SLOTS:
         QCOMPARE_CONTAINS(terminal.errors(), "Updated val=2.5 ");
     }
 
+    void a_locale_without_utf8_is_nobodys_business()
+    {
+        Terminal terminal;
+        terminal.daemon.set_environment(QStringLiteral("LC_ALL"), QStringLiteral("C"));
+        terminal.start();
+        QVERIFY2(!terminal.errors().contains("locale"), terminal.errors().constData());
+    }
+
     void numbers_in_the_log_are_plain()
     {
         Terminal terminal;

@@ -1,4 +1,5 @@
 #include "Findings.h"
+#include "Locale.h"
 #include "Paths.h"
 #include "Report.h"
 #include "Tool_command_line.h"
@@ -30,6 +31,7 @@ bool print(const QByteArray& text, std::FILE* stream)
 
 int main(int argc, char** argv)
 {
+    use_utf8_locale();
     const QCoreApplication application(argc, argv);
     QString power = QLatin1String(paths().power_config);
     QString oem = QLatin1String(paths().oem_profile);

@@ -1,6 +1,7 @@
 #include "Bench_controller.h"
 #include "Command_reader.h"
 #include "Command_server.h"
+#include "Locale.h"
 #include "Options.h"
 #include "Players.h"
 #include "Posix_signals.h"
@@ -204,6 +205,7 @@ int run(const Options& options)
 
 int main(int argc, char** argv)
 {
+    use_utf8_locale();
     const QCoreApplication application(argc, argv);
     QCoreApplication::setApplicationName(tool);
     Options options;

@@ -1,6 +1,7 @@
 #include "Check_verb.h"
 #include "Compare_verb.h"
 #include "Listen_verb.h"
+#include "Locale.h"
 #include "Poll_verb.h"
 #include "Read_verb.h"
 #include "Scenario_verb.h"
@@ -12,6 +13,7 @@
 
 int main(int count, char** values)
 {
+    use_utf8_locale();
     const QCoreApplication application(count, values);
     const QString tool = QStringLiteral("dov-line");
     Tool_command_line line(

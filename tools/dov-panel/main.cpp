@@ -1,3 +1,4 @@
+#include "Locale.h"
 #include "Options.h"
 #include "Panel.h"
 #include "Posix_signals.h"
@@ -36,6 +37,7 @@ int main(int count, char** arguments)
 {
     // Qt's own event loop; the one built on GLib is of no use here.
     qputenv("QT_NO_GLIB", "1");
+    use_utf8_locale();
     const QCoreApplication application(count, arguments);
     QCoreApplication::setApplicationVersion(QStringLiteral(DOV_VERSION));
     Options options;

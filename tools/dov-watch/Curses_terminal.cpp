@@ -7,7 +7,6 @@
 #include <cstdlib>
 #include <cstring>
 
-#include <langinfo.h>
 #include <sys/ioctl.h>
 #include <termios.h>
 #include <unistd.h>
@@ -225,9 +224,4 @@ std::optional<Key> Curses_terminal::key()
         if (kind == OK && code < 0xFFFF)
             return Key{Key::Code::character, QChar(static_cast<ushort>(code))};
     }
-}
-
-bool Curses_terminal::is_utf8()
-{
-    return std::strcmp(nl_langinfo(CODESET), "UTF-8") == 0;
 }

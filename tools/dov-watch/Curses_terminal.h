@@ -28,9 +28,6 @@ public:
     /// The next key that has been pressed, if there is one. Keys that mean nothing are left out.
     std::optional<Key> key();
 
-    /// Whether its characters are written in UTF-8.
-    static bool is_utf8();
-
 private:
     void* screen_ = nullptr;
     bool has_colours_ = false;

@@ -11,7 +11,7 @@ constexpr int soon_ms = 40;
 
 const Glyphs& glyphs_for(const Options& options)
 {
-    return options.ascii || !Curses_terminal::is_utf8() ? Glyphs::ascii() : Glyphs::utf8();
+    return options.ascii ? Glyphs::ascii() : Glyphs::utf8();
 }
 
 } // namespace

@@ -1,4 +1,5 @@
 #include "Line_output.h"
+#include "Locale.h"
 #include "Metrics_file.h"
 #include "Options.h"
 #include "Posix_signals.h"
@@ -95,11 +96,13 @@ int main(int count, char** arguments)
 {
     // Qt's own event loop; the one built on GLib is of no use here.
     qputenv("QT_NO_GLIB", "1");
+    const bool has_utf8 = use_utf8_locale();
     const QCoreApplication application(count, arguments);
     Options options;
     const Tool_request request = parse_command_line(QCoreApplication::arguments(), options);
     if (!request.runs())
         return leave(tool, request);
+    options.ascii = options.ascii || !has_utf8;
     const bool on_screen =
         !options.lines && ::isatty(STDOUT_FILENO) != 0 && ::isatty(STDIN_FILENO) != 0;
     Posix_signals posix_signals;

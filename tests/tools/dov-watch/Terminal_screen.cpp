@@ -35,7 +35,7 @@ Terminal_screen::Terminal_screen(const QString& program, const QStringList& argu
         (void)::login_tty(slave);
         ::setenv("TERM", "xterm", 1);
         ::setenv("LC_ALL", "C.UTF-8", 1);
-        ::execv(vector[0], vector.data());
+        ::execvp(vector[0], vector.data());
         ::_exit(127);
     }
     ::close(slave);

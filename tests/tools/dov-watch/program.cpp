@@ -342,6 +342,21 @@ private Q_SLOTS:
         QCOMPARE(screen.exit_status(), 0);
     }
 
+    void screen_is_ascii_where_the_locale_is()
+    {
+        Terminal_screen screen(QStringLiteral("env"),
+                               QStringList{"LC_ALL=C", watch_} + arguments());
+        QVERIFY(shows(screen, "DIGITAL INPUTS"));
+        QVERIFY(shows(screen, ">input 0"));
+        screen.type("q");
+        QVERIFY(ends(screen));
+        const QByteArray& output = screen.output();
+        const auto odd = std::find_if(output.begin(), output.end(),
+                                      [](char each) { return static_cast<uchar>(each) > 0x7F; });
+        QVERIFY2(odd == output.end(), odd == output.end() ? "" : odd);
+        QVERIFY2(!output.contains("locale"), output.left(200).constData());
+    }
+
     void screen_follows_the_terminal_and_the_service()
     {
         Terminal_screen screen(watch_, arguments());

@@ -5,6 +5,7 @@
 
 #include <QDBusAbstractAdaptor>
 #include <QDeadlineTimer>
+#include <QLoggingCategory>
 #include <QSocketNotifier>
 #include <QThread>
 
@@ -64,6 +65,10 @@ Bus_connection::~Bus_connection()
 void Bus_connection::start(const QString& service)
 {
     bus_ = QDBusConnection::systemBus();
+#if QT_VERSION >= QT_VERSION_CHECK(6, 5, 0)
+    // Of a call that no object takes, its caller is told; later versions complain here as well.
+    QLoggingCategory::setFilterRules(QStringLiteral("qt.dbus.integration.warning=false"));
+#endif
     bus_.registerService(service);
     if (!internals_.is_known())
         return;

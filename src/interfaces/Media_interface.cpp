@@ -5,16 +5,42 @@
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QSet>
+
+#include <algorithm>
+#include <filesystem>
+#include <system_error>
 
 namespace {
 
+#if QT_VERSION < QT_VERSION_CHECK(6, 5, 0)
 QStringList media_in(const QString& path)
 {
     return QDir(path).entryList({QStringLiteral("usb*")},
                                 QDir::Dirs | QDir::Files | QDir::Drives | QDir::CaseSensitive,
                                 QDir::Name | QDir::IgnoreCase);
 }
+#else
+/// As QDir did: its later versions end a list at the first name that is no text.
+QStringList media_in(const QString& path)
+{
+    QStringList names;
+    std::error_code error;
+    const std::filesystem::path directory(QFile::encodeName(path).toStdString());
+    for (std::filesystem::directory_iterator each(directory, error), end; each != end;
+         each.increment(error)) {
+        const QByteArray bytes = QByteArray::fromStdString(each->path().filename().string());
+        const QFileInfo entry(QDir(path), QFile::decodeName(bytes));
+        if (bytes.startsWith("usb") && bytes.isValidUtf8() && entry.exists() &&
+            (entry.isFile() || entry.isDir() || entry.isSymLink()))
+            names.append(entry.fileName());
+    }
+    std::stable_sort(names.begin(), names.end(),
+                     [](const QString& a, const QString& b) { return a.toLower() < b.toLower(); });
+    return names;
+}
+#endif
 
 /// Those of `wanted` that are not among `names`, in their order.
 QStringList missing_in(const QStringList& names, const QStringList& wanted)

@@ -1,5 +1,6 @@
 #include "Fake_tap.h"
 
+#include "Line_records.h"
 #include "Pcapng_writer.h"
 #include "Report.h"
 
@@ -16,11 +17,8 @@ Fake_tap::Fake_tap()
 
 void Fake_tap::pass(Sender sender, const QByteArray& bytes)
 {
-    Line_record record;
-    record.sender = sender;
-    record.data = reinterpret_cast<const uchar*>(bytes.constData());
-    record.size = static_cast<int>(bytes.size());
     constexpr qint64 begin_us = 1700000000000000;
     constexpr qint64 us_per_ms = 1000;
-    connection_->write(Pcapng_writer::packet(record, begin_us + ++passed_ * us_per_ms));
+    connection_->write(
+        Pcapng_writer::packet(record_at(0, sender, bytes), begin_us + ++passed_ * us_per_ms));
 }

@@ -2,24 +2,9 @@
 
 #include "Line_watch.h"
 
+#include "Line_records.h"
+
 #include <QTest>
-
-namespace {
-
-Line_record record_at(qint64 time_us, Sender sender, const QByteArray& bytes)
-{
-    Line_record record;
-    record.time_us = time_us;
-    record.sender = sender;
-    record.data = reinterpret_cast<const uchar*>(bytes.constData());
-    record.size = static_cast<int>(bytes.size());
-    return record;
-}
-
-const QByteArray version_request = QByteArray::fromHex("18ef78591100000000000000e9");
-const QByteArray version_answer = QByteArray::fromHex("18ef59781214000000000000fe");
-
-} // namespace
 
 class Line_test : public QObject {
     Q_OBJECT

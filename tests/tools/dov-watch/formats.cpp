@@ -5,6 +5,7 @@
 #include "History.h"
 
 #include <QTest>
+#include <QTimeZone>
 
 #include <limits>
 
@@ -69,7 +70,7 @@ private Q_SLOTS:
 
     void lines()
     {
-        const QDateTime time(QDate(2024, 2, 29), QTime(12, 30, 1, 7), Qt::UTC);
+        const QDateTime time(QDate(2024, 2, 29), QTime(12, 30, 1, 7), QTimeZone::utc());
         const Change number = {QStringLiteral("/a/0"), QStringLiteral("val_changed"), 0.1 + 0.2};
         QCOMPARE(change_line(number, time),
                  QByteArray("2024-02-29T12:30:01.007Z /a/0 val_changed 0.3\n"));

@@ -1,6 +1,6 @@
 #include "Locale.h"
 
-#include <QtGlobal>
+#include <QByteArray>
 
 #include <clocale>
 #include <cstring>

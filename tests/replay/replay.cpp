@@ -21,13 +21,8 @@ QVector<Scenario> read_scenarios()
         names.append(files.next());
     names.sort();
     QVector<Scenario> scenarios;
-    for (const QString& name : std::as_const(names)) {
-        const Scenario scenario = Scenario::read(name);
-        if (scenario.name == QLatin1String(DOV_SCENARIO_LEFT_OUT))
-            qInfo("left out: %s", qPrintable(scenario.name));
-        else
-            scenarios.append(scenario);
-    }
+    for (const QString& name : std::as_const(names))
+        scenarios.append(Scenario::read(name));
     return scenarios;
 }
 

@@ -24,7 +24,8 @@ bool Qt_bus_internals::is_known(const QVersionNumber& version)
 {
     // Each has passed the whole suite.
     const Version_range known[] = {{QVersionNumber(5, 15), QVersionNumber(6, 0)},
-                                   {QVersionNumber(6, 4), QVersionNumber(6, 5)}};
+                                   {QVersionNumber(6, 4), QVersionNumber(6, 5)},
+                                   {QVersionNumber(6, 8), QVersionNumber(6, 9)}};
     return std::any_of(std::begin(known), std::end(known), [&](const Version_range& range) {
         return version >= range.first && version < range.behind_last;
     });

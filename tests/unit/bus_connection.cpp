@@ -205,6 +205,10 @@ private Q_SLOTS:
         QTest::newRow("6.4") << QVersionNumber(6, 4, 0) << true;
         QTest::newRow("6.4.2 of Debian 12") << QVersionNumber(6, 4, 2) << true;
         QTest::newRow("6.5") << QVersionNumber(6, 5, 0) << false;
+        QTest::newRow("6.7") << QVersionNumber(6, 7, 3) << false;
+        QTest::newRow("6.8") << QVersionNumber(6, 8, 0) << true;
+        QTest::newRow("6.8.2 of Debian 13") << QVersionNumber(6, 8, 2) << true;
+        QTest::newRow("6.9") << QVersionNumber(6, 9, 0) << false;
         QTest::newRow("7.0") << QVersionNumber(7, 0, 0) << false;
     }
     void versions_that_are_known()

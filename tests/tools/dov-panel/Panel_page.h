@@ -21,8 +21,8 @@ public:
     /// Why it could not be opened; empty while that is not known.
     QString refusal() const
     {
-        return socket_.error() == QAbstractSocket::UnknownSocketError ? QString()
-                                                                      : socket_.errorString();
+        return socket_.state() == QAbstractSocket::UnconnectedState ? socket_.errorString()
+                                                                    : QString();
     }
 
     /// Waits until it is open and has been told what is known. Every message from then on has to be

@@ -56,7 +56,7 @@ private:
     {
         const int begin = at_ + 1;
         go_behind(QString(text_[at_]), begin);
-        return text_.mid(begin, at_ - begin);
+        return text_.mid(begin, at_ - 1 - begin);
     }
 
     /// Goes behind a character or a reference; the entity's name, if it is one.

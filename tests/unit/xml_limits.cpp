@@ -47,6 +47,7 @@ private Q_SLOTS:
         declares("entity that refers to itself and is never used", "<!ENTITY a '&a;'>");
         declares("markup in an entity", "<!ENTITY a '<b>&c;</b>'><!ENTITY c 'd'>");
         declares("enumerated attribute", "<!ATTLIST state name (on|low-power|sleep) 'on'>");
+        add("prefix that nobody has declared", "<power><a:b c:d=''/></power>");
         add("apostrophes in a comment", "<!--" + apostrophes + "-->" + root);
         add("apostrophes in text", "<power>" + apostrophes + "</power>");
         add("apostrophes in character data", "<power><![CDATA[<" + apostrophes + "]]></power>");
@@ -55,6 +56,16 @@ private Q_SLOTS:
             "<!DOCTYPE power [<!ENTITY a '" + QByteArray(1000, 'x') +
                 "'><!ENTITY b '&a;&a;&a;&a;&a;&a;&a;&a;&a;&a;'><!ENTITY c '&b;'><!ENTITY d ''>]>"
                 "<power x='&c;'>&c;</power>");
+        declares("parameter entity of 5000 characters",
+                 "<!ENTITY % a '<!--" + QByteArray(5000, 'x') + "-->'>%a;");
+        add("reference to a sign in a value, and a document type",
+            "<!DOCTYPE power [<!ENTITY a 'b'>]><power x='&lt;&a;'/>");
+        add("4000 signs of an entity that is referred to 200 times",
+            "<!DOCTYPE power [<!ENTITY a '" + QByteArray("&lt;").repeated(4000) + "'>]><power>" +
+                QByteArray("&a;").repeated(200) + "</power>");
+        add("encoding by its name, and an entity",
+            "<?xml version='1.0' encoding='utf-8'?><!DOCTYPE power [<!ENTITY a 'bcdef'>]>"
+            "<power>&a;</power>");
         add("XML 1.1", "<?xml version=\"1.1\"?>" + root);
         add("XML 1.10", "<?xml version = '1.10' encoding='UTF-8' standalone='yes' ?>" + root);
         add("XML 1.1 behind a mark", "\xef\xbb\xbf<?xml version=\"1.1\"?>" + root);
@@ -69,6 +80,50 @@ private Q_SLOTS:
         const Xml_fault fault = check_xml(as_xml_1_0(content));
         QCOMPARE(fault.text, QString());
         QVERIFY(config_.power(content) != nullptr);
+    }
+
+    void faults_say_what_and_where_data()
+    {
+        QTest::addColumn<QByteArray>("content");
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<int>("line");
+        QTest::addColumn<bool>("is_malformed");
+        const QByteArray nested = "<!DOCTYPE power [<!ENTITY a '" + QByteArray(100000, 'x') +
+                                  "'><!ENTITY b '&a;&a;&a;&a;&a;&a;'>]>\n";
+        const QByteArray markup = "<!DOCTYPE power [<!ENTITY a '&b;&c;'><!ENTITY b '<d/>'>"
+                                  "<!ENTITY c 'e'>]>\n";
+        QTest::newRow("size") << QByteArray(max_config_size + 1, ' ') << text_of(Xml_limit::size)
+                              << 0 << false;
+        QTest::newRow("text") << "<!DOCTYPE power [<!ENTITY a '" + QByteArray(1000, 'x') +
+                                     "'>]>\n<power>\n" + QByteArray(900000, 'y') +
+                                     QByteArray("&a;").repeated(200) + "</power>"
+                              << text_of(Xml_limit::text) << 3 << false;
+        QTest::newRow("depth") << "<power>\n" + QByteArray("<a>").repeated(100)
+                               << text_of(Xml_limit::depth) << 2 << false;
+        // Before it is expanded: on the line of the document type.
+        QTest::newRow("entities") << nested + "\n<power>\n&b;&b;</power>"
+                                  << text_of(Xml_limit::text) << 1 << false;
+        QTest::newRow("no XML") << QByteArray("<power>\n</a>")
+                                << QStringLiteral("Opening and ending tag mismatch.") << 2 << true;
+        QTest::newRow("markup in a value")
+            << markup + "<power x='&a;'/>" << QStringLiteral("Markup in an attribute value.") << 1
+            << true;
+    }
+    void faults_say_what_and_where()
+    {
+        QFETCH(QByteArray, content);
+        const Xml_fault fault = check_xml(content);
+        QTEST(fault.text, "text");
+        QTEST(fault.line, "line");
+        QTEST(fault.is_malformed, "is_malformed");
+    }
+
+    void a_file_that_is_taken_has_no_fault()
+    {
+        const Xml_fault fault = check_xml("<power/>");
+        QCOMPARE(fault.text, QString());
+        QCOMPARE(fault.line, 0);
+        QCOMPARE(fault.is_malformed, false);
     }
 
     void hostile_files_fail_quickly_and_in_bounded_memory_data()
@@ -118,6 +173,9 @@ private Q_SLOTS:
                  "<power>" + QByteArray("<b/>").repeated(100000) + "</power>");
         declares("parameter entity, often",
                  entity("% a", QByteArray(4000, ' ')) + QByteArray("%a;").repeated(300000),
+                 "<power/>");
+        declares("large parameter entity, often",
+                 entity("% a", QByteArray(250000, ' ')) + QByteArray("%a;").repeated(3000),
                  "<power/>");
         declares("declarations, often",
                  entity("% a", QByteArray("<!ATTLIST z b ID #IMPLIED>").repeated(10000)) +

@@ -21,6 +21,13 @@ private Q_SLOTS:
         QCOMPARE(demand.values, 0);
     }
 
+    void what_is_no_markup_can_follow_without_a_blank()
+    {
+        const Xml_demand demand = scan_xml(QStringLiteral(
+            "<a><?b?><?c d=''?><!----><!-- '' --><![CDATA[]]><![CDATA['']]><?e?></a>"));
+        QCOMPARE(demand.values, 0);
+    }
+
     void values_are_those_of_the_tag_that_has_most()
     {
         QCOMPARE(scan_xml(QStringLiteral("<a b='' c=\"\"/><d e='' f='' g=''/>")).values, 3);
@@ -48,6 +55,19 @@ private Q_SLOTS:
         const Xml_demand demand = scan_xml(
             QStringLiteral("<!DOCTYPE a [<!ENTITY % b ' '>%b;%b;<!ATTLIST a c CDATA '&d;'>]><a/>"));
         QCOMPARE(demand.declared_references, 4);
+        QCOMPARE(demand.values, 6);
+    }
+
+    /// Four signs of parameters, four values and a word on the spot, eight within: a character by
+    /// its number may be one of theirs.
+    void values_within_an_entity_count_for_each_parameter()
+    {
+        const Xml_demand demand = scan_xml(QStringLiteral(
+            "<!DOCTYPE a [<!ENTITY % b \"<!ATTLIST a c CDATA 'd' e ID #IMPLIED>\">%b;"
+            "<!ENTITY % f '<!ATTLIST a g CDATA \"h\" i ID #IMPLIED j ID #REQUIRED>'>%f;"
+            "<!ATTLIST a k CDATA '&l;&#32;' m ID #IMPLIED n CDATA ''>]><a/>"));
+        QCOMPARE(demand.declared_references, 5);
+        QCOMPARE(demand.values, 5 + 5 + 8 * 4);
     }
 };
 

@@ -133,6 +133,24 @@ private Q_SLOTS:
         QCOMPARE(output.text(), printed);
     }
 
+    void each_state_has_its_own_entries()
+    {
+        const auto document =
+            config_.power("<power><state name=\"on\"><param name=\"timeout\">11</param>"
+                          "<device name=\"a\">off</device></state>"
+                          "<state name=\"low-power\"><param name=\"timeout\">12</param>"
+                          "<device name=\"b\">off</device></state>"
+                          "<state name=\"sleep\"><param name=\"timeout\">13</param>"
+                          "<device name=\"c\">off</device></state></power>");
+        constexpr const char* devices[] = {"a", "b", "c"}; // by the state in which one is off
+        for (int state = 0; state < 3; ++state) {
+            QCOMPARE(get_state_timeout(document.get(), state, 42), 11 + state);
+            for (int device = 0; device < 3; ++device)
+                QCOMPARE(get_device_power(document.get(), state, devices[device], true),
+                         device != state);
+        }
+    }
+
     void other_states_give_the_default_silently()
     {
         const auto document = config_.power("<power/>");

@@ -4,8 +4,11 @@ class Power_state_test : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void names_and_times()
+    void numbers_names_and_times()
     {
+        QCOMPARE(int{state_on}, 0);
+        QCOMPARE(int{state_low_power}, 1);
+        QCOMPARE(int{state_sleep}, 2);
         QCOMPARE(power_state_name(0), "on");
         QCOMPARE(power_state_name(1), "low-power");
         QCOMPARE(power_state_name(2), "sleep");

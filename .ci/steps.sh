@@ -41,7 +41,13 @@ print_times()
     printf '%6d  in all\n' "$SECONDS"
 }
 
-# The scripts of the repository, by their first lines.
+# The scripts of the repository, by their names and first lines.
+python_scripts()
+{
+    git ls-files -z '*.py'
+    git ls-files -z | xargs -0 grep -lIZE -m1 '^#!.*\bpython3' --
+}
+
 shell_scripts()
 {
     git ls-files -z | xargs -0 grep -lIE -m1 '^#!.*\b(ba)?sh$' --

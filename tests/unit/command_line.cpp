@@ -73,6 +73,44 @@ private Q_SLOTS:
 
     void no_baud_rate() { QCOMPARE(parse_baud_rate(nullptr), 0U); }
 
+    void link_options_data()
+    {
+        QTest::addColumn<QByteArray>("name");
+        QTest::addColumn<QByteArray>("value"); // null for none
+        QTest::addColumn<bool>("goes_on");
+        QTest::addColumn<QByteArray>("port");
+        QTest::addColumn<uint>("baud_rate");
+        QTest::addColumn<QByteArray>("printed");
+        const QByteArray none;
+        const QByteArray port = "the port";
+        QTest::newRow("port") << QByteArray("port") << QByteArray("x") << true << QByteArray("x")
+                              << 1U << none;
+        QTest::newRow("no port") << QByteArray("port") << none << true << none << 1U << none;
+        QTest::newRow("rate") << QByteArray("baudrate") << QByteArray("9600") << true << port
+                              << 9600U << none;
+        QTest::newRow("no rate") << QByteArray("baudrate") << none << false << port << 0U << none;
+        QTest::newRow("help") << QByteArray("help") << none << true << port << 1U
+                              << QByteArray("usage\n");
+        QTest::newRow("debug") << QByteArray("debug") << none << true << port << 1U
+                               << QByteArray("Unknown command debug\nusage\n");
+        QTest::newRow("case") << QByteArray("Port") << QByteArray("x") << true << port << 1U
+                              << QByteArray("Unknown command Port\nusage\n");
+    }
+    void link_options()
+    {
+        QFETCH(QByteArray, name);
+        QFETCH(QByteArray, value);
+        Link_options options{"the port", 1};
+        Captured_descriptor output(STDOUT_FILENO);
+        const bool goes_on =
+            take_link_option(name.constData(), value.isNull() ? nullptr : value.constData(),
+                             options, [] { Console::out() << "usage\n"; });
+        QTEST(goes_on, "goes_on");
+        QTEST(QByteArray(options.port), "port");
+        QTEST(options.baud_rate, "baud_rate");
+        QTEST(output.text(), "printed");
+    }
+
     void usage()
     {
         Captured_descriptor output(STDOUT_FILENO);

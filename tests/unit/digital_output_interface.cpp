@@ -100,9 +100,14 @@ private Q_SLOTS:
         QCOMPARE(state_of(made), qMakePair(true, true));
         made.off();
         QCOMPARE(state_of(made), qMakePair(false, true));
+        made.disable();
+        QCOMPARE(state_of(made), qMakePair(false, false));
+        made.enable();
+        QCOMPARE(state_of(made), qMakePair(false, true));
         QCOMPARE(world_.link->sent,
                  (Payloads{"3302020000000000", "3303030000000000", "3303030000000000",
-                           "3303030000000000", "3302020000000000", "3301010000000000"}));
+                           "3303030000000000", "3302020000000000", "3301010000000000",
+                           "3303030000000000", "3301010000000000"}));
         QCOMPARE(changed.count(), 0);
     }
 

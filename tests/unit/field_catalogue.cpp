@@ -58,6 +58,50 @@ private Q_SLOTS:
         }
     }
 
+    void a_field_says_nothing_that_it_is_not_told()
+    {
+        constexpr Field field = {0x20, 1, 1, Field_type::u8};
+        QCOMPARE(int{field.count}, 1);
+        QCOMPARE(field.least, qint64{0});
+        QCOMPARE(field.most, qint64{0});
+        QCOMPARE(field.scaled(7), 7.0);
+        QVERIFY(field.codes.empty());
+        QCOMPARE(field.codes.size(), std::size_t{0});
+    }
+
+    void a_number_is_in_the_range_or_has_a_code_data()
+    {
+        QTest::addColumn<int>("number");
+        QTest::addColumn<bool>("in_range_or_coded");
+        QTest::addColumn<QByteArray>("code"); // null for none
+        const QByteArray none;
+        const auto row = [](int number, bool may_be, const QByteArray& code) {
+            QTest::newRow(QByteArray::number(number)) << number << may_be << code;
+        };
+        row(-1, false, none);
+        row(0, false, none);
+        row(1, false, none);
+        row(2, true, none);
+        row(5, true, none);
+        row(6, false, none);
+        row(9, false, none);
+        row(10, true, "ten or more");
+        row(12, true, "ten or more");
+        row(13, false, none);
+    }
+    void a_number_is_in_the_range_or_has_a_code()
+    {
+        QFETCH(int, number);
+        QFETCH(bool, in_range_or_coded);
+        QFETCH(QByteArray, code);
+        static constexpr Code codes[] = {{10, 12, "ten or more"}};
+        constexpr Field field = {0x20, 1, 1, Field_type::u8};
+        QCOMPARE(field.from(2, 5).means(codes).codes.size(), std::size_t{1});
+        QCOMPARE(field.from(2, 5).means(codes).may_be(number), in_range_or_coded);
+        QCOMPARE(field.one_of(codes).may_be(number), !code.isNull());
+        QCOMPARE(QByteArray(field.one_of(codes).code_name(number)), code);
+    }
+
     void a_blank_message_has_what_is_always_the_same()
     {
         QCOMPARE(blank_message(0x29), some(0x29, 1));

@@ -129,9 +129,14 @@ private Q_SLOTS:
         row("configuration", "access", "0x55", 0x55);
         row("configuration", "access", "1", -1);
         row("firmware_version", "firmware", "v2.1.7", 0x020107);
+        row("firmware_version", "firmware", "2.1.7", 0x020107);
         row("firmware_version", "firmware", "2.1.256", -1);
+        row("firmware_version", "firmware", "v2.1", -1);
+        row("firmware_version", "firmware", "v2.x.7", -1);
         row("unique_id", "identifier", "00000000000010", 16);
         row("unique_id", "identifier", "-0000000000010", -1);
+        row("unique_id", "identifier", "0000000000001G", -1);
+        row("unique_id", "identifier", "10", 10);
     }
     void texts_of_numbers()
     {

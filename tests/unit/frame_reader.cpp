@@ -29,6 +29,18 @@ private Q_SLOTS:
             QCOMPARE(reader.take(from_host_.mid(i, 1)).size(), i + 1 == from_host_.size() ? 1 : 0);
     }
 
+    void each_byte_is_found_once()
+    {
+        Frame_reader reader;
+        const QByteArray frame = "frame " + from_host_.toHex() + ";";
+        QCOMPARE(joined(reader.take("\x01" + from_host_ + "\x02" + from_host_.left(5))),
+                 "noise 01;" + frame + "noise 02;");
+        QCOMPARE(joined(reader.take(from_host_.mid(5))), frame);
+        QCOMPARE(joined(reader.take("\x03")), QByteArray("noise 03;"));
+        QCOMPARE(joined(reader.take(from_host_ + "\x18")), frame);
+        QCOMPARE(joined(reader.take("\x04")), QByteArray("noise 1804;"));
+    }
+
     void a_frame_that_begins_in_a_bad_one_is_found()
     {
         Frame_reader reader;

@@ -18,6 +18,11 @@
 #include <QVersionNumber>
 #include <QtTest>
 
+#include <algorithm>
+#include <atomic>
+#include <csignal>
+#include <thread>
+
 #include <dbus/dbus.h>
 #include <unistd.h>
 
@@ -30,6 +35,13 @@ const QString service = QStringLiteral("com.quorin.test");
 QThread* bus_thread()
 {
     return QDBusConnection::systemBus().interface()->parent()->thread();
+}
+
+/// How many bytes the bus has not taken.
+long unsent()
+{
+    return dbus_connection_get_outgoing_size(
+        static_cast<DBusConnection*>(QDBusConnection::systemBus().internalPointer()));
 }
 
 void send_signal(Bus_connection& bus)
@@ -342,6 +354,30 @@ private Q_SLOTS:
         WAIT_UNTIL(listener.counted(), ==, signals_sent);
     }
 
+    /// The bus goes on as soon as it has more to take than that.
+    void no_more_than_a_mebibyte_waits_for_the_bus()
+    {
+        constexpr long most_unsent = 1024 * 1024;
+        constexpr int signals_sent = 30000;
+        Bus_connection bus;
+        bus.start(service);
+        bus_.signal(SIGSTOP);
+        std::atomic<bool> are_sent{false};
+        std::thread other([this, &are_sent] {
+            while (!are_sent && unsent() <= most_unsent)
+                std::this_thread::yield();
+            bus_.signal(SIGCONT);
+        });
+        long most = 0;
+        for (int i = 0; i < signals_sent; ++i) {
+            send_signal(bus);
+            most = std::max(most, unsent());
+        }
+        are_sent = true;
+        other.join();
+        QCOMPARE_LE(most, most_unsent);
+    }
+
     void nothing_is_kept_for_a_bus_that_is_gone()
     {
         Bus_connection bus;
@@ -350,9 +386,7 @@ private Q_SLOTS:
         QVERIFY(wait_for([] { return !QDBusConnection::systemBus().isConnected(); }));
         for (int i = 0; i < 1000; ++i)
             send_signal(bus);
-        auto* const connection =
-            static_cast<DBusConnection*>(QDBusConnection::systemBus().internalPointer());
-        QCOMPARE(dbus_connection_get_outgoing_size(connection), 0L);
+        QCOMPARE(unsent(), 0L);
     }
 };
 

@@ -1,5 +1,7 @@
 #include "Version_command.h"
 
+#include <sys/resource.h>
+
 class Version_command_test : public QObject {
     Q_OBJECT
 
@@ -71,6 +73,25 @@ private Q_SLOTS:
         QFETCH(QString, print);
         const QString text = text_of(QStringLiteral("sh -c \"%1\"").arg(print.arg(bytes)));
         QTEST(static_cast<int>(text.size()), "published");
+    }
+
+    void output_beyond_the_bound_is_not_kept_data()
+    {
+        QTest::addColumn<QString>("print");
+        QTest::newRow("standard output") << QStringLiteral("yes | head -c 600000000");
+        QTest::newRow("standard error") << QStringLiteral("yes | head -c 600000000 >&2");
+    }
+    void output_beyond_the_bound_is_not_kept()
+    {
+        QFETCH(QString, print);
+        rusage before{};
+        getrusage(RUSAGE_SELF, &before);
+        QCOMPARE(text_of(QStringLiteral("sh -c \"%1\"").arg(print)),
+                 QStringLiteral("failed to run cmd\n"));
+        rusage after{};
+        getrusage(RUSAGE_SELF, &after);
+        constexpr long most_grown_kib = 300 * 1024;
+        QCOMPARE_LT(after.ru_maxrss - before.ru_maxrss, most_grown_kib);
     }
 };
 

@@ -93,6 +93,11 @@ private Q_SLOTS:
                    "'><!ENTITY b '&a;'><!ENTITY c ''>"
             << QByteArray("<device>off</device><device name=\"d\">on</device>")
             << QStringLiteral("on");
+        QTest::newRow("default value behind a prefix of its own and a large entity of entities")
+            << "<!ATTLIST device name CDATA 'd'><!ENTITY a '" + QByteArray(5000, 'x') +
+                   "'><!ENTITY b '&a;'><!ENTITY c ''>"
+            << QByteArray("<x:y>&b;</x:y><device>off</device><device name=\"d\">on</device>")
+            << QStringLiteral("on");
         QTest::newRow("parameter entity") << QByteArray("<!ENTITY % p \"<!ENTITY a 'off'>\">%p;")
                                           << device << QStringLiteral("off");
         QTest::newRow("blank character data")

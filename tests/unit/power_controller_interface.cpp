@@ -110,6 +110,15 @@ private Q_SLOTS:
         QFETCH(bool, matches);
         QCOMPARE(link.written.size(), matches ? 2 : 1);
     }
+
+    void nothing_is_no_request_and_no_answer()
+    {
+        Loopback_link link;
+        const QByteArray odd(1, '\x01');
+        QCOMPARE(link.is_response({}, odd), false);
+        QCOMPARE(link.is_response(odd, {}), false);
+        QCOMPARE(link.is_response({}, {}), false);
+    }
 };
 
 QTEST_GUILESS_MAIN(Power_controller_interface_test)

@@ -423,6 +423,28 @@ private Q_SLOTS:
         QVERIFY(link->atEnd());
     }
 
+    void bytes_are_read_from_the_block_and_behind_it()
+    {
+        struct Bare_link : Power_controller_interface {
+            using Threaded_serial_port::readData;
+        };
+        Fifo device;
+        auto* link = new Bare_link;
+        link->open(device.name.constData());
+        device.write("\n");
+        QVERIFY(arrived(*link, 1));
+        QCOMPARE_EMPTY(packet(*link)); // it is in the block now
+        QVERIFY(link->canReadLine());
+        device.write("abcdefgh");
+        QVERIFY(arrived(*link, 9));
+        QByteArray bytes(18, '.');
+        QCOMPARE(link->readData(bytes.data() + 9, 4), qint64{4});
+        QCOMPARE(bytes, QByteArray(".........\nabc....."));
+        QCOMPARE(link->readData(bytes.data() + 13, 4), qint64{4});
+        QCOMPARE(link->readData(bytes.data() + 17, 16), qint64{1});
+        QCOMPARE(bytes, QByteArray(".........\nabcdefgh"));
+    }
+
     void packet_is_found_behind_a_peek()
     {
         Fifo device;

@@ -268,6 +268,12 @@ private Q_SLOTS:
         QCOMPARE(result(expanding(511, QByteArray(2049, 'x'))), -2);
         QCOMPARE(result(expanding(511, "<a b='" + QByteArray(2047, 'x') + "'/>")), 0);
         QCOMPARE(result(expanding(511, "<a b='" + QByteArray(2048, 'x') + "'/>")), -2);
+        const auto declaring_text = [](int size) {
+            return "<!DOCTYPE power [<!ENTITY % a \"<!--" + QByteArray(size, 'x') +
+                   "-->\">%a;%a;%a;]><power/>";
+        };
+        QCOMPARE(result(declaring_text(200 * 1024)), 0);
+        QCOMPARE(result(declaring_text(400 * 1024)), -2);
         // What a comment holds is no text.
         QCOMPARE(result(expanding(512, "<!--" + QByteArray(100000, 'x') + "-->")), 0);
     }

@@ -5,6 +5,7 @@
 
 #include "Captured_console.h"
 #include "Private_bus.h"
+#include "Qt_bus_internals.h"
 #include "Signal_relay.h"
 #include "Waiting.h"
 

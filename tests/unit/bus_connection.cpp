@@ -214,6 +214,7 @@ private Q_SLOTS:
         QTest::newRow("5.14") << QVersionNumber(5, 14, 2) << false;
         QTest::newRow("5.15") << QVersionNumber(5, 15, 0) << true;
         QTest::newRow("5.15 of Debian 13") << QVersionNumber(5, 15, 15) << true;
+        QTest::newRow("6.0") << QVersionNumber(6, 0, 4) << false;
         QTest::newRow("6.3") << QVersionNumber(6, 3, 2) << false;
         QTest::newRow("6.4") << QVersionNumber(6, 4, 0) << true;
         QTest::newRow("6.4.2 of Debian 12") << QVersionNumber(6, 4, 2) << true;

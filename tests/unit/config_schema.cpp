@@ -26,8 +26,25 @@ class Config_schema_test : public QObject {
 private Q_SLOTS:
     void entries_of_the_profile_are_called_something()
     {
+        QStringList names;
         for (const Config_row* row : oem_profile_rows)
-            QVERIFY2(row->label != nullptr && row->key != nullptr, row->tag);
+            names << QLatin1String(row->label) << QLatin1String(row->key);
+        QCOMPARE(names, (QStringList{QStringLiteral("OEM code"), QStringLiteral("oem_code"),
+                                     QStringLiteral("remote-switch power-up time"),
+                                     QStringLiteral("power_up_time")}));
+    }
+
+    void keys_are_those_of_every_element()
+    {
+        QCOMPARE(power_state_keys(), (QStringList{QStringLiteral("<state name=\"on\">"),
+                                                  QStringLiteral("<state name=\"low-power\">"),
+                                                  QStringLiteral("<state name=\"sleep\">")}));
+        QCOMPARE(power_entry_keys({"a", "b"}),
+                 (QStringList{QStringLiteral("<param name=\"timeout\">"),
+                              QStringLiteral("<device name=\"a\">"),
+                              QStringLiteral("<device name=\"b\">")}));
+        QCOMPARE(oem_profile_keys(), (QStringList{QStringLiteral("<code>"),
+                                                  QStringLiteral("<RemoteSwitchPowerUpTime>")}));
     }
 
     void manual_pages_name_the_entries_data()

@@ -47,12 +47,24 @@ struct Place {
 
 using Maker = Interface_base* (*)(const Place& place);
 
-/// What makes the objects of a row of the catalogue, and what else their classes are told.
+/// What makes the objects of a row of the catalogue, and what else their classes are told: a
+/// number, which those that have none ignore, or whose output they publish.
 struct Maker_row {
+    constexpr Maker_row(Device_object row, Maker maker, uint number = 0)
+        : first(row), make(maker), first_number(number)
+    {
+    }
+
+    constexpr Maker_row(Device_object row, Maker maker, const char* Paths::*output)
+        : Maker_row(row, maker)
+    {
+        command = output;
+    }
+
     Device_object first; ///< of the catalogue's row
-    uint first_number;   ///< channel or power kind of the first
     Maker make;
-    const char* Paths::*command = nullptr; ///< whose output the object publishes
+    uint first_number; ///< channel or power kind of the first
+    const char* Paths::*command = nullptr;
 };
 
 template <class Object>
@@ -87,42 +99,42 @@ using D = Device_object;
 
 /// A row for each of the catalogue's, in the same order.
 constexpr Maker_row maker_rows[] = {
-    {D::digital_input_0, 0, indexed<Digital_input_interface>},
-    {D::analog_input_0, 0, analog_input},
-    {D::frequency_input_0, 0, plain<Frequency_input_interface>},
-    {D::voltage_input_0, 0, indexed<Voltage_input_interface>},
-    {D::temperature_input_0, 0, indexed<Temperature_input_interface>},
-    {D::frequency_output_0, 0, plain<Radar_output_interface>},
-    {D::digital_output_0, 0, indexed<Digital_output_interface>},
-    {D::ambient_light_input_0, 0, plain<Ambientlight_input_interface>},
-    {D::system_power, Power_interface::kind_system, power_switch},
-    {D::lvds_power, 1, power_switch},
-    {D::display_power, 2, power_switch},
-    {D::display_backlight, 0, plain<LCD_backlight_interface>},
-    {D::display_backlight_power, Power_interface::kind_backlight, power_switch},
-    {D::operating_voltage, 0, plain<Operating_voltage_interface>},
-    {D::multi_led_0, 0, plain<Dimmable_interface>},
-    {D::buzzer, 0, plain<Buzzer_interface>},
-    {D::ignition, 0, plain<Ignition_interface>},
-    {D::lock, 0, plain<Lock_interface>},
-    {D::power_button, 0, plain<Power_button_interface>},
-    {D::can_power_0, 4, power_switch},
-    {D::eth_power, 8, power_switch},
-    {D::video_power, 9, power_switch},
-    {D::camera_power, 10, power_switch},
-    {D::uart_power, 11, power_switch},
-    {D::usb_power, 12, power_switch},
-    {D::camera, 0, plain<Camera_interface>},
-    {D::firmware_version, 0, plain<PC_version_interface>},
-    {D::kernel_version, 0, command_version, &Paths::kernel_version},
-    {D::unique_device_id, 0, plain<UID_version_interface>},
-    {D::serial_number, 0, command_version, &Paths::serial_number},
-    {D::customer_part_number, 0, command_version, &Paths::part_number},
-    {D::hardware_version, 0, plain<HW_version_interface>},
-    {D::media, 0, plain<Media_interface>},
-    {D::configuration, 0, plain<Configuration_interface>},
-    {D::oem_profile, 0, plain<OEMprofile_interface>},
-    {D::atx, 0, plain<ATX_interface>},
+    {D::digital_input_0, indexed<Digital_input_interface>},
+    {D::analog_input_0, analog_input},
+    {D::frequency_input_0, plain<Frequency_input_interface>},
+    {D::voltage_input_0, indexed<Voltage_input_interface>},
+    {D::temperature_input_0, indexed<Temperature_input_interface>},
+    {D::frequency_output_0, plain<Radar_output_interface>},
+    {D::digital_output_0, indexed<Digital_output_interface>},
+    {D::ambient_light_input_0, plain<Ambientlight_input_interface>},
+    {D::system_power, power_switch, Power_interface::kind_system},
+    {D::lvds_power, power_switch, 1},
+    {D::display_power, power_switch, 2},
+    {D::display_backlight, plain<LCD_backlight_interface>},
+    {D::display_backlight_power, power_switch, Power_interface::kind_backlight},
+    {D::operating_voltage, plain<Operating_voltage_interface>},
+    {D::multi_led_0, plain<Dimmable_interface>},
+    {D::buzzer, plain<Buzzer_interface>},
+    {D::ignition, plain<Ignition_interface>},
+    {D::lock, plain<Lock_interface>},
+    {D::power_button, plain<Power_button_interface>},
+    {D::can_power_0, power_switch, 4},
+    {D::eth_power, power_switch, 8},
+    {D::video_power, power_switch, 9},
+    {D::camera_power, power_switch, 10},
+    {D::uart_power, power_switch, 11},
+    {D::usb_power, power_switch, 12},
+    {D::camera, plain<Camera_interface>},
+    {D::firmware_version, plain<PC_version_interface>},
+    {D::kernel_version, command_version, &Paths::kernel_version},
+    {D::unique_device_id, plain<UID_version_interface>},
+    {D::serial_number, command_version, &Paths::serial_number},
+    {D::customer_part_number, command_version, &Paths::part_number},
+    {D::hardware_version, plain<HW_version_interface>},
+    {D::media, plain<Media_interface>},
+    {D::configuration, plain<Configuration_interface>},
+    {D::oem_profile, plain<OEMprofile_interface>},
+    {D::atx, plain<ATX_interface>},
 };
 
 constexpr bool rows_have_their_makers()

@@ -169,6 +169,26 @@ private Q_SLOTS:
         ::close(ends[1]);
     }
 
+    /// The signal has been taken already when the last texts find no room.
+    void output_that_is_full_at_the_end()
+    {
+        int ends[2];
+        QCOMPARE(pipe2(ends, O_CLOEXEC), 0);
+        Terminal terminal;
+        terminal.daemon.redirect(STDOUT_FILENO, ends[1]);
+        terminal.launch();
+        QVERIFY(terminal.wait_until_started());
+        const QByteArray same_pipe = "/proc/self/fd/" + QByteArray::number(ends[1]);
+        const int filler = ::open(same_pipe.constData(), O_WRONLY | O_NONBLOCK | O_CLOEXEC);
+        QVERIFY(filler >= 0);
+        while (::write(filler, "x", 1) == 1) {
+        }
+        QVERIFY(terminal.ends_cleanly());
+        ::close(filler);
+        ::close(ends[0]);
+        ::close(ends[1]);
+    }
+
     /// The daemon waits for the log, as everybody who writes to it, and nothing is lost.
     void log_that_is_read_late()
     {

@@ -2,13 +2,56 @@
 
 #include "Text_stream.h"
 
+#include <QDeadlineTimer>
+#include <QFile>
+
+#include <thread>
+
 #include <fcntl.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 class Reader_patience_test : public QObject {
     Q_OBJECT
 
+private:
+    static bool sleeps(long thread)
+    {
+        QFile stat(QStringLiteral("/proc/self/task/%1/stat").arg(thread));
+        if (!stat.open(QIODevice::ReadOnly))
+            return false;
+        const QByteArray text = stat.readAll();
+        return text.mid(text.lastIndexOf(')')).startsWith(") S");
+    }
+
 private Q_SLOTS:
+    /// Nothing has been said of a descriptor, and what waits on standard input means nothing.
+    void waits_for_a_late_reader()
+    {
+        int input[2];
+        QCOMPARE(::pipe(input), 0);
+        QCOMPARE(::write(input[1], "x", 1), ssize_t{1});
+        QCOMPARE(dup2(input[0], STDIN_FILENO), STDIN_FILENO);
+        int ends[2];
+        QCOMPARE(pipe2(ends, O_NONBLOCK), 0);
+        const QByteArray block(fcntl(ends[1], F_GETPIPE_SZ), 'z');
+        const auto size = static_cast<std::size_t>(block.size());
+        QCOMPARE(::write(ends[1], block.constData(), size), ssize_t{block.size()});
+        const long waiting = syscall(SYS_gettid);
+        std::thread reader([&] {
+            QDeadlineTimer deadline(5000);
+            while (!sleeps(waiting) && !deadline.hasExpired())
+                std::this_thread::yield();
+            QByteArray taken(block.size(), '\0');
+            (void)!::read(ends[0], taken.data(), size);
+        });
+        const bool can_be_written = Reader_patience::wait_for(ends[1]);
+        reader.join();
+        QVERIFY(can_be_written);
+        for (const int descriptor : {ends[0], ends[1], input[0], input[1]})
+            ::close(descriptor);
+    }
+
     void reader_that_never_reads_is_left_behind_when_told_to_quit()
     {
         int ends[2];

@@ -106,6 +106,21 @@ private Q_SLOTS:
         }));
     }
 
+    void what_is_taken_comes_behind_what_was_there_and_once()
+    {
+        Threaded_serial_port_reader reader;
+        QByteArray bytes;
+        QVERIFY(!reader.take(bytes));
+        reader.keep("ab", 2);
+        QVERIFY(reader.take(bytes));
+        QVERIFY(!reader.take(bytes));
+        reader.keep("cd", 2);
+        QVERIFY(reader.take(bytes));
+        QCOMPARE(bytes, QByteArray("abcd"));
+        QVERIFY(!reader.take(bytes));
+        QCOMPARE(reader.size(), 0);
+    }
+
     void what_was_read_is_announced_when_the_next_read_fails()
     {
         int ends[2];

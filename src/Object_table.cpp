@@ -51,7 +51,7 @@ using Maker = Interface_base* (*)(const Place& place);
 /// number, which those that have none ignore, or whose output they publish.
 struct Maker_row {
     constexpr Maker_row(Device_object row, Maker maker, uint number = 0)
-        : first(row), make(maker), first_number(number)
+        : make(maker), first_number(number), first(row)
     {
     }
 
@@ -61,10 +61,10 @@ struct Maker_row {
         command = output;
     }
 
-    Device_object first; ///< of the catalogue's row
     Maker make;
-    uint first_number; ///< channel or power kind of the first
     const char* Paths::*command = nullptr;
+    uint first_number;   ///< channel or power kind of the first
+    Device_object first; ///< of the catalogue's row
 };
 
 template <class Object>

@@ -3,7 +3,7 @@
 
 #include "Fake_tap.h"
 #include "Panel_page.h"
-#include "Private_bus.h"
+#include "Panel_test.h"
 #include "Waiting.h"
 
 #include <QFile>
@@ -77,32 +77,10 @@ private:
 
 } // namespace
 
-class Pages : public QObject {
+class Pages : public Panel_test {
     Q_OBJECT
 
-    std::unique_ptr<Private_bus> bus_;
-    std::unique_ptr<Panel_process> panel_;
-
-    Panel_process& panel() { return *panel_; }
-
-    void start(const QStringList& more = {})
-    {
-        panel().start(QStringList{QStringLiteral("--bus"), bus_->address()} + more);
-    }
-
 private Q_SLOTS:
-    void init()
-    {
-        bus_ = std::make_unique<Private_bus>();
-        panel_ = std::make_unique<Panel_process>();
-    }
-
-    void cleanup()
-    {
-        panel_.reset();
-        bus_.reset();
-    }
-
     void greets_with_everything_that_there_is()
     {
         start();

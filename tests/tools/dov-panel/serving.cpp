@@ -2,7 +2,7 @@
 
 #include "Fake_tap.h"
 #include "Panel_page.h"
-#include "Private_bus.h"
+#include "Panel_test.h"
 #include "Waiting.h"
 
 #include <QDir>
@@ -21,20 +21,10 @@ struct Reply {
 
 } // namespace
 
-class Serving : public QObject {
+class Serving : public Panel_test {
     Q_OBJECT
 
-    std::unique_ptr<Private_bus> bus_;
-    std::unique_ptr<Panel_process> panel_;
-
-    Panel_process& panel() { return *panel_; }
-
-    void start(const QStringList& more = {})
-    {
-        panel().start(QStringList{QStringLiteral("--bus"), bus_->address()} + more);
-    }
-
-    QByteArray host() const { return "127.0.0.1:" + QByteArray::number(panel_->port()); }
+    QByteArray host() { return "127.0.0.1:" + QByteArray::number(panel().port()); }
 
     /// What a request is answered with; the panel ends the connection.
     Reply reply_to(const QByteArray& request)
@@ -69,18 +59,6 @@ class Serving : public QObject {
     }
 
 private Q_SLOTS:
-    void init()
-    {
-        bus_ = std::make_unique<Private_bus>();
-        panel_ = std::make_unique<Panel_process>();
-    }
-
-    void cleanup()
-    {
-        panel_.reset();
-        bus_.reset();
-    }
-
     void serves_the_files_of_the_page()
     {
         start();
@@ -300,7 +278,7 @@ private Q_SLOTS:
         QVERIFY(file.open(QIODevice::ReadOnly));
         QCOMPARE(file.readAll(), token + '\n');
         QVERIFY(panel().ends_cleanly());
-        panel_ = std::make_unique<Panel_process>();
+        replace_panel();
         start(options);
         QCOMPARE(panel().token(), token);
     }

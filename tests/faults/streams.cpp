@@ -3,15 +3,18 @@
 #include "Pseudo_terminal.h"
 #include "Terminal.h"
 
+#include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
 
+#include <algorithm>
 #include <csignal>
 #include <cstdio>
 
 #include <fcntl.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
+#include <sys/syscall.h>
 #include <sys/un.h>
 #include <unistd.h>
 
@@ -60,10 +63,8 @@ private:
         });
     }
 
-    /// The daemon fills its output, and ends all the same.
-    static void fills_and_ends(int reader, int output, int frames)
+    static void fill(Terminal& terminal, int reader, int output, int frames)
     {
-        Terminal terminal;
         terminal.daemon.redirect(STDOUT_FILENO, output);
         terminal.daemon.redirect(STDERR_FILENO, output);
         terminal.launch();
@@ -71,14 +72,40 @@ private:
         for (int i = 0; i < frames; ++i)
             terminal.controller.send(QByteArray::fromHex("1000"));
         wait_until_still(reader);
+    }
+
+    /// The daemon fills its output, and ends all the same.
+    static void fills_and_ends(int reader, int output, int frames)
+    {
+        Terminal terminal;
+        fill(terminal, reader, output, frames);
         terminal.daemon.signal(SIGTERM);
         QVERIFY(terminal.daemon.wait_for_end());
         QCOMPARE(terminal.daemon.exit_status(), 0);
     }
 
-    static bool holds_back(const Terminal& terminal, int signal)
+    static QString main_thread(const Terminal& terminal)
     {
-        QFile status(QStringLiteral("/proc/%1/status").arg(terminal.daemon.pid()));
+        return QStringLiteral("/proc/%1").arg(terminal.daemon.pid());
+    }
+
+    /// Threads but for the main one that take a signal.
+    static QStringList other_threads(const Terminal& terminal, int signal)
+    {
+        const QDir tasks(main_thread(terminal) + QStringLiteral("/task"));
+        QStringList threads = tasks.entryList(QDir::Dirs | QDir::NoDotAndDotDot);
+        threads.removeAll(QString::number(terminal.daemon.pid()));
+        const auto is_deaf = [&](const QString& id) {
+            return holds_back(tasks.filePath(id), signal);
+        };
+        threads.erase(std::remove_if(threads.begin(), threads.end(), is_deaf), threads.end());
+        return threads;
+    }
+
+    /// Whether a thread does, of which this is the directory.
+    static bool holds_back(const QString& thread, int signal)
+    {
+        QFile status(thread + QStringLiteral("/status"));
         if (!status.open(QIODevice::ReadOnly))
             return false;
         const QList<QByteArray> lines = status.readAll().split('\n');
@@ -152,6 +179,21 @@ private Q_SLOTS:
         ::close(output);
     }
 
+    /// The signal does not interrupt the thread that waits for room.
+    void output_that_nobody_reads_and_a_signal_to_another_thread()
+    {
+        const auto [reader, output] = make_sockets();
+        Terminal terminal;
+        fill(terminal, reader, output, 100);
+        const QStringList others = other_threads(terminal, SIGTERM);
+        QVERIFY(!others.isEmpty());
+        QCOMPARE(syscall(SYS_tgkill, terminal.daemon.pid(), others.first().toInt(), SIGTERM), 0L);
+        QVERIFY(terminal.daemon.wait_for_end());
+        QCOMPARE(terminal.daemon.exit_status(), 0);
+        ::close(reader);
+        ::close(output);
+    }
+
     /// Not even the first line finds room.
     void output_that_is_full_from_the_start()
     {
@@ -163,7 +205,7 @@ private Q_SLOTS:
         Terminal terminal;
         terminal.daemon.redirect(STDOUT_FILENO, ends[1]);
         terminal.launch();
-        QVERIFY(wait_for([&] { return holds_back(terminal, SIGTERM); }));
+        QVERIFY(wait_for([&] { return holds_back(main_thread(terminal), SIGTERM); }));
         QVERIFY(terminal.ends_cleanly());
         ::close(ends[0]);
         ::close(ends[1]);

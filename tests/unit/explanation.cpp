@@ -73,7 +73,14 @@ private Q_SLOTS:
         QCOMPARE(explain(digest.data(), 6).size(), 3);
         QCOMPARE(explain(digest.data(), 5).size(), 2);
         QCOMPARE(explain(digest.data(), 1).size(), 0);
-        QCOMPARE(explain(digest.data(), 0).size(), 0);
+        QCOMPARE(explain(nullptr, 0).size(), 0);
+    }
+
+    void styles_are_named_as_in_the_sources()
+    {
+        QCOMPARE(name_of(Field_style::decimal), "decimal");
+        QCOMPARE(name_of(Field_style::hexadecimal), "hexadecimal");
+        QCOMPARE(name_of(Field_style::named), "named");
     }
 
     void every_text_leads_back_to_its_number()

@@ -7,6 +7,7 @@
 #include "OEMprofile_interface.h"
 #include "Objects.h"
 #include "PC_version_interface.h"
+#include "Poll.h"
 #include "Test_daemon.h"
 #include "UID_version_interface.h"
 
@@ -102,6 +103,20 @@ private Q_SLOTS:
                      (Payloads{"1900000000000000", "1100000000000000", "1500000000000000"}));
             QCOMPARE(log(), QStringList());
         }
+    }
+
+    /// Who plays the host goes by them.
+    void tables_say_what_is_asked()
+    {
+        Payloads expected;
+        for (const uchar id : polled_requests)
+            expected.append(QByteArray(1, static_cast<char>(id)).toHex() + QByteArray(14, '0'));
+        for (const uchar id : version_requests)
+            expected.append(QByteArray(1, static_cast<char>(id)).toHex() + QByteArray(14, '0'));
+        world_.clear();
+        const Captured_descriptor output(STDOUT_FILENO);
+        world_.daemon->send_periodic_cmds();
+        QCOMPARE(world_.link->sent, expected);
     }
 
     void each_period_prints_and_reads_in_order()

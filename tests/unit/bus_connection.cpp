@@ -15,6 +15,7 @@
 #include <QDBusPendingCallWatcher>
 #include <QFile>
 #include <QLibraryInfo>
+#include <QSemaphore>
 #include <QThread>
 #include <QVersionNumber>
 #include <QtTest>
@@ -345,6 +346,24 @@ private Q_SLOTS:
         WAIT_UNTIL(listener.counted(), ==, 2);
     }
 
+    /// Neither the text nor a signal leaves before: that is one write, and one wake-up of the bus.
+    void a_batch_lets_64_signals_go_with_the_text_before_them()
+    {
+        constexpr int most_kept = 64;
+        Listener listener(bus_.address());
+        Bus_connection bus;
+        bus.start(service);
+        const Captured_descriptor output(STDOUT_FILENO);
+        const Console_batch batch;
+        Console::out() << "text\n";
+        for (int i = 1; i < most_kept; ++i)
+            send_signal(bus);
+        QCOMPARE(written_to(STDOUT_FILENO), QByteArray());
+        send_signal(bus);
+        QCOMPARE(written_to(STDOUT_FILENO), QByteArray("text\n"));
+        WAIT_UNTIL(listener.counted(), ==, most_kept);
+    }
+
     /// More than the socket and the daemon hold; the bus takes all of them.
     void nothing_is_lost_when_the_bus_is_slow()
     {
@@ -379,6 +398,28 @@ private Q_SLOTS:
         are_sent = true;
         other.join();
         QCOMPARE_LE(most, most_unsent);
+    }
+
+    /// Answers are still on their way in it when the daemon ends.
+    void the_end_waits_for_what_the_own_thread_has_to_do()
+    {
+        constexpr int much_longer_ms = 200; // than an end that waits for nothing
+        const Other_internals internals(Lacking::nothing);
+        Bus_connection bus(internals);
+        bus.start(service);
+        QSemaphore has_ended;
+        QSemaphore is_done;
+        std::atomic<bool> came_first{true};
+        const auto work = [&] {
+            came_first = !has_ended.tryAcquire(1, much_longer_ms);
+            is_done.release();
+        };
+        QMetaObject::invokeMethod(QDBusConnection::systemBus().interface()->parent(), work,
+                                  Qt::QueuedConnection);
+        bus.finish();
+        has_ended.release();
+        QVERIFY(is_done.tryAcquire(1, patience_ms));
+        QVERIFY(came_first);
     }
 
     void nothing_is_kept_for_a_bus_that_is_gone()

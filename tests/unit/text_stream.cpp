@@ -5,7 +5,10 @@
 #include <QFileInfo>
 #include <QTemporaryFile>
 
+#include <algorithm>
+#include <array>
 #include <cstdlib>
+#include <memory>
 #include <thread>
 
 #include <fcntl.h>
@@ -68,6 +71,13 @@ std::string_view view_of(const QByteArray& text)
     return {text.constData(), static_cast<std::size_t>(text.size())};
 }
 
+/// A stream, and memory behind it that nobody writes to.
+struct Guarded_stream {
+    explicit Guarded_stream(int descriptor) : stream(descriptor) {}
+    Text_stream stream;
+    std::array<char, 65536> behind{};
+};
+
 } // namespace
 
 class Text_stream_test : public QObject {
@@ -97,6 +107,22 @@ private Q_SLOTS:
         stream << "first, " << view_of(long_text()) << "last" << '\n';
         ::close(ends[1]);
         QCOMPARE(reader.all(), "first, " + long_text() + "last\n");
+    }
+
+    /// What does not fit behind it, and nothing is written beyond the buffer.
+    void text_behind_a_buffer_that_is_half_full_comes_whole()
+    {
+        int ends[2];
+        QCOMPARE(::pipe(ends), 0);
+        Reader reader(ends[0]);
+        auto guarded = std::make_unique<Guarded_stream>(ends[1]);
+        const QByteArray half = long_text().left(20000);
+        guarded->stream << view_of(half) << view_of(half);
+        guarded->stream.flush();
+        ::close(ends[1]);
+        QCOMPARE(reader.all(), half + half);
+        const auto& behind = guarded->behind;
+        QCOMPARE(std::count(behind.begin(), behind.end(), '\0'), std::ptrdiff_t(behind.size()));
     }
 
     void joined_streams_keep_their_order()

@@ -22,6 +22,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/ioctl.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
@@ -154,6 +155,30 @@ private Q_SLOTS:
         port->close();
         QCOMPARE(fcntl(STDIN_FILENO, F_GETFL) & O_ACCMODE, O_RDONLY); // the pipe
     }
+
+#if DOV_SPARE_DESCRIPTORS == 0
+    /// The next file would get its bytes otherwise.
+    void no_descriptor_is_left_for_a_pipe_in_its_place()
+    {
+        const Pseudo_terminal& line = new_line();
+        auto* port = open_port(line);
+        port->write("x"); // and the threads have what they want
+        QCOMPARE(read_from(line, 1), QByteArray("x"));
+        send(line, "x\n");
+        QVERIFY(arrived(*port, 2));
+        int ends[2];
+        QCOMPARE(::pipe(ends), 0);
+        rlimit before = {};
+        QCOMPARE(getrlimit(RLIMIT_NOFILE, &before), 0);
+        const rlimit none = {0, before.rlim_max};
+        QCOMPARE(setrlimit(RLIMIT_NOFILE, &none), 0);
+        port->close();
+        QCOMPARE(setrlimit(RLIMIT_NOFILE, &before), 0);
+        const int flags = fcntl(port->handle(), F_GETFD);
+        QCOMPARE(dup2(ends[0], port->handle()), port->handle()); // the reader reads on there
+        QCOMPARE(flags, -1);
+    }
+#endif
 
     void device_that_was_missing_can_be_opened_later()
     {
@@ -559,6 +584,31 @@ private Q_SLOTS:
         QVERIFY(arrived(*link, 39000));
         link->handle_read();
         QCOMPARE(handled, 6000);
+    }
+
+    /// The bytes of 1260 frames, and of others before them.
+    void a_turn_ends_with_its_last_byte_data()
+    {
+        QTest::addColumn<int>("others");
+        QTest::addColumn<int>("frames");
+        QTest::newRow("one byte less than a turn") << 3 << 1261;
+        QTest::newRow("a turn") << 4 << 1260;
+    }
+    void a_turn_ends_with_its_last_byte()
+    {
+        QFETCH(const int, others);
+        Fifo device;
+        auto* link = new Power_controller_interface;
+        link->open(device.name.constData());
+        QVector<int> turns;
+        int handled = 0;
+        const QObject context;
+        connect(link, &Packet_serial_interface::handle_packet, &context, [&] { ++handled; });
+        connect(link, &QIODevice::readyRead, &context, [&] { turns.append(handled); });
+        device.write(QByteArray(others, 'x') + frame('A').repeated(2000));
+        QVERIFY(arrived(*link, others + 26000));
+        WAIT_UNTIL(handled, ==, 2000);
+        QTEST(turns.value(0), "frames");
     }
 
     /// While one receiver of readyRead() is out of its turn, the bytes are there for all others.

@@ -4,6 +4,9 @@
 
 #include <QFile>
 
+#include <cstring>
+
+#include <sys/mman.h>
 #include <sys/resource.h>
 
 class Xml_limits_test : public QObject {
@@ -116,6 +119,30 @@ private Q_SLOTS:
         QTEST(fault.text, "text");
         QTEST(fault.line, "line");
         QTEST(fault.is_malformed, "is_malformed");
+    }
+
+    /// A page that nobody may read comes behind them.
+    void nothing_is_read_behind_the_bytes_data()
+    {
+        QTest::addColumn<QByteArray>("content");
+        const QByteArray content = "<power>" + QByteArray(4000, ' ') + "</power>";
+        QTest::newRow("UTF-8") << content;
+        QTest::newRow("UTF-16") << utf_16(content, "\xff\xfe");
+    }
+    void nothing_is_read_behind_the_bytes()
+    {
+        QFETCH(const QByteArray, content);
+        constexpr std::size_t size = 65536; // of a page at most
+        void* const memory =
+            mmap(nullptr, 2 * size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+        QVERIFY(memory != MAP_FAILED);
+        auto* const end = static_cast<char*>(memory) + size;
+        QCOMPARE(mprotect(end, size, PROT_NONE), 0);
+        std::memcpy(end - content.size(), content.constData(), std::size_t(content.size()));
+        const Xml_fault fault =
+            check_xml(QByteArray::fromRawData(end - content.size(), content.size()));
+        QCOMPARE(fault.text, QString());
+        munmap(memory, 2 * size);
     }
 
     void a_file_that_is_taken_has_no_fault()

@@ -48,7 +48,7 @@ private:
     QByteArray buffer_;
     mutable QMutex mutex_; ///< guards the buffer and what has been told of it
     QWaitCondition taken_;
-    int untold_ = 0;          ///< bytes that have arrived and that nobody has been told of
+    qint64 untold_ = 0;       ///< bytes that have arrived and that nobody has been told of
     bool on_the_way_ = false; ///< told, and not heard yet
     int descriptor_ = -1;
 };

@@ -106,6 +106,20 @@ private Q_SLOTS:
         }));
     }
 
+    /// Those that nobody is told of are counted all the same: the sanitizers see it end.
+    void more_than_2_gib_are_kept_without_a_word_about_them()
+    {
+        const QByteArray part(Threaded_serial_port_reader::backlog, 'p');
+        Threaded_serial_port_reader reader;
+        QByteArray bytes;
+        for (int count = 0; count <= 2048; ++count) {
+            reader.keep(part.constData(), static_cast<int>(part.size()));
+            QVERIFY(reader.take(bytes));
+            bytes.resize(0);
+        }
+        QCOMPARE(reader.size(), 0);
+    }
+
     void what_is_taken_comes_behind_what_was_there_and_once()
     {
         Threaded_serial_port_reader reader;

@@ -29,6 +29,17 @@ private:
              terminal.controller.device()});
     }
 
+    /// Starts it so that it calls `systemctl`, which notes what a command prints.
+    static void start_with_systemctl(const QByteArray& command, Terminal& terminal)
+    {
+        terminal.root.remove(QStringLiteral("etc/power_manage.conf"));
+        const QByteArray calls =
+            QFile::encodeName(terminal.root.path(QStringLiteral("systemctl.calls")));
+        terminal.root.write(QStringLiteral("bin/systemctl"),
+                            "#!/bin/sh\n" + command + " >> " + calls + "\n");
+        terminal.start();
+    }
+
     static rlim_t lowest_free_descriptor(const Terminal& terminal)
     {
         const QDir descriptors(QStringLiteral("/proc/%1/fd").arg(terminal.daemon.pid()));
@@ -67,13 +78,7 @@ private Q_SLOTS:
     void shell_commands_ignore_no_signal_of_the_daemon()
     {
         Terminal terminal;
-        terminal.root.remove(QStringLiteral("etc/power_manage.conf"));
-        const QByteArray calls =
-            QFile::encodeName(terminal.root.path(QStringLiteral("systemctl.calls")));
-        terminal.root.write(QStringLiteral("bin/systemctl"),
-                            "#!/bin/sh\nsed -n 's/^SigIgn:[[:space:]]*//p' /proc/self/status >> " +
-                                calls + "\n");
-        terminal.start();
+        start_with_systemctl("sed -n 's/^SigIgn:[[:space:]]*//p' /proc/self/status", terminal);
         QCOMPARE(terminal.root.systemctl_calls().size(), 1);
         const qulonglong ignored = terminal.root.systemctl_calls().first().toULongLong(nullptr, 16);
         QVERIFY((ignored >> (SIGPIPE - 1) & 1) == 0);
@@ -98,12 +103,7 @@ private Q_SLOTS:
     void event_loop_is_qts_own()
     {
         Terminal terminal;
-        terminal.root.remove(QStringLiteral("etc/power_manage.conf"));
-        const QByteArray calls =
-            QFile::encodeName(terminal.root.path(QStringLiteral("systemctl.calls")));
-        terminal.root.write(QStringLiteral("bin/systemctl"),
-                            "#!/bin/sh\nenv | grep '^QT_NO_GLIB=' >> " + calls + "\n");
-        terminal.start();
+        start_with_systemctl("env | grep '^QT_NO_GLIB='", terminal);
         QCOMPARE(terminal.root.systemctl_calls(), QStringList{QStringLiteral("QT_NO_GLIB=1")});
         QVERIFY(terminal.ends_cleanly());
     }

@@ -563,38 +563,16 @@ private Q_SLOTS:
         }
     }
 
-    void packets_come_16_kib_a_turn()
-    {
-        Fifo device;
-        auto* link = new Power_controller_interface;
-        link->open(device.name.constData());
-        QVector<int> turns;
-        int handled = 0;
-        const QObject context;
-        connect(link, &Packet_serial_interface::handle_packet, &context, [&] { ++handled; });
-        connect(link, &QIODevice::readyRead, &context, [&] { turns.append(handled); });
-        device.write(frame('A').repeated(3000));
-        QVERIFY(arrived(*link, 39000));
-        WAIT_UNTIL(handled, ==, 3000);
-        // 1260 frames are 4 bytes less than 16 KiB.
-        QCOMPARE(turns.mid(0, 3), (QVector<int>{1261, 2522, 3000}));
-        // Outside of an announcement there is no such limit.
-        QCoreApplication::processEvents();
-        device.write(frame('A').repeated(3000));
-        QVERIFY(arrived(*link, 39000));
-        link->handle_read();
-        QCOMPARE(handled, 6000);
-    }
-
-    /// The bytes of 1260 frames, and of others before them.
-    void a_turn_ends_with_its_last_byte_data()
+    /// 1260 frames are 4 bytes less than that: with these before them, a turn ends with a frame.
+    void packets_come_16_kib_a_turn_data()
     {
         QTest::addColumn<int>("others");
-        QTest::addColumn<int>("frames");
-        QTest::newRow("one byte less than a turn") << 3 << 1261;
-        QTest::newRow("a turn") << 4 << 1260;
+        QTest::addColumn<QVector<int>>("expected");
+        QTest::newRow("frames alone") << 0 << QVector<int>{1261, 2522, 3000};
+        QTest::newRow("and 3 bytes") << 3 << QVector<int>{1261, 2522, 3000};
+        QTest::newRow("and 4 bytes") << 4 << QVector<int>{1260, 2521, 3000};
     }
-    void a_turn_ends_with_its_last_byte()
+    void packets_come_16_kib_a_turn()
     {
         QFETCH(const int, others);
         Fifo device;
@@ -605,10 +583,16 @@ private Q_SLOTS:
         const QObject context;
         connect(link, &Packet_serial_interface::handle_packet, &context, [&] { ++handled; });
         connect(link, &QIODevice::readyRead, &context, [&] { turns.append(handled); });
-        device.write(QByteArray(others, 'x') + frame('A').repeated(2000));
-        QVERIFY(arrived(*link, others + 26000));
-        WAIT_UNTIL(handled, ==, 2000);
-        QTEST(turns.value(0), "frames");
+        device.write(QByteArray(others, 'x') + frame('A').repeated(3000));
+        QVERIFY(arrived(*link, others + 39000));
+        WAIT_UNTIL(handled, ==, 3000);
+        QTEST(turns.mid(0, 3), "expected");
+        // Outside of an announcement there is no such limit.
+        QCoreApplication::processEvents();
+        device.write(frame('A').repeated(3000));
+        QVERIFY(arrived(*link, 39000));
+        link->handle_read();
+        QCOMPARE(handled, 6000);
     }
 
     /// While one receiver of readyRead() is out of its turn, the bytes are there for all others.
